@@ -1,0 +1,16 @@
+# Compiler options of everything the project owns: link `tagwright_options`.
+add_library(tagwright_options INTERFACE)
+target_include_directories(tagwright_options INTERFACE ${PROJECT_SOURCE_DIR}/src)
+target_compile_options(tagwright_options INTERFACE -Wall -Wextra -Wshadow -Wno-cast-function-type)
+if(TAGWRIGHT_WERROR)
+  target_compile_options(tagwright_options INTERFACE -Werror)
+endif()
+if(TAGWRIGHT_SANITIZER)
+  target_compile_options(tagwright_options INTERFACE -fsanitize=${TAGWRIGHT_SANITIZER}
+                                                     -fno-omit-frame-pointer)
+  target_link_options(tagwright_options INTERFACE -fsanitize=${TAGWRIGHT_SANITIZER})
+endif()
+if(WIN32)
+  target_compile_definitions(tagwright_options INTERFACE UNICODE _UNICODE _WIN32_WINNT=0x0601)
+  target_link_options(tagwright_options INTERFACE -static)
+endif()

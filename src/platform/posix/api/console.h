@@ -1,0 +1,17 @@
+/// Console control events: SIGINT is Ctrl-C, SIGQUIT Ctrl-Break, SIGHUP close, SIGTERM system
+/// shutdown; each runs the handlers on a console control thread of its own.
+#pragma once
+
+#include "platform/posix/api/base.h"
+
+constexpr DWORD CTRL_C_EVENT = 0;
+constexpr DWORD CTRL_BREAK_EVENT = 1;
+constexpr DWORD CTRL_CLOSE_EVENT = 2;
+constexpr DWORD CTRL_LOGOFF_EVENT = 5;
+constexpr DWORD CTRL_SHUTDOWN_EVENT = 6;
+
+using PHANDLER_ROUTINE = BOOL(WINAPI*)(DWORD controlType);
+
+/// Adds or removes a handler; the last one added is asked first. An event that no handler takes ends
+/// the process; after close and shutdown the process ends when the handlers have returned.
+BOOL SetConsoleCtrlHandler(PHANDLER_ROUTINE handler, BOOL add);

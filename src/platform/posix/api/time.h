@@ -1,0 +1,15 @@
+/// Clocks.
+#pragma once
+
+#include "platform/posix/api/base.h"
+
+struct SYSTEMTIME {
+  WORD wYear, wMonth, wDayOfWeek, wDay, wHour, wMinute, wSecond, wMilliseconds;
+};
+
+/// Milliseconds since system start; wraps after 49.7 days.
+DWORD GetTickCount();
+ULONGLONG GetTickCount64();
+BOOL QueryPerformanceCounter(LARGE_INTEGER* count);
+BOOL QueryPerformanceFrequency(LARGE_INTEGER* countsPerSecond);
+void GetLocalTime(SYSTEMTIME* localTime);
