@@ -1,7 +1,18 @@
+# A compiler cache, where there is one, serves every build folder.
+find_program(TAGWRIGHT_CCACHE ccache)
+if(TAGWRIGHT_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+  set(CMAKE_C_COMPILER_LAUNCHER ${TAGWRIGHT_CCACHE})
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${TAGWRIGHT_CCACHE})
+endif()
+
 # Compiler options of everything the project owns: link `tagwright_options`.
 add_library(tagwright_options INTERFACE)
 target_include_directories(tagwright_options INTERFACE ${PROJECT_SOURCE_DIR}/src)
 target_compile_options(tagwright_options INTERFACE -Wall -Wextra -Wshadow -Wno-cast-function-type)
+# GCC 12 warns of overlaps in std::string's own code that cannot happen (its bug 105651).
+if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
+  target_compile_options(tagwright_options INTERFACE -Wno-restrict)
+endif()
 if(TAGWRIGHT_WERROR)
   target_compile_options(tagwright_options INTERFACE -Werror)
 endif()

@@ -1,5 +1,5 @@
-/// A fresh folder that TAGWRIGHT_ROOT names while it lives, so that no test sees the state of another
-/// or of the user. It is removed at the end unless TAGWRIGHT_KEEP_TEST_ROOT is set.
+/// A fresh folder that TAGWRIGHT_ROOT names while it lives, so that no test sees the state of
+/// another or of the user. It is removed at the end unless TAGWRIGHT_KEEP_TEST_ROOT is set.
 #pragma once
 
 #include <chrono>

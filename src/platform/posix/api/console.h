@@ -12,6 +12,9 @@ constexpr DWORD CTRL_SHUTDOWN_EVENT = 6;
 
 using PHANDLER_ROUTINE = BOOL(WINAPI*)(DWORD controlType);
 
-/// Adds or removes a handler; the last one added is asked first. An event that no handler takes ends
-/// the process; after close and shutdown the process ends when the handlers have returned.
+/// Adds or removes a handler; the last one added is asked first, until one returns TRUE. An event
+/// that no handler takes ends the process with exit code 0xC000013A; so does close or shutdown when
+/// the process has not ended by itself 5 seconds after a handler took it. The signals are the
+/// process's own until the first handler is added. A null handler, and removing one that was not
+/// added: FALSE with ERROR_INVALID_PARAMETER.
 BOOL SetConsoleCtrlHandler(PHANDLER_ROUTINE handler, BOOL add);

@@ -21,8 +21,8 @@ BOOL CloseHandle(HANDLE handle);
 /// WAIT_TIMEOUT, or WAIT_FAILED with the last error set.
 DWORD WaitForSingleObject(HANDLE handle, DWORD timeoutMs);
 
-/// Waits for any (`waitAll` FALSE: the lowest signalled index wins and only that object is consumed)
-/// or for all objects (everything is consumed at once or nothing). WAIT_FAILED with
-/// ERROR_INVALID_PARAMETER for a count of 0 or above MAXIMUM_WAIT_OBJECTS, or the same object twice in
-/// a wait for all; with ERROR_INVALID_HANDLE for a bad handle.
+/// Waits for any (`waitAll` FALSE: the lowest signalled index wins and only that object is
+/// consumed) or for all objects (everything is consumed at once or nothing). WAIT_FAILED with
+/// ERROR_INVALID_PARAMETER for a count of 0 or above MAXIMUM_WAIT_OBJECTS, or the same object twice
+/// in a wait for all; with ERROR_INVALID_HANDLE for a bad handle.
 DWORD WaitForMultipleObjects(DWORD count, const HANDLE* handles, BOOL waitAll, DWORD timeoutMs);

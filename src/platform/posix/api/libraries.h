@@ -1,13 +1,19 @@
-/// Libraries loaded at run time. A bare name is looked for among the system libraries that the layer
-/// stands for ("Kernel32.dll"), then beside the program; a path is used as it is.
+/// Libraries loaded at run time. A bare name is looked for among the system libraries that the
+/// layer stands for ("Kernel32.dll", "Shell32.dll", in any letter case), then beside the program,
+/// then in the current folder; a path is used as it is. A name without an extension means one with
+/// ".dll".
 #pragma once
 
 #include "platform/posix/api/base.h"
 
-/// Null on failure: ERROR_MOD_NOT_FOUND for a missing file, ERROR_BAD_EXE_FORMAT for one that is no
-/// library. The caller gives it back with FreeLibrary.
+/// Null on failure: ERROR_MOD_NOT_FOUND for a missing file, or for a library that needs something
+/// missing, ERROR_BAD_EXE_FORMAT for a file that is no library. Loading a library again gives the
+/// same handle; each is given back with FreeLibrary.
 HMODULE LoadLibraryW(LPCWSTR fileName);
+
+/// ERROR_MOD_NOT_FOUND for a handle that is no library's.
 BOOL FreeLibrary(HMODULE module);
 
-/// Null with ERROR_PROC_NOT_FOUND when the library does not export the name.
+/// Null with ERROR_PROC_NOT_FOUND when the library itself does not export the name (a number in the
+/// pointer's place, too), ERROR_MOD_NOT_FOUND for a handle that is no library's.
 FARPROC GetProcAddress(HMODULE module, LPCSTR procName);

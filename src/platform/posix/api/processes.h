@@ -66,11 +66,13 @@ BOOL CreateProcessW(LPCWSTR applicationName, LPWSTR commandLine,
                     LPCWSTR currentDirectory, LPSTARTUPINFOW startupInfo,
                     LPPROCESS_INFORMATION processInformation);
 
-/// The exit code of a child (STILL_ACTIVE while it runs). A process that a signal ended has the
-/// exit code that TerminateProcess gave it when it was ended through this layer, else 128 + signal.
+/// The exit code of a child, of which the system keeps the low 8 bits (STILL_ACTIVE while it runs). A
+/// process that a signal ended has the exit code that TerminateProcess gave it when it was ended
+/// through this handle, else 128 + signal. ERROR_NOT_SUPPORTED for a process that has ended and was
+/// not started by this one: nobody but the parent can know.
 BOOL GetExitCodeProcess(HANDLE process, LPDWORD exitCode);
 
-/// Ends a process at once (SIGKILL); nothing of it runs any more.
+/// Ends a process at once (SIGKILL). ERROR_ACCESS_DENIED when it has ended.
 BOOL TerminateProcess(HANDLE process, UINT exitCode);
 
 DWORD GetEnvironmentVariableW(LPCWSTR name, LPWSTR buffer, DWORD sizeChars);

@@ -1,5 +1,15 @@
-/// The registry, kept in registry.db (SQLite) under the state root. Key and value names ignore letter
-/// case and keep the case they were created with.
+/// The registry, kept in registry.db (SQLite) under the state root and shared by every process that
+/// uses the root. Key and value names ignore letter case and keep the case they were created with.
+///
+/// Every call returns its error. Besides those named below: ERROR_INVALID_HANDLE for a handle that
+/// is no open key, ERROR_KEY_DELETED for a key that was deleted while it was open, ERROR_BADDB for
+/// a damaged or foreign registry.db, ERROR_REGISTRY_IO_FAILED when the file cannot be used
+/// otherwise (another process held it for more than ten seconds, for instance).
+///
+/// A `subKey` is a path below the key, components separated by backslashes: one that starts with a
+/// backslash is ERROR_BAD_PATHNAME, a component of more than 255 characters
+/// ERROR_INVALID_PARAMETER, an empty path the key itself. A null or empty value name is the key's
+/// default value.
 #pragma once
 
 #include "platform/posix/api/base.h"
@@ -24,15 +34,31 @@ constexpr DWORD REG_DWORD = 4;
 
 using PHKEY = HKEY*;
 
+/// Opens a key for the rights of `access`; `options` 0 only. ERROR_FILE_NOT_FOUND without such a
+/// key, ERROR_ACCESS_DENIED for the right to change a registry that this user may only read.
 LSTATUS RegOpenKeyExW(HKEY key, LPCWSTR subKey, DWORD options, REGSAM access, PHKEY result);
+
+/// Opens a key, making what is missing of its path. `reserved` 0, `className` null and `options`
+/// REG_OPTION_NON_VOLATILE only, else ERROR_INVALID_PARAMETER; `attributes` are not looked at.
+/// `disposition` may be null.
 LSTATUS RegCreateKeyExW(HKEY key, LPCWSTR subKey, DWORD reserved, LPWSTR className, DWORD options,
                         REGSAM access, const SECURITY_ATTRIBUTES* attributes, PHKEY result,
                         LPDWORD disposition);
+
+/// Reads a value; `dataSize` is the room at `data` in bytes and becomes the size of the value. With
+/// `data` null the call tells type and size alone. ERROR_MORE_DATA when the room is too small:
+/// `data` is untouched then. ERROR_ACCESS_DENIED for a handle without KEY_QUERY_VALUE.
 LSTATUS RegQueryValueExW(HKEY key, LPCWSTR valueName, LPDWORD reserved, LPDWORD type, LPBYTE data,
                          LPDWORD dataSize);
+
+/// Stores `dataSize` bytes as they are. ERROR_ACCESS_DENIED for a handle without KEY_SET_VALUE.
 LSTATUS RegSetValueExW(HKEY key, LPCWSTR valueName, DWORD reserved, DWORD type, const BYTE* data,
                        DWORD dataSize);
 LSTATUS RegDeleteValueW(HKEY key, LPCWSTR valueName);
-/// Deletes a key without subkeys; ERROR_ACCESS_DENIED while it has some.
+
+/// Deletes a key without subkeys, whatever the rights of `key`; ERROR_ACCESS_DENIED while it has
+/// some.
 LSTATUS RegDeleteKeyW(HKEY key, LPCWSTR subKey);
+
+/// The roots need no closing; closing one succeeds.
 LSTATUS RegCloseKey(HKEY key);

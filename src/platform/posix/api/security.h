@@ -6,10 +6,12 @@
 
 constexpr DWORD SDDL_REVISION_1 = 1;
 
-/// The descriptor is freed with LocalFree. Text that is no SDDL: FALSE with ERROR_INVALID_ACL or
-/// ERROR_INVALID_PARAMETER.
+/// Provided: revision 1 (else ERROR_UNKNOWN_REVISION) and "D:" with allow and deny entries, without
+/// object types; any other text is FALSE with ERROR_INVALID_ACL. The descriptor is opaque, `size`
+/// (may be null) its bytes; free it with LocalFree.
 BOOL ConvertStringSecurityDescriptorToSecurityDescriptorW(LPCWSTR text, DWORD revision,
                                                           PSECURITY_DESCRIPTOR* descriptor,
                                                           ULONG* size);
-/// Null on success, the argument otherwise.
+
+/// Frees what a call of the layer allocated. Null.
 HLOCAL LocalFree(HLOCAL memory);

@@ -10,9 +10,9 @@ BOOL SetEvent(HANDLE event);
 BOOL ResetEvent(HANDLE event);
 
 /// A mutex; with a name it is shared by every process that uses the same state root, survives the
-/// death of its owner (the next waiter gets WAIT_ABANDONED) and opens an existing one with last error
-/// ERROR_ALREADY_EXISTS, in which case `initialOwner` is ignored. Names are case-sensitive and may
-/// start with "Local\" or "Global\"; null or empty is unnamed.
+/// death of its owner (the next waiter gets WAIT_ABANDONED) and opens an existing one with last
+/// error ERROR_ALREADY_EXISTS, in which case `initialOwner` is ignored. Names are case-sensitive
+/// and may start with "Local\" or "Global\"; null or empty is unnamed.
 HANDLE CreateMutexW(LPSECURITY_ATTRIBUTES attributes, BOOL initialOwner, LPCWSTR name);
 
 /// Gives one ownership of the calling thread back; ERROR_NOT_OWNER (288) when it owns none.

@@ -17,12 +17,13 @@ std::uintptr_t _beginthreadex(void* security, unsigned stackSizeBytes,
 /// object with a destructor is alive.
 [[noreturn]] void _endthreadex(unsigned exitCode);
 
-/// The exit code of a thread; STILL_ACTIVE while it runs. Also for a process handle, see processes.h.
+/// The exit code of a thread; STILL_ACTIVE while it runs. Also for a process handle, see
+/// processes.h.
 BOOL GetExitCodeThread(HANDLE thread, LPDWORD exitCode);
 
-/// Ends another thread wherever it is, blocked in a call included. No destructor runs, its locks stay
-/// held, its mutexes are abandoned, its handle is signalled, its exit code is `exitCode`. When the
-/// call returns, the thread no longer runs. A thread that has already ended keeps its exit code
+/// Ends another thread wherever it is, blocked in a call included. No destructor runs, its locks
+/// stay held, its mutexes are abandoned, its handle is signalled, its exit code is `exitCode`. When
+/// the call returns, the thread no longer runs. A thread that has already ended keeps its exit code
 /// (FALSE with ERROR_ACCESS_DENIED, as the system reports).
 BOOL TerminateThread(HANDLE thread, DWORD exitCode);
 

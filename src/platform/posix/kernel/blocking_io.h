@@ -13,7 +13,8 @@ class PendingIo;
 /// The operations that are blocked on one object (a pipe end). Any thread may call it.
 class PendingIoList {
  public:
-  /// Ends every blocked operation; each then reports `error`. Returns how many there were.
+  /// Ends every operation that has not been ended yet; each then reports `error`, which is not 0.
+  /// Returns how many there were.
   int EndAll(DWORD error);
 
  private:
@@ -22,8 +23,8 @@ class PendingIoList {
   std::list<PendingIo*> _operations;
 };
 
-/// One blocking operation of the calling thread; construct it inside a KernelScope, before the first
-/// check of the condition, and it cannot miss an EndAll.
+/// One blocking operation of the calling thread; construct it inside a KernelScope, before the
+/// first check of the condition, and it cannot miss an EndAll.
 class PendingIo {
  public:
   explicit PendingIo(PendingIoList& list);
@@ -38,9 +39,11 @@ class PendingIo {
 
  private:
   friend class PendingIoList;
+  DWORD EndedWith();
+
   PendingIoList& _list;
-  int _wakeFd;
-  DWORD _endedWith = 0;
+  int _wakeFd;           // The calling thread's eventfd.
+  DWORD _endedWith = 0;  // Guarded by the list's lock.
 };
 
 }  // namespace platform

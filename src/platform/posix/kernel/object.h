@@ -1,6 +1,7 @@
 /// What stands behind a handle, and the table that finds it.
 #pragma once
 
+#include <atomic>
 #include <memory>
 
 #include "platform/posix/api/base.h"
@@ -8,10 +9,7 @@
 
 namespace platform {
 
-class Thread;
-
-/// A counted object. The waiting part is called by the wait engine only, with the engine's lock
-/// held; an object that is no synchronisation object leaves it as it is.
+/// A counted object. What can be waited for derives from Waitable (wait_engine.h).
 class Object : public std::enable_shared_from_this<Object> {
  public:
   Object() = default;
@@ -19,24 +17,24 @@ class Object : public std::enable_shared_from_this<Object> {
   Object(const Object&) = delete;
   Object& operator=(const Object&) = delete;
 
-  virtual bool IsWaitable() const { return false; }
-  /// Readiness: whether a wait of `waiter` could be satisfied now. Changes nothing.
-  virtual bool IsSignalled(const Thread& waiter) const;
-  /// Consumption, after readiness: takes what the wait takes. True when it was abandoned.
-  virtual bool Consume(Thread& waiter);
-
-  /// Called without the engine's lock when the last handle has been closed.
+  /// Called without any lock of the table or the engine when the last handle has been closed. The
+  /// object itself goes with the last reference, which a blocked call may still hold.
   virtual void OnLastHandleClosed() {}
+
+ private:
+  friend class HandleTable;
+  int _handleCount = 0;  // Guarded by the table's lock.
 };
 
-/// Puts one handle to `object` into the table. Handles are multiples of four and never reused while
-/// a stale copy could be mistaken for them (a slot's generation is part of the value).
+/// Puts one more handle to `object` into the table. Handles are multiples of four and never reused
+/// while a stale copy could be mistaken for them (a slot's generation is part of the value).
 HANDLE InsertHandle(std::shared_ptr<Object> object);
 
 /// Null when the handle is not in the table.
 std::shared_ptr<Object> LookupObject(HANDLE handle);
 
-/// Takes the handle out; null when it is not in the table.
+/// Takes the handle out, and tells the object when it was its last one; null when the handle is not
+/// in the table.
 std::shared_ptr<Object> RemoveHandle(HANDLE handle);
 
 /// The object of that kind behind the handle, else null with ERROR_INVALID_HANDLE.

@@ -12,8 +12,8 @@ namespace platform {
 /// (level-triggered). The callback must not block. Returns an id for StopWatching.
 std::uint64_t WatchDescriptor(int fd, std::uint32_t events, std::function<void()> onReady);
 
-/// After it has returned, the callback is not running and will not run again (when it is called from
-/// the callback itself: will not run again). Call it before closing the descriptor.
+/// After it has returned, the callback is not running and will not run again (when it is called
+/// from the callback itself: will not run again). Call it before closing the descriptor.
 void StopWatching(std::uint64_t watchId);
 
 }  // namespace platform

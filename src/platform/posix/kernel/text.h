@@ -1,5 +1,5 @@
-/// UTF-8 for the system underneath, UTF-16 for the callers. Malformed input becomes U+FFFD; no locale
-/// and no code page is involved.
+/// UTF-8 for the system underneath, UTF-16 for the callers. Malformed input becomes U+FFFD; no
+/// locale and no code page is involved.
 #pragma once
 
 #include <string>

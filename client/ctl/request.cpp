@@ -1,0 +1,138 @@
+#include "client/ctl/request.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include "client/exact_io.h"
+#include "client/text.h"
+#include "pipe/message_names.h"
+
+namespace Ctl {
+namespace {
+
+using Tagwright::ClientError;
+using Tagwright::ClientErrorKind;
+
+std::string SystemError(DWORD error) { return "system error " + std::to_string(error); }
+
+Failure CannotRead(const std::string& path, DWORD error) {
+  return Failure(ExitCode::kLocal, "cannot read " + path + " (" + SystemError(error) + ")");
+}
+
+DWORD SizeToRead(HANDLE file, const std::string& path) {
+  LARGE_INTEGER size = {};
+  if (!GetFileSizeEx(file, &size)) throw CannotRead(path, GetLastError());
+  if (size.QuadPart > Tagwright::kMaxPayloadBytes) {
+    throw Failure(ExitCode::kLocal, path + " is longer than a request may be (" +
+                                        std::to_string(Tagwright::kMaxPayloadBytes) + " bytes)");
+  }
+  return static_cast<DWORD>(size.QuadPart);
+}
+
+WipedBuffer NamePayload(const std::string& name) {
+  const std::optional<std::string> ansi = Tagwright::ToAnsi(Tagwright::ToWide(name));
+  if (!ansi) {
+    throw Failure(ExitCode::kUsage,
+                  "the ANSI code page, in which names are sent, cannot express \"" + name + "\"");
+  }
+  WipedBuffer payload(ansi->size() + 1);
+  std::ranges::copy(*ansi, payload.Data());
+  return payload;
+}
+
+/// What to tell about each kind of error, and how the program ends for it.
+struct ErrorForm {
+  ClientErrorKind kind;
+  ExitCode exitCode;
+  const char* text;
+};
+
+constexpr ErrorForm kErrorForms[] = {
+    {ClientErrorKind::kPipeMissing, ExitCode::kNoPipe,
+     "there is no such pipe: no tagwright serves that name (a server waits 5000 ms for its client "
+     "and then gives up)"},
+    {ClientErrorKind::kPipeBusy, ExitCode::kPipeBusy,
+     "the pipe is busy: it accepts one connection in its life and has had it"},
+    {ClientErrorKind::kServerGone, ExitCode::kServerGone,
+     "the server went away before its reply was complete"},
+    {ClientErrorKind::kTimeout, ExitCode::kTimeout, "no reply within the time limit (--timeout)"},
+    {ClientErrorKind::kBadReply, ExitCode::kBadReply, "what came back is no reply to this request"},
+    {ClientErrorKind::kPayloadTooLong, ExitCode::kLocal,
+     "the payload is too long; nothing was sent"},
+    {ClientErrorKind::kNotConnected, ExitCode::kServerGone,
+     "not sent: an earlier request lost the connection"},
+    {ClientErrorKind::kSystem, ExitCode::kLocal, "the system refused"},
+};
+
+const ErrorForm& FormOf(const ClientError& error) {
+  return *std::ranges::find(kErrorForms, error.kind, &ErrorForm::kind);
+}
+
+std::string DescribeStatus(std::uint32_t status) {
+  const std::string_view name = Tagwright::ReplyStatusName(status);
+  const std::string number = std::to_string(status);
+  return name.empty() ? "status " + number : std::string(name) + " (" + number + ")";
+}
+
+std::string DescribeDuration(std::chrono::steady_clock::duration duration) {
+  char text[32];
+  std::snprintf(text, sizeof(text), "%.1f ms",
+                std::chrono::duration<double, std::milli>(duration).count());
+  return text;
+}
+
+}  // namespace
+
+WipedBuffer LoadFile(const std::string& path) {
+  const ScopedHandle file(CreateFileW(Tagwright::ToWide(path).c_str(), GENERIC_READ,
+                                      FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
+  if (!file.IsValid()) throw CannotRead(path, GetLastError());
+  const DWORD size = SizeToRead(file.Get(), path);
+  WipedBuffer content(size);
+  const DWORD error = Tagwright::TransferExactly(
+      content.Data(), size, [&file](std::uint8_t* piece, DWORD length, DWORD* done) {
+        return ReadFile(file.Get(), piece, length, done, nullptr) ? ERROR_SUCCESS : GetLastError();
+      });
+  if (error != ERROR_SUCCESS) throw CannotRead(path, error);
+  return content;
+}
+
+Request LoadRequest(const Verb& verb) {
+  Request request{verb.label, verb.messageType, {}};
+  if (verb.kind == Operand::kFile) request.payload = LoadFile(verb.operand);
+  if (verb.kind == Operand::kPipeName) request.payload = NamePayload(verb.operand);
+  return request;
+}
+
+Exchange Perform(Tagwright::Client& client, const Request& request) {
+  const auto start = std::chrono::steady_clock::now();
+  Exchange exchange{client.Send(request.messageType, request.payload.Bytes()), {}};
+  exchange.duration = std::chrono::steady_clock::now() - start;
+  return exchange;
+}
+
+void ConnectOrFail(Tagwright::Client& client, const std::string& pipeName) {
+  if (const auto error = client.Connect(Tagwright::ToWide(pipeName))) {
+    throw Failure(ExitCodeOf(*error), "pipe \"" + pipeName + "\": " + Describe(*error));
+  }
+}
+
+std::string Describe(const Exchange& exchange) {
+  if (exchange.result.error) return Describe(*exchange.result.error);
+  return DescribeStatus(exchange.result.reply.status) + ", " + DescribeDuration(exchange.duration);
+}
+
+std::string Describe(const ClientError& error) {
+  std::string text = FormOf(error).text;
+  if (error.systemError != ERROR_SUCCESS) text += " (" + SystemError(error.systemError) + ")";
+  return text;
+}
+
+ExitCode ExitCodeOf(const Exchange& exchange) {
+  if (exchange.result.error) return ExitCodeOf(*exchange.result.error);
+  return exchange.result.reply.status == 0 ? ExitCode::kSuccess : ExitCode::kRefused;
+}
+
+ExitCode ExitCodeOf(const ClientError& error) { return FormOf(error).exitCode; }
+
+}  // namespace Ctl

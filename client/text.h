@@ -1,0 +1,22 @@
+/// UTF-8 for files, arguments and terminals; UTF-16 for the system.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "platform/windows_api.h"
+
+namespace Tagwright {
+
+using WideString = std::basic_string<WCHAR>;
+
+/// Malformed input becomes U+FFFD.
+WideString ToWide(std::string_view utf8);
+std::string ToUtf8(std::basic_string_view<WCHAR> text);
+
+/// The text in the ANSI code page, in which a control pipe takes names; nothing when the code page
+/// cannot express it.
+std::optional<std::string> ToAnsi(std::basic_string_view<WCHAR> text);
+
+}  // namespace Tagwright

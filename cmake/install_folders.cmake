@@ -1,0 +1,12 @@
+# Where things are installed, below the prefix. Program files lie together in one folder on both
+# systems, as they do in the build folder: the program finds its libraries, its component and the
+# component's files beside itself.
+if(WIN32)
+  set(TAGWRIGHT_PROGRAM_FOLDER .)
+  set(TAGWRIGHT_DOC_FOLDER docs)
+  set(TAGWRIGHT_EXAMPLE_FOLDER examples)
+else()
+  set(TAGWRIGHT_PROGRAM_FOLDER lib/tagwright)
+  set(TAGWRIGHT_DOC_FOLDER share/doc/tagwright)
+  set(TAGWRIGHT_EXAMPLE_FOLDER share/doc/tagwright/examples)
+endif()

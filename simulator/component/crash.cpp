@@ -1,0 +1,32 @@
+#include "simulator/component/crash.h"
+
+#include <cstddef>
+
+namespace Simulator {
+namespace {
+
+// The compiler must not see what each of these does, or it would leave it out or do it its own way.
+int* volatile nowhere = nullptr;
+volatile int zero = 0;
+volatile int sink = 0;
+volatile bool enough = false;
+
+int Deeper(int depth) {
+  constexpr std::size_t kFrameBytes = 4096;
+  volatile char frame[kFrameBytes];
+  frame[0] = static_cast<char>(depth);
+  if (enough) return frame[0];
+  return Deeper(depth + 1) + frame[0];
+}
+
+}  // namespace
+
+void CrashByReading() { sink = *nowhere; }
+
+void CrashByDividing() { sink = 1 / zero; }
+
+void CrashByIllegalInstruction() { __builtin_trap(); }
+
+void CrashByUsingUpTheStack() { sink = Deeper(0); }
+
+}  // namespace Simulator

@@ -1,0 +1,23 @@
+/// The parsed job and its safe disposal: jobs carry tag data and passwords.
+#pragma once
+
+#include <tinyxml.h>
+
+#include <memory>
+
+#include "platform/windows_api.h"
+
+/// Overwrites the names, texts and attribute values of a node and of everything below it with
+/// zeros. The tree may only be deleted afterwards.
+void WipeNode(TiXmlNode& node);
+
+/// Wipes the document, then deletes it.
+struct JobDocumentDeleter {
+  void operator()(TiXmlDocument* document) const;
+};
+using JobDocumentPtr = std::unique_ptr<TiXmlDocument, JobDocumentDeleter>;
+
+/// Parses `sizeBytes` bytes of XML (no NUL needed), with the parser's own detection of the
+/// encoding. The document holds what was parsed before an error, if there was one. The copy the
+/// parser worked on is wiped.
+JobDocumentPtr ParseJobDocument(const unsigned char* buffer, DWORD sizeBytes);

@@ -1,0 +1,89 @@
+#include "encode/verify_managed_components.h"
+
+#include "encode/required_files.h"
+#include "encode/zebra_sdk_managed_bridge.h"
+#include "platform/framework_exceptions.h"
+#include "platform/windows_api.h"
+#include "sdk/managed_exception.h"
+#include "support/log.h"
+#include "support/oexception.h"
+#include "support/process_utility.h"
+
+namespace {
+
+/// Code under which the Windows C++ runtime raises every C++ exception.
+constexpr DWORD kCppExceptionCode = 0xE06D7363U;
+/// Code under which the managed runtime raises its exceptions.
+constexpr DWORD kManagedExceptionCode = 0xE0434352U;
+
+/// Code of the exception that the component's test entry raised last.
+DWORD sehExceptionCode = 0;
+
+/// The code of the structured exception that `exception` reports; one without exception pointers is
+/// an ordinary C++ exception.
+DWORD StructuredExceptionCode(const OException& exception) {
+  if (exception.Pointers() == nullptr) return kCppExceptionCode;
+  switch (exception.ErrorCode()) {
+    case ERROR_INVALID_ADDRESS:
+      return 0xC0000005U;  // access violation
+    case ERROR_INTERNAL_ERROR:
+      return 0xC000001DU;  // illegal instruction, the commonest of those reported under this code
+    case ERROR_ARITHMETIC_OVERFLOW:
+      return 0xC0000095U;  // integer overflow
+    case ERROR_STACK_OVERFLOW:
+      return 0xC00000FDU;
+    default:
+      return kCppExceptionCode;
+  }
+}
+
+/// Maps the exception that is being handled to the code it would be raised under.
+DWORD CurrentExceptionCode() {
+  try {
+    throw;
+  } catch (const OException& exception) {
+    return StructuredExceptionCode(exception);
+  } catch (const Tagwright::ManagedException&) {
+    return kManagedExceptionCode;
+  } catch (CException* exception) {
+    exception->Delete();
+  } catch (...) {
+  }
+  return kCppExceptionCode;
+}
+
+bool VerifyManagedComponentsLoad() {
+  try {
+    ZebraSDKManagedBridge::TestManagedCodeAccessible();
+    return true;
+  } catch (...) {
+    sehExceptionCode = CurrentExceptionCode();
+  }
+  RecordSehException();
+  return false;
+}
+
+}  // namespace
+
+void RecordSehException() {
+  Log::Error([] {
+    return OString(
+               "ZXP7EpcGen2Encode::VerifyManagedComponentsLoad: A structured exception "
+               "handler(SEH) exception occurred trying to load the managed components. It's likely "
+               "one or more DLLs are missing. ExceptionCode:")
+           << FormatHex(sehExceptionCode);
+  });
+}
+
+bool VerifyManagedComponents() {
+  const OString missing = MissingRequiredFiles(ProcessUtility::GetCurrentModuleDirectory());
+  if (missing.IsEmpty()) return VerifyManagedComponentsLoad();
+  Log::Error([&] {
+    return OString(
+               "ZXP7EpcGen2Encode::VerifyManagedComponents: Required files are missing. The "
+               "missing "
+               "files are:\n")
+           << missing;
+  });
+  return false;
+}

@@ -1,0 +1,28 @@
+#include "host/idle_decision.h"
+
+#include "host/main_log.h"
+#include "host/process_state.h"
+#include "host/watch_idle.h"
+
+namespace {
+
+OString IdleLine(const char* outcome) {
+  return OString("All pipes were idle for ") << kIdleMinutes << outcome;
+}
+
+}  // namespace
+
+void DecideIdleShutdown(OMutex& shutdownMutex, HANDLE idleEvent) {
+  MainLog::Information("hIdleEvent was signaled. Taking Shutdown mutex");
+  shutdownMutex.Acquire();
+  if (PipeActivity.fetch_add(0) != 0) {
+    shutdownMutex.Release();
+    ResetEvent(idleEvent);
+    MainLog::Warning([] {
+      return IdleLine(" minutes. But it isn't now. NOT shutting down and mutex released");
+    });
+    return;
+  }
+  MainLog::Information([] { return IdleLine(" minutes. Shutting down server"); });
+  ShutdownTagwrightServer();
+}

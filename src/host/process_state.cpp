@@ -1,0 +1,33 @@
+#include "host/process_state.h"
+
+#include "service/tagwright_controller.h"
+
+PipeServer* pServer = nullptr;
+bool g_IsUsingControlChannel = false;
+std::atomic<std::uint32_t> PipeActivity{0};
+OCriticalSection serverCritical;
+
+void OnPipeActivityCallback() { PipeActivity.exchange(1); }
+
+void ShutdownTagwrightServer() {
+  OAutoLock lock(serverCritical);
+  if (pServer == nullptr) return;
+  if (g_IsUsingControlChannel) {
+    static_cast<TagwrightController*>(pServer)->ShutdownAllPipes();
+  } else {
+    pServer->Shutdown();
+  }
+}
+
+BOOL WINAPI ConsoleHandler(DWORD controlType) {
+  switch (controlType) {
+    case CTRL_C_EVENT:
+    case CTRL_BREAK_EVENT:
+    case CTRL_CLOSE_EVENT:
+    case CTRL_SHUTDOWN_EVENT:
+      ShutdownTagwrightServer();
+      return TRUE;
+    default:
+      return FALSE;
+  }
+}

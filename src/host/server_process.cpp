@@ -1,0 +1,101 @@
+#include "host/server_process.h"
+
+#include "host/command_arguments.h"
+#include "host/idle_decision.h"
+#include "host/main_log.h"
+#include "host/process_state.h"
+#include "host/watchers.h"
+#include "service/tagwright_controller.h"
+#include "service/tagwright_server.h"
+#include "support/framework_message.h"
+#include "support/thread_guard.h"
+
+namespace {
+
+/// How long the first pipe waits for the parent to connect.
+constexpr DWORD kConnectionTimeoutMs = 5000;
+
+/// How long the first pipe's message thread may take to end.
+constexpr DWORD kMaxShutdownTimeMs = 5000;
+
+/// What outlives an exception of the run, because threads that still run refer to it.
+struct ProcessMain {
+  OMutex shutdownMutex{"Tagwright_Shutdown_Mutex", INFINITE};
+  Watchers watchers;
+};
+
+PipeServer* CreateServer(const OString& pipeName) {
+  if (g_IsUsingControlChannel) return new TagwrightController(pipeName);
+  return new TagwrightServer(pipeName);
+}
+
+void DeleteServer() {
+  OAutoLock lock(serverCritical);
+  delete pServer;
+  pServer = nullptr;
+}
+
+void ServeUntilStopped(ProcessMain& main) {
+  if (!pServer->StartProcessMessageThread(kConnectionTimeoutMs)) return;
+  while (pServer->WaitForMultipeObjectsOrPipeTermination(1, main.watchers.IdleEventAddress(),
+                                                         INFINITE, kMaxShutdownTimeMs) ==
+         PipeServer::kUserEvent) {
+    DecideIdleShutdown(main.shutdownMutex, main.watchers.IdleEvent());
+  }
+}
+
+void StopProcess(ProcessMain& main) {
+  MainLog::Information("Detected that pipe server has stopped", LogLevel::kDetailInfoD);
+  DeleteServer();
+  main.watchers.Stop();
+  main.watchers.CloseHandles();
+}
+
+void Serve(ProcessMain& main, const OString& pipeName) {
+  pServer = CreateServer(pipeName);
+  pServer->SetOnActivityCallback(OnPipeActivityCallback);
+  if (!pServer->CreateServerPipe()) {
+    MainLog::Error("Server is not Ready. This can happen when this application is launched twice");
+    return;
+  }
+  SetConsoleCtrlHandler(ConsoleHandler, TRUE);
+  main.watchers.Start();
+  ServeUntilStopped(main);
+  StopProcess(main);
+}
+
+void ServeGuarded(ProcessMain& main, const OString& pipeName) {
+  try {
+    Serve(main, pipeName);
+  } catch (CException* exception) {
+    MainLog::Error(
+        [&] { return OString("Exception. Message = ") << FrameworkMessage(*exception); });
+    exception->Delete();
+  }
+  DeleteServer();
+}
+
+void Run(ProcessMain& main, int argc, const WCHAR* const* argv) {
+  Log::Information("TagwrightServer: Starting");
+  const CommandArguments arguments(argc, argv);
+  g_IsUsingControlChannel = arguments.IsUsingControlChannel();
+  if (arguments.HasError()) {
+    MainLog::Error("_tmain:  Has command parameters error");
+  } else {
+    ServeGuarded(main, arguments.GetPipeName());
+  }
+  MainLog::Information("Tagwright Exit");
+}
+
+}  // namespace
+
+void RunServerProcess(int argc, const WCHAR* const* argv) {
+  ProcessMain main;
+  Z7SvEventLog.reset(new OEventLog("Brennick Tagwright.Native", OEventLog::kApplicationLog));
+  OExceptionHandler handler("wmain", kThreadHandlerFlags);
+  handler.SetEventLog(Z7SvEventLog);
+  RunGuarded(handler, [&] { Run(main, argc, argv); });
+  handler.UnSetEventLog();
+  Z7SvEventLog.reset();
+  ExitProcess(0);
+}

@@ -1,0 +1,93 @@
+/// The connection thread: it waits in ConnectNamedPipe while the message thread keeps the time.
+#include "pipe/blocking_call.h"
+#include "pipe/pipe_server.h"
+#include "support/com_apartment.h"
+#include "support/framework_message.h"
+#include "support/log.h"
+#include "support/oevent_log.h"
+#include "support/scoped_handle.h"
+#include "support/thread_guard.h"
+
+namespace {
+
+constexpr char kConnectThread[] = "PipeServer::ConnectThreadProc";
+constexpr char kWaitClient[] = "PipeServer::WaitClientConnection";
+
+}  // namespace
+
+bool PipeServer::WaitClientConnection(DWORD timeout) {
+  Log::Information(
+      [&] { return LogIntro(kWaitClient) << "Enter. Timeout: 0x" << FormatHex(timeout); });
+  const ScopedHandle thread(
+      reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, ConnectThreadProc, this, 0, nullptr)));
+  if (!thread.IsValid()) {
+    Log::Error([&] { return LogIntro(kWaitClient) << "Couldn't start connnect thread"; });
+    return false;
+  }
+  const HANDLE handles[] = {_hShutdownEvent, thread.Get()};
+  const bool connected = ReportConnectionWait(WaitForMultipleObjects(2, handles, FALSE, timeout));
+  if (IsActive(thread.Get())) TerminateThread(thread.Get(), kTerminatedThreadExitCode);
+  return connected;
+}
+
+bool PipeServer::ReportConnectionWait(DWORD waitResult) const {
+  switch (waitResult) {
+    case WAIT_OBJECT_0:
+      Trace(kWaitClient, "Shutdown detected");
+      return false;
+    case WAIT_OBJECT_0 + 1:
+      if (_connected) {
+        Trace(kWaitClient, "Successfully Connected");
+        return true;
+      }
+      Log::Warning(
+          [&] {
+            return LogIntro(kWaitClient)
+                   << "Connection thread exited without connecting. _shutdown = "
+                   << static_cast<int>(_shutdown);
+          },
+          LogLevel::kDetailInfo);
+      return false;
+    case WAIT_TIMEOUT:
+      Log::Warning([&] { return LogIntro(kWaitClient) << "Connection attempt timed out"; });
+      return false;
+    default:
+      return false;
+  }
+}
+
+unsigned __stdcall PipeServer::ConnectThreadProc(void* parameter) {
+  {
+    OExceptionHandler handler(kConnectThread, kThreadHandlerFlags);
+    handler.SetEventLog(Z7SvEventLog);
+    RunGuarded(handler, [&] {
+      static_cast<PipeServer*>(parameter)->ConnectClient();
+      CoUninitialize();
+      Log::Information("PipeServer::ConnectThreadProc: Exit");
+    });
+    handler.UnSetEventLog();
+  }
+  _endthreadex(0);
+  return 0;
+}
+
+void PipeServer::ConnectClient() try {
+  const auto intro = [&] { return StaticLogIntro(kConnectThread, _pipeName); };
+  Log::Information([&] { return intro() << "Enter"; });
+  InitializeApartment(intro);
+  BlockingCall call(*this);
+  const bool succeeded = ConnectNamedPipe(_hPipe, nullptr) != FALSE;
+  const DWORD error = succeeded ? ERROR_SUCCESS : GetLastError();
+  _connected = succeeded || error == ERROR_PIPE_CONNECTED;
+  if (_connected) {
+    Log::Information([&] { return intro() << "ConnectNamedPipe succeeded"; });
+  } else {
+    Log::Error(
+        [&] { return intro() << "ConnectNamedPipe failed.  Last error = 0x" << FormatHex(error); });
+  }
+} catch (CException* exception) {
+  Log::Error([&] {
+    return OString(kConnectThread) << ": Exception. Message = " << FrameworkMessage(*exception);
+  });
+  throw;
+}

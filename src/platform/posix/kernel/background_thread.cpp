@@ -1,0 +1,34 @@
+#include "platform/posix/kernel/background_thread.h"
+
+#include <signal.h>
+
+#include <thread>
+#include <utility>
+
+namespace platform {
+namespace {
+
+/// Blocks every signal on this thread while it lives: a thread made meanwhile inherits the mask.
+class AllSignalsBlocked {
+ public:
+  AllSignalsBlocked() {
+    sigset_t all;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &_before);
+  }
+  ~AllSignalsBlocked() { pthread_sigmask(SIG_SETMASK, &_before, nullptr); }
+  AllSignalsBlocked(const AllSignalsBlocked&) = delete;
+  AllSignalsBlocked& operator=(const AllSignalsBlocked&) = delete;
+
+ private:
+  sigset_t _before{};
+};
+
+}  // namespace
+
+void RunInBackground(std::function<void()> work) {
+  const AllSignalsBlocked blocked;
+  std::thread(std::move(work)).detach();
+}
+
+}  // namespace platform

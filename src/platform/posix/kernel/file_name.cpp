@@ -1,0 +1,49 @@
+#include "platform/posix/kernel/file_name.h"
+
+#include <cstdio>
+
+namespace platform {
+namespace {
+
+// The file system's limit is 255 bytes; 17 of them are for the hash of a name that was cut.
+constexpr std::size_t kMaxPlainBytes = 200;
+constexpr std::size_t kCutBytes = 190;
+
+std::string Escape(const std::string& name) {
+  std::string escaped;
+  for (const char byte : name) {
+    const bool isSpecial = byte == '%' || byte == '/' || (byte == '.' && escaped.empty());
+    char digits[4];
+    if (isSpecial) std::snprintf(digits, sizeof digits, "%%%02x", byte);
+    isSpecial ? escaped.append(digits) : escaped.append(1, byte);
+  }
+  return escaped;
+}
+
+bool IsContinuationByte(char byte) { return (byte & 0xC0) == 0x80; }
+
+}  // namespace
+
+std::string FileNameFor(const std::string& name) {
+  const std::string escaped = Escape(name);
+  if (escaped.size() <= kMaxPlainBytes) return escaped;
+  std::size_t size = kCutBytes;
+  while (IsContinuationByte(escaped[size])) --size;
+  return escaped.substr(0, size) + '~' + HashText(escaped);
+}
+
+std::uint64_t HashName(const std::string& name) {
+  std::uint64_t hash = 0xCBF29CE484222325U;
+  for (const char byte : name) {
+    hash = (hash ^ static_cast<unsigned char>(byte)) * 0x100000001B3U;
+  }
+  return hash;
+}
+
+std::string HashText(const std::string& name) {
+  char digits[17];
+  std::snprintf(digits, sizeof digits, "%016llx", static_cast<unsigned long long>(HashName(name)));
+  return digits;
+}
+
+}  // namespace platform

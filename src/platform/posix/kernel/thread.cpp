@@ -1,0 +1,190 @@
+#include "platform/posix/kernel/thread.h"
+
+#include <limits.h>
+#include <signal.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <utility>
+
+#include "platform/posix/api/threads.h"
+#include "platform/posix/kernel/kernel_scope.h"
+
+namespace platform {
+namespace {
+
+[[gnu::tls_model("initial-exec")]] constinit thread_local Thread* t_current = nullptr;
+
+/// Thread attributes with a stack size, freed at the end of the scope.
+class ThreadAttributes {
+ public:
+  explicit ThreadAttributes(std::size_t stackSizeBytes) {
+    pthread_attr_init(&_attributes);
+    if (stackSizeBytes == 0) return;
+    pthread_attr_setstacksize(&_attributes,
+                              std::max<std::size_t>(stackSizeBytes, PTHREAD_STACK_MIN));
+  }
+  ~ThreadAttributes() { pthread_attr_destroy(&_attributes); }
+  ThreadAttributes(const ThreadAttributes&) = delete;
+  ThreadAttributes& operator=(const ThreadAttributes&) = delete;
+  const pthread_attr_t* Get() const { return &_attributes; }
+
+ private:
+  pthread_attr_t _attributes;
+};
+
+}  // namespace
+
+Thread& Thread::Current() {
+  return t_current != nullptr ? *t_current : Attach(std::make_shared<Thread>());
+}
+
+Thread& Thread::Attach(std::shared_ptr<Thread> thread) {
+  // The key's destructor runs after the destructors of thread-local objects, which still may call
+  // the layer.
+  static const pthread_key_t endKey = [] {
+    pthread_key_t key{};
+    pthread_key_create(&key, OnThreadEnds);
+    return key;
+  }();
+  Thread& self = *thread;
+  pthread_setspecific(endKey, &self);
+  self._selfWhileRunning = std::move(thread);
+  t_current = &self;
+  BindTerminationFlag(&self._isTerminationPending);
+  self._id = static_cast<DWORD>(gettid());
+  return self;
+}
+
+std::shared_ptr<Thread> Thread::Start(Procedure procedure, void* argument,
+                                      std::size_t stackSizeBytes) {
+  auto thread = std::make_shared<Thread>();
+  thread->_procedure = procedure;
+  thread->_argument = argument;
+  if (!thread->Launch(stackSizeBytes)) return nullptr;
+  thread->_id.wait(0);
+  return thread;
+}
+
+bool Thread::Launch(std::size_t stackSizeBytes) {
+  const ThreadAttributes attributes(stackSizeBytes);
+  auto reference = std::make_unique<std::shared_ptr<Thread>>(
+      std::static_pointer_cast<Thread>(shared_from_this()));
+  errno = pthread_create(&_native, attributes.Get(), Run, reference.get());
+  if (errno != 0) return false;
+  reference.release();  // The new thread took it over.
+  return true;
+}
+
+void* Thread::Run(void* thread) {
+  Procedure procedure = nullptr;
+  void* argument = nullptr;
+  {
+    KernelScope scope;
+    sigset_t none;  // Whoever started it may have blocked what ends a thread.
+    sigemptyset(&none);
+    pthread_sigmask(SIG_SETMASK, &none, nullptr);
+    const std::unique_ptr<std::shared_ptr<Thread>> reference(
+        static_cast<std::shared_ptr<Thread>*>(thread));
+    Thread& self = Attach(*reference);
+    procedure = self._procedure;
+    argument = self._argument;
+    self._id.notify_all();
+  }
+  const unsigned exitCode = procedure(argument);
+  EnterKernelForGood();
+  t_current->_returnedCode = exitCode;
+  return nullptr;
+}
+
+void Thread::Exit(unsigned exitCode) {
+  EnterKernelForGood();
+  Current()._returnedCode = exitCode;
+  pthread_exit(nullptr);
+}
+
+void Thread::OnThreadEnds(void* thread) {
+  EnterKernelForGood();
+  Thread& self = *static_cast<Thread*>(thread);
+  const bool isOurs = self._procedure != nullptr;
+  if (!self.FinishUnlessPending(self._returnedCode)) LeaveThreadRaw();
+  if (isOurs) pthread_detach(pthread_self());
+}
+
+Thread::~Thread() {
+  if (_wakeFd >= 0) close(_wakeFd);
+}
+
+bool Thread::FinishUnlessPending(DWORD exitCode) {
+  Remains remains;
+  std::lock_guard lock(EngineLock());
+  if (_isTerminationPending) return false;
+  remains = Finish(exitCode);
+  BindTerminationFlag(nullptr);
+  t_current = nullptr;
+  return true;
+}
+
+Thread::Remains Thread::Finish(DWORD exitCode) {
+  _hasEnded = true;
+  _exitCode = exitCode;
+  Remains remains{std::move(_owned), std::move(_heldDuringPause), std::move(_selfWhileRunning)};
+  for (const auto& object : remains.owned) object->OnOwnerEnded(*this);
+  SignalWaiters();
+  return remains;
+}
+
+bool Thread::Terminate(DWORD exitCode) {
+  if (this == t_current) TerminateSelf(exitCode);
+  {
+    std::lock_guard lock(EngineLock());
+    // Two threads that terminate each other: the second one finds itself pending and gives way.
+    if (_hasEnded || _isTerminationPending || _procedure == nullptr ||
+        platform::IsTerminationPending()) {
+      return false;
+    }
+    _isTerminationPending = true;
+  }
+  WakeForTermination();
+  pthread_join(_native, nullptr);
+
+  Remains remains;
+  std::lock_guard lock(EngineLock());
+  remains = Finish(exitCode);
+  return true;
+}
+
+void Thread::TerminateSelf(DWORD exitCode) {
+  EnterKernelForGood();
+  // Nobody can join a thread that nobody terminates: its stack is not freed.
+  if (FinishUnlessPending(exitCode)) pthread_detach(pthread_self());
+  LeaveThreadRaw();
+}
+
+void Thread::WakeForTermination() {
+  SendTerminationSignal(_native);
+  _waker.Wake();
+  if (const int fd = _wakeFd; fd >= 0) eventfd_write(fd, 1);
+}
+
+DWORD Thread::ExitCode() const {
+  std::lock_guard lock(EngineLock());
+  return _hasEnded ? _exitCode : STILL_ACTIVE;
+}
+
+int Thread::WakeFd() {
+  if (_wakeFd < 0) _wakeFd = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+  return _wakeFd;
+}
+
+void Thread::AddOwned(std::shared_ptr<Waitable> object) { _owned.push_back(std::move(object)); }
+
+void Thread::RemoveOwned(const Waitable* object) {
+  std::erase_if(_owned, [object](const auto& owned) { return owned.get() == object; });
+}
+
+bool Thread::IsSignalled(const Thread&) { return _hasEnded; }
+
+}  // namespace platform

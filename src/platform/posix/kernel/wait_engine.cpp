@@ -1,0 +1,129 @@
+#include "platform/posix/kernel/wait_engine.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "platform/posix/api/handles.h"
+#include "platform/posix/kernel/kernel_scope.h"
+#include "platform/posix/kernel/thread.h"
+
+namespace platform {
+
+/// One wait of one thread, on its stack. Every member is guarded by the engine's lock.
+class Waiter {
+ public:
+  Waiter(Thread& thread, const std::vector<std::shared_ptr<Waitable>>& objects, bool waitAll);
+  ~Waiter();
+  Waiter(const Waiter&) = delete;
+  Waiter& operator=(const Waiter&) = delete;
+
+  /// Takes what the wait asks for, when it is there.
+  bool TrySatisfy() { return _isSatisfied = _waitAll ? TryAll() : TryAny(); }
+  /// What an object does for its waiters; on the thread that signalled it.
+  void Offer();
+  /// Sleeps until the wait is satisfied; the lock is held before and after.
+  DWORD SleepUntil(const Deadline& deadline, std::unique_lock<std::mutex>& lock);
+  DWORD Result() const { return _result; }
+
+ private:
+  bool TryAny();
+  bool TryAll();
+  void Enlist();
+
+  Thread& _thread;
+  const std::vector<std::shared_ptr<Waitable>>& _objects;
+  const bool _waitAll;
+  const bool _isBoundToThread;
+  bool _isEnlisted = false;
+  bool _isSatisfied = false;
+  DWORD _result = WAIT_FAILED;
+};
+
+Waiter::Waiter(Thread& thread, const std::vector<std::shared_ptr<Waitable>>& objects, bool waitAll)
+    : _thread(thread),
+      _objects(objects),
+      _waitAll(waitAll),
+      _isBoundToThread(std::any_of(objects.begin(), objects.end(), [](const auto& object) {
+        return object->IsBoundToWaitingThread();
+      })) {}
+
+Waiter::~Waiter() {
+  if (!_isEnlisted) return;
+  for (const auto& object : _objects) std::erase(object->_waiters, this);
+}
+
+bool Waiter::TryAny() {
+  for (std::size_t index = 0; index < _objects.size(); ++index) {
+    if (!_objects[index]->IsSignalled(_thread)) continue;
+    const bool wasAbandoned = _objects[index]->Consume(_thread);
+    _result = (wasAbandoned ? WAIT_ABANDONED_0 : WAIT_OBJECT_0) + static_cast<DWORD>(index);
+    return true;
+  }
+  return false;
+}
+
+bool Waiter::TryAll() {
+  for (std::size_t index = 0; index < _objects.size(); ++index) {
+    if (_objects[index]->IsSignalled(_thread)) continue;
+    while (index > 0) _objects[--index]->GiveBack();
+    return false;
+  }
+  bool wasAbandoned = false;
+  for (const auto& object : _objects) wasAbandoned |= object->Consume(_thread);
+  _result = wasAbandoned ? WAIT_ABANDONED_0 : WAIT_OBJECT_0;
+  return true;
+}
+
+void Waiter::Offer() {
+  if (_isSatisfied) return;
+  if (_isBoundToThread || TrySatisfy()) _thread.Waker().Wake();
+}
+
+void Waiter::Enlist() {
+  _isEnlisted = true;
+  for (const auto& object : _objects) object->_waiters.push_back(this);
+}
+
+DWORD Waiter::SleepUntil(const Deadline& deadline, std::unique_lock<std::mutex>& lock) {
+  Enlist();
+  for (bool isInTime = true; isInTime;) {
+    if (IsTerminationPending()) return WAIT_FAILED;
+    for (const auto& object : _objects) object->OnWaiterSleeps();
+    const auto sequence = _thread.Waker().Sequence();
+    lock.unlock();
+    isInTime = _thread.Waker().Sleep(sequence, deadline);
+    lock.lock();
+    if (_isSatisfied || (_isBoundToThread && TrySatisfy())) return _result;
+  }
+  return WAIT_TIMEOUT;
+}
+
+std::mutex& EngineLock() {
+  static auto* const lock = new std::mutex;  // Used until the very end of the process.
+  return *lock;
+}
+
+bool Waitable::Consume(Thread&) { return false; }
+
+void Waitable::OnOwnerEnded(const Thread&) {}
+
+DWORD Waitable::WaitAlone(std::shared_ptr<Waitable> self, DWORD timeoutMs) {
+  return WaitForObjects({std::move(self)}, false, timeoutMs);
+}
+
+void Waitable::SignalWaiters() {
+  for (Waiter* waiter : _waiters) waiter->Offer();
+}
+
+DWORD WaitForObjects(const std::vector<std::shared_ptr<Waitable>>& objects, bool waitAll,
+                     DWORD timeoutMs) {
+  const Deadline deadline(timeoutMs);
+  Thread& self = Thread::Current();
+  std::unique_lock lock(EngineLock());
+  Waiter waiter(self, objects, waitAll);
+  if (waiter.TrySatisfy()) return waiter.Result();
+  if (timeoutMs == 0) return WAIT_TIMEOUT;
+  return waiter.SleepUntil(deadline, lock);
+}
+
+}  // namespace platform

@@ -1,0 +1,168 @@
+#include "platform/posix/pipes_address.h"
+
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+
+#include <cerrno>
+#include <mutex>
+#include <set>
+
+#include "platform/posix/api/errors.h"
+#include "platform/posix/kernel/error_translation.h"
+#include "platform/posix/kernel/file_name.h"
+#include "platform/posix/kernel/process_exit.h"
+#include "platform/posix/kernel/state_paths.h"
+#include "platform/posix/local_socket.h"
+
+namespace platform {
+namespace {
+
+constexpr const char* kSocketFolder = "pipe";
+constexpr const char* kLockFolder = "pipe/.lock";
+constexpr mode_t kModeForEveryone = 0666;
+constexpr mode_t kModeForUser = 0600;
+// Anyone may look whether the lock is held; only the user's own processes take it.
+constexpr mode_t kLockFileMode = 0644;
+
+// What the end of the process has to clean up.
+struct ClaimedAddresses {
+  std::mutex lock;
+  std::set<PipeAddress*> addresses;
+};
+
+ClaimedAddresses& Claimed() {
+  static auto* const claimed = new ClaimedAddresses;  // outlives every pipe, also at exit
+  return *claimed;
+}
+
+std::string LockPath(const std::string& fileName) {
+  return StateFolder(kLockFolder) + "/" + fileName;
+}
+
+struct flock WholeFile(short type) {
+  struct flock range {};
+  range.l_type = type;
+  range.l_whence = SEEK_SET;
+  return range;
+}
+
+// The lock file may have been removed, or replaced, between opening and locking it.
+bool IsStillAt(int fd, const std::string& path) {
+  struct stat opened {};
+  struct stat named {};
+  return fstat(fd, &opened) == 0 && stat(path.c_str(), &named) == 0 &&
+         opened.st_ino == named.st_ino && opened.st_dev == named.st_dev;
+}
+
+DWORD TakeLock(const std::string& path, UniqueFd& lock) {
+  for (;;) {
+    UniqueFd file(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, kLockFileMode));
+    if (!file) return ErrorFromErrno(errno);
+    struct flock range = WholeFile(F_WRLCK);
+    if (fcntl(file.Get(), F_OFD_SETLK, &range) != 0) {
+      return errno == EAGAIN || errno == EACCES ? ERROR_PIPE_BUSY : ErrorFromErrno(errno);
+    }
+    if (IsStillAt(file.Get(), path)) {
+      lock = std::move(file);
+      return 0;
+    }
+  }
+}
+
+bool IsServed(const std::string& fileName) {
+  const UniqueFd file(open(LockPath(fileName).c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
+  struct flock range = WholeFile(F_WRLCK);
+  return file && fcntl(file.Get(), F_OFD_GETLK, &range) == 0 && range.l_type != F_UNLCK;
+}
+
+}  // namespace
+
+DWORD PipeAddress::Claim(const std::string& fileName, bool forEveryone,
+                         std::unique_ptr<PipeAddress>& address) {
+  UniqueFd folder(open(StateFolder(kSocketFolder).c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+  if (!folder) return ErrorFromErrno(errno);
+  UniqueFd lock;
+  if (const DWORD error = TakeLock(LockPath(fileName), lock)) return error;
+  address.reset(new PipeAddress(fileName, forEveryone, std::move(folder), std::move(lock)));
+  return 0;
+}
+
+PipeAddress::PipeAddress(std::string fileName, bool forEveryone, UniqueFd folder, UniqueFd lock)
+    : _fileName(std::move(fileName)),
+      _forEveryone(forEveryone),
+      _owner(getpid()),
+      _folder(std::move(folder)),
+      _lock(std::move(lock)) {
+  static const bool isRegistered = (AtProcessExit(&PipeAddress::ReleaseAll), true);
+  (void)isRegistered;
+  const std::lock_guard guard(Claimed().lock);
+  Claimed().addresses.insert(this);
+}
+
+PipeAddress::~PipeAddress() {
+  const std::lock_guard guard(Claimed().lock);
+  if (Claimed().addresses.erase(this) > 0) Release();
+}
+
+void PipeAddress::ReleaseAll() {
+  const std::lock_guard guard(Claimed().lock);
+  for (PipeAddress* const address : Claimed().addresses) address->Release();
+  Claimed().addresses.clear();
+}
+
+void PipeAddress::Release() {
+  // A forked copy of the process owns none of this, although it shares the lock.
+  if (getpid() != _owner) return;
+  struct stat current {};
+  if (fstatat(_folder.Get(), _fileName.c_str(), &current, AT_SYMLINK_NOFOLLOW) == 0 &&
+      current.st_ino == _socketInode) {
+    unlinkat(_folder.Get(), _fileName.c_str(), 0);
+  }
+  unlink(LockPath(_fileName).c_str());
+  // Said aloud: a child that is just being started may still share the descriptor for a moment.
+  struct flock range = WholeFile(F_UNLCK);
+  fcntl(_lock.Get(), F_OFD_SETLK, &range);
+}
+
+UniqueFd PipeAddress::Listen() {
+  UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+  // A pipe's file name never starts with a dot, and the lock keeps others off this one.
+  const std::string temporaryName = ".~" + HashText(_fileName);
+  if (!socket || !Publish(socket.Get(), temporaryName)) {
+    const int error = errno;
+    unlinkat(_folder.Get(), temporaryName.c_str(), 0);
+    errno = error;
+    return {};
+  }
+  return socket;
+}
+
+// The name appears only when connecting to it works, and takes the place of a dead one in one step.
+bool PipeAddress::Publish(int socket, const std::string& temporaryName) {
+  unlinkat(_folder.Get(), temporaryName.c_str(), 0);
+  const LocalAddress address(_folder.Get(), temporaryName);
+  struct stat created {};
+  if (fchmod(socket, kModeForUser) != 0 || bind(socket, address.Get(), address.Size()) != 0 ||
+      fchmodat(_folder.Get(), temporaryName.c_str(), _forEveryone ? kModeForEveryone : kModeForUser,
+               0) != 0 ||
+      fstatat(_folder.Get(), temporaryName.c_str(), &created, AT_SYMLINK_NOFOLLOW) != 0 ||
+      listen(socket, 0) != 0 ||
+      renameat(_folder.Get(), temporaryName.c_str(), _folder.Get(), _fileName.c_str()) != 0) {
+    return false;
+  }
+  _socketInode = created.st_ino;
+  return true;
+}
+
+DWORD ConnectToPipe(const std::string& fileName, UniqueFd& socket) {
+  const std::string path = StateFolder(kSocketFolder) + "/" + fileName;
+  const int error = ConnectLocal(path, SOCK_STREAM, socket);
+  if (error == 0) return 0;
+  if (error == EAGAIN) return ERROR_PIPE_BUSY;  // one client is waiting to be accepted
+  if (error == ECONNREFUSED) return IsServed(fileName) ? ERROR_PIPE_BUSY : ERROR_FILE_NOT_FOUND;
+  return ErrorFromErrno(error);
+}
+
+}  // namespace platform

@@ -1,0 +1,122 @@
+/// CreateToolhelp32Snapshot and its walk, from /proc.
+#include <algorithm>
+#include <charconv>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <optional>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "platform/posix/api/processes.h"
+#include "platform/posix/kernel/error_translation.h"
+#include "platform/posix/kernel/kernel_scope.h"
+#include "platform/posix/kernel/object.h"
+#include "platform/posix/kernel/text.h"
+
+using platform::Fail;
+using platform::KernelScope;
+
+namespace {
+
+namespace fs = std::filesystem;
+
+struct ProcessLine {
+  DWORD id = 0;
+  DWORD parentId = 0;
+  DWORD threadCount = 0;
+  std::u16string program;
+};
+
+class Snapshot final : public platform::Object {
+ public:
+  explicit Snapshot(std::vector<ProcessLine> lines) : _lines(std::move(lines)) {}
+  void Rewind() { _next = 0; }
+  const ProcessLine* Next() { return _next < _lines.size() ? &_lines[_next++] : nullptr; }
+
+ private:
+  std::vector<ProcessLine> _lines;
+  std::size_t _next = 0;
+};
+
+/// The program's file name; the kernel's short name for it where the link cannot be read.
+std::string ProgramName(const fs::path& folder, const std::string& shortName) {
+  std::error_code error;
+  const fs::path program = fs::read_symlink(folder / "exe", error);
+  return error ? shortName : program.filename().string();
+}
+
+/// /proc/<id>/stat: id (name) state parent ... with the number of threads as the 18th word after
+/// the name. The name may hold anything, parentheses included. Nothing when the process has gone.
+std::optional<ProcessLine> ReadProcess(const fs::path& folder, DWORD id) {
+  constexpr std::size_t kParent = 1;
+  constexpr std::size_t kThreads = 17;
+  std::ifstream file(folder / "stat");
+  const std::string text{std::istreambuf_iterator<char>(file), {}};
+  const auto open = text.find('(');
+  const auto close = text.rfind(')');
+  if (open == text.npos || close == text.npos) return std::nullopt;
+  std::istringstream words(text.substr(close + 1));
+  const std::vector<std::string> fields{std::istream_iterator<std::string>(words), {}};
+  if (fields.size() <= kThreads) return std::nullopt;
+  ProcessLine line;
+  line.id = id;
+  line.parentId = static_cast<DWORD>(std::stoul(fields[kParent]));
+  line.threadCount = static_cast<DWORD>(std::stoul(fields[kThreads]));
+  line.program = platform::ToUtf16(ProgramName(folder, text.substr(open + 1, close - open - 1)));
+  return line;
+}
+
+std::vector<ProcessLine> ReadProcesses() {
+  std::vector<ProcessLine> lines;
+  std::error_code error;
+  for (fs::directory_iterator entry("/proc", error), end; !error && entry != end;
+       entry.increment(error)) {
+    const std::string name = entry->path().filename().string();
+    DWORD id = 0;
+    const auto parsed = std::from_chars(name.data(), name.data() + name.size(), id);
+    if (parsed.ptr != name.data() + name.size()) continue;
+    if (auto line = ReadProcess(entry->path(), id)) lines.push_back(std::move(*line));
+  }
+  return lines;
+}
+
+BOOL WriteNext(Snapshot& snapshot, PROCESSENTRY32W& entry) {
+  if (entry.dwSize < sizeof(PROCESSENTRY32W)) return Fail(ERROR_INSUFFICIENT_BUFFER);
+  const ProcessLine* line = snapshot.Next();
+  if (line == nullptr) return Fail(ERROR_NO_MORE_FILES);
+  entry = {};
+  entry.dwSize = sizeof(PROCESSENTRY32W);
+  entry.th32ProcessID = line->id;
+  entry.th32ParentProcessID = line->parentId;
+  entry.cntThreads = line->threadCount;
+  line->program.copy(entry.szExeFile, MAX_PATH - 1);
+  return TRUE;
+}
+
+}  // namespace
+
+HANDLE CreateToolhelp32Snapshot(DWORD flags, DWORD processId) {
+  KernelScope scope;
+  if (flags != TH32CS_SNAPPROCESS || processId != 0) {
+    SetLastError(ERROR_INVALID_PARAMETER);
+    return INVALID_HANDLE_VALUE;
+  }
+  return platform::InsertHandle(std::make_shared<Snapshot>(ReadProcesses()));
+}
+
+BOOL Process32FirstW(HANDLE snapshot, PROCESSENTRY32W* entry) {
+  KernelScope scope;
+  const auto list = platform::Lookup<Snapshot>(snapshot);
+  if (!list) return FALSE;
+  list->Rewind();
+  return WriteNext(*list, *entry);
+}
+
+BOOL Process32NextW(HANDLE snapshot, PROCESSENTRY32W* entry) {
+  KernelScope scope;
+  const auto list = platform::Lookup<Snapshot>(snapshot);
+  return list ? WriteNext(*list, *entry) : FALSE;
+}

@@ -1,0 +1,140 @@
+/// How the controller stops: encoder threads first, then the control pipe, each within its time.
+#include "service/tagwright_controller.h"
+#include "support/log.h"
+
+namespace {
+
+/// Given to the encoder threads, and to everything together in ShutdownAllPipes.
+constexpr DWORD kShutdownTimeMs = 15000;
+
+constexpr char kShutdownAllPipes[] = "TagwrightController::ShutdownAllPipes";
+
+void TraceShutdown(const char* text) {
+  Log::Information([&] { return OString(kShutdownAllPipes) << ": " << text; },
+                   LogLevel::kDetailInfoD);
+}
+
+}  // namespace
+
+template <class Visit>
+void TagwrightController::ForEachEncoder(Visit&& visit) {
+  OAutoLock lock(_encoderServersLock);
+  for (ONode* node = _pEncoderServers->GetHead(); node != nullptr; node = node->GetNext()) {
+    visit(*static_cast<TagwrightServer*>(node));
+  }
+}
+
+void TagwrightController::StopEncoders() {
+  ShutdownEncoderThreads();
+  if (!WaitForEncoderThreadShutdown(kShutdownTimeMs)) TerminateEncoderThreads();
+}
+
+void TagwrightController::ShutdownEncoderThreads() {
+  ForEachEncoder([](TagwrightServer& server) { server.Shutdown(); });
+}
+
+std::vector<HANDLE> TagwrightController::EncoderThreads() {
+  std::vector<HANDLE> threads;
+  ForEachEncoder([&](const TagwrightServer& server) {
+    const HANDLE thread = server.GetThreadHandle();
+    if (thread != INVALID_HANDLE_VALUE) threads.push_back(thread);
+  });
+  return threads;
+}
+
+bool TagwrightController::WaitForEncoderThreadShutdown(DWORD timeout) {
+  const std::vector<HANDLE> threads = EncoderThreads();
+  if (threads.empty()) {
+    Log::Information(
+        "TagwrightController::WaitForEncoderThreadShutdown: There are no threads to wait for");
+    return true;
+  }
+  const auto count = static_cast<DWORD>(threads.size());
+  const DWORD result = WaitForMultipleObjects(count, threads.data(), TRUE, timeout);
+  if (result < WAIT_OBJECT_0 + count) {
+    Log::Information(
+        "TagwrightController::WaitForEncoderThreadShutdown: all threads signaled as shutdown");
+    return true;
+  }
+  if (result == WAIT_TIMEOUT) {
+    Log::Information(
+        "TagwrightController::WaitForEncoderThreadShutdown: timeout while waiting for threads to "
+        "shutdown");
+  } else if (result >= WAIT_ABANDONED_0 && result < WAIT_ABANDONED_0 + count) {
+    Log::Warning("TagwrightController::WaitForEncoderThreadShutdown: handle abandoned");
+  } else {
+    Log::Error("TagwrightController::WaitForEncoderThreadShutdown: WaitForMultipleObjects failed");
+  }
+  return false;
+}
+
+bool TagwrightController::WaitForControlThreadShutdown(DWORD timeout) {
+  if (timeout == 0) return true;
+  switch (WaitForSingleObject(GetThreadHandle(), timeout)) {
+    case WAIT_OBJECT_0:
+      Log::Information(
+          "TagwrightController::WaitForControlThreadShutdown: Control pipe thread shutdown");
+      return true;
+    case WAIT_TIMEOUT:
+      Log::Information(
+          "TagwrightController::WaitForControlThreadShutdown: Timeout while waiting for thread to "
+          "shutdown");
+      return false;
+    case WAIT_ABANDONED:
+      Log::Warning("TagwrightController::WaitForControlThreadShutdown: handle abandoned");
+      return false;
+    default:
+      Log::Error("TagwrightController::WaitForControlThreadShutdown: WaitForSingleObjects failed");
+      return false;
+  }
+}
+
+void TagwrightController::TerminateEncoderThreads() {
+  ForEachEncoder([](const TagwrightServer& server) {
+    const HANDLE thread = server.GetThreadHandle();
+    if (thread == INVALID_HANDLE_VALUE || !IsActive(thread)) return;
+    Log::Warning([] {
+      return OString("TagwrightController::TerminateEncoderThreads: Terminating thread id: 0x")
+             << FormatHex(GetCurrentThreadId());
+    });
+    TerminateThread(thread, kTerminatedThreadExitCode);
+  });
+}
+
+void TagwrightController::RefuseFurtherEncoders() {
+  OAutoLock lock(_encoderServersLock);
+  _acceptsEncoders = false;
+}
+
+void TagwrightController::DestroyEncoders() {
+  OAutoLock lock(_encoderServersLock);
+  while (ONode* server = _pEncoderServers->RemoveHead()) delete server;
+}
+
+void TagwrightController::TerminateControlThread() {
+  const HANDLE thread = GetThreadHandle();
+  if (thread == INVALID_HANDLE_VALUE || !IsActive(thread)) return;
+  Log::Warning("TagwrightController::ShutdownAllPipes: Forcibly terminating control thread");
+  TerminateThread(thread, kTerminatedThreadExitCode);
+}
+
+void TagwrightController::ShutdownAllPipes() {
+  TraceShutdown("Enter");
+  const DWORD startTick = GetTickCount();
+  // From here on an eAddEncoder still in flight is refused, so that no server is started that the
+  // steps below would not stop.
+  RefuseFurtherEncoders();
+  ShutdownEncoderThreads();
+  if (!WaitForEncoderThreadShutdown(kShutdownTimeMs)) {
+    Log::Warning("TagwrightController::ShutdownAllPipes: Forcing Encoder Threads Termination");
+    TerminateEncoderThreads();
+  }
+  TraceShutdown("Encoder Threads shutdown");
+  PipeServer::Shutdown();
+  DestroyEncoders();
+  const DWORD usedMs = GetTickCount() - startTick;
+  if (usedMs < kShutdownTimeMs) WaitForControlThreadShutdown(kShutdownTimeMs - usedMs);
+  TraceShutdown("Returned from WaitForControlThreadShutdown");
+  TerminateControlThread();
+  TraceShutdown("Leave");
+}

@@ -1,0 +1,38 @@
+#include "support/oexception.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+namespace {
+
+std::unique_ptr<char[]> CopyOf(const char* text) {
+  if (text == nullptr) return nullptr;
+  const std::size_t sizeBytes = std::strlen(text) + 1;
+  auto copy = std::make_unique<char[]>(sizeBytes);
+  std::copy_n(text, sizeBytes, copy.get());
+  return copy;
+}
+
+std::unique_ptr<char[]> SystemText(LONG errorCode) {
+  const DWORD code = errorCode < 1 ? ERROR_INTERNAL_ERROR : static_cast<DWORD>(errorCode);
+  std::array<char, 1024> text;
+  const DWORD length =
+      FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_ARGUMENT_ARRAY, nullptr, code, 0,
+                     text.data(), static_cast<DWORD>(text.size()), nullptr);
+  return CopyOf(length == 0 ? nullptr : text.data());
+}
+
+}  // namespace
+
+OException::OException(LONG errorCode, const char* message, EXCEPTION_POINTERS* pointers)
+    : _errorCode(errorCode),
+      _message(message == nullptr ? SystemText(errorCode) : CopyOf(message)),
+      _pointers(pointers) {}
+
+OException::OException(const OException& other)
+    : _errorCode(other._errorCode),
+      _message(CopyOf(other._message.get())),
+      _pointers(other._pointers) {}
+
+OException::~OException() = default;

@@ -1,0 +1,158 @@
+#include "support/ostring.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <limits>
+
+#include "support/ostring_buffer.h"
+#include "support/secure_wipe.h"
+
+namespace {
+
+constexpr std::array<DWORD, 6> kMultiBytePages = {932, 936, 949, 950, 1361, 54936};
+
+DWORD ResolvedPage(DWORD codePage) { return codePage == CP_ACP ? GetACP() : codePage; }
+
+bool IsMultiBytePage(DWORD codePage) {
+  return std::find(kMultiBytePages.begin(), kMultiBytePages.end(), codePage) !=
+         kMultiBytePages.end();
+}
+
+}  // namespace
+
+OString::OString(const OString& other) noexcept : _buffer(other._buffer) {
+  if (_buffer != nullptr) _buffer->AddReference();
+}
+
+OString::OString(const char* text) : OString() { AssignText(text); }
+
+OString::OString(const WCHAR* text) : OString() { AssignText(text); }
+
+OString::OString(char character) : OString(FromCharacters(&character, 1)) {}
+
+OString::OString(WCHAR character) : OString(FromCharacters(&character, 1)) {}
+
+OString::~OString() {
+  if (_buffer != nullptr) _buffer->Release();
+}
+
+OString& OString::operator=(const OString& other) noexcept { return *this = OString(other); }
+
+OString& OString::operator=(OString&& other) noexcept {
+  std::swap(_buffer, other._buffer);
+  return *this;
+}
+
+OString& OString::operator=(const char* text) { return AssignText(text); }
+
+OString& OString::operator=(const WCHAR* text) { return AssignText(text); }
+
+template <class Char>
+OString& OString::AssignText(const Char* text) {
+  if (_buffer != nullptr && _buffer->Contains(text)) return *this = OString(text);
+  MakeUnique();
+  _buffer->Assign(text, text == nullptr ? 0 : std::char_traits<Char>::length(text));
+  return *this;
+}
+
+template <class Char>
+OString OString::FromCharacters(const Char* text, int count, DWORD codePage) {
+  OString result(new OStringBuffer(0, codePage));
+  const Char* const end = std::find(text, text + std::max(count, 0), Char{0});
+  result._buffer->Assign(text, static_cast<std::uint64_t>(end - text));
+  return result;
+}
+
+template OString OString::FromCharacters(const char*, int, DWORD);
+template OString OString::FromCharacters(const WCHAR*, int, DWORD);
+
+void OString::MakeUnique() {
+  if (_buffer == nullptr) {
+    _buffer = new OStringBuffer(0, CP_ACP);
+  } else if (_buffer->IsShared()) {
+    OStringBuffer* const own = _buffer->Clone();
+    std::exchange(_buffer, own)->Release();
+  }
+}
+
+OString& OString::operator<<(const OString& text) {
+  if (text.IsEmpty()) return *this;
+  if (IsEmpty()) return *this = text;
+  InForm(WorksWideWith(text),
+         [&]<class Char>() { return Splice<Char>(std::numeric_limits<int>::max(), 0, text); });
+  return *this;
+}
+
+OString& OString::operator<<(const char* text) { return *this << OString(text); }
+
+OString& OString::operator<<(const WCHAR* text) { return *this << OString(text); }
+
+OString& OString::operator<<(int value) {
+  std::array<char, 16> digits{};
+  std::to_chars(digits.begin(), digits.end(), value);
+  return *this << digits.data();
+}
+
+OString operator+(const OString& left, const OString& right) {
+  OString sum(left);
+  sum << right;
+  return sum;
+}
+
+OString operator+(const OString& left, const char* right) { return left + OString(right); }
+
+template <class Char>
+int OString::Splice(int position, int count, const OString& text) {
+  const OString source(text);  // Keeps the text when it is this string's own.
+  const auto added = source.View<Char>();
+  MakeUnique();
+  const int length = static_cast<int>(View<Char>().size());
+  position = std::clamp(position, 0, length);
+  count = std::clamp(count, 0, length - position);
+  const int newLength = length - count + static_cast<int>(added.size());
+
+  Char* const form = _buffer->Edit<Char>(static_cast<std::uint64_t>(newLength));
+  Char* const gap = form + position;
+  std::char_traits<Char>::move(gap + added.size(), gap + count,
+                               static_cast<std::size_t>(length - position - count + 1));
+  std::copy(added.begin(), added.end(), gap);
+  if (newLength < length) {
+    SecureWipe(form + newLength, static_cast<std::size_t>(length - newLength) * sizeof(Char));
+  }
+  return newLength;
+}
+
+template int OString::Splice<char>(int, int, const OString&);
+template int OString::Splice<WCHAR>(int, int, const OString&);
+
+const char* OString::nstring() const { return _buffer == nullptr ? "" : _buffer->Text<char>(); }
+
+const WCHAR* OString::wstring() const {
+  return _buffer == nullptr ? TEXT("") : _buffer->Text<WCHAR>();
+}
+
+bool OString::is_valid_n() const noexcept { return _buffer != nullptr && _buffer->IsValid<char>(); }
+
+bool OString::is_valid_w() const noexcept {
+  return _buffer != nullptr && _buffer->IsValid<WCHAR>();
+}
+
+bool OString::IsEmpty() const noexcept { return !is_valid_n() && !is_valid_w(); }
+
+int OString::GetLength() const {
+  return InForm(WorksWide(), [&]<class Char>() { return static_cast<int>(View<Char>().size()); });
+}
+
+DWORD OString::CodePage() const noexcept {
+  return _buffer == nullptr ? CP_ACP : _buffer->CodePage();
+}
+
+bool OString::WorksWide() const {
+  return is_valid_w() || IsMultiBytePage(ResolvedPage(CodePage()));
+}
+
+bool OString::WorksWideWith(const OString& other) const {
+  return WorksWide() || other.WorksWide() ||
+         ResolvedPage(CodePage()) != ResolvedPage(other.CodePage());
+}

@@ -1,0 +1,94 @@
+/// The shared, reference-counted text behind an OString. Only OString uses it.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <type_traits>
+#include <utility>
+
+#include "platform/windows_api.h"
+
+/// Holds one text in up to two forms: narrow (in a code page) and wide (UTF-16). A form is valid
+/// when it is allocated and its first character is not zero; two valid forms hold the same text.
+///
+/// The text may be a password, so no form keeps old text: it is wiped when it is emptied,
+/// shortened, moved or freed. Members templated on Char take char (narrow) or WCHAR (wide).
+///
+/// Only the reference count may be used by several threads at once.
+class OStringBuffer {
+ public:
+  /// Starts with one reference and no forms. Code page 0 is the system's ANSI code page.
+  OStringBuffer(std::uint64_t capacityChars, DWORD codePage);
+  OStringBuffer(const OStringBuffer&) = delete;
+  OStringBuffer& operator=(const OStringBuffer&) = delete;
+
+  void AddReference() { _references.fetch_add(1, std::memory_order_relaxed); }
+  /// Gives one reference back; the last one frees the buffer.
+  void Release();
+  bool IsShared() const { return _references.load(std::memory_order_acquire) != 1; }
+
+  /// A copy of its own with one reference and the same forms.
+  OStringBuffer* Clone() const;
+
+  DWORD CodePage() const { return _codePage; }
+
+  template <class Char>
+  bool IsValid() const {
+    return Form<Char>() != nullptr && *Form<Char>() != 0;
+  }
+
+  /// The text in this form, NUL-terminated; made from the other form when only that one is valid.
+  /// An empty text gives a static empty string. The form is filled in place also while shared.
+  template <class Char>
+  const Char* Text();
+
+  /// Makes this the only valid form, with room for `lengthChars` characters besides its NUL, and
+  /// returns it. The text stays.
+  template <class Char>
+  Char* Edit(std::uint64_t lengthChars);
+
+  /// Replaces the text by the first `count` characters of `text` (not a part of this buffer).
+  template <class Char>
+  void Assign(const Char* text, std::uint64_t count);
+
+  /// Whether `text` points into one of the forms.
+  bool Contains(const void* text) const;
+
+ private:
+  ~OStringBuffer();
+
+  template <class Char>
+  Char* const& Form() const {
+    if constexpr (std::is_same_v<Char, char>) {
+      return _narrow;
+    } else {
+      return _wide;
+    }
+  }
+  template <class Char>
+  Char*& Form() {
+    return const_cast<Char*&>(std::as_const(*this).template Form<Char>());
+  }
+  /// The bytes that the form takes at the present capacity; more only for a narrow form whose text
+  /// needs more than 2 bytes a character.
+  template <class Char>
+  std::uint64_t RoomBytes() const;
+  template <class Char>
+  Char* Allocated();
+  template <class Char>
+  void Empty();
+  template <class Char>
+  void Free();
+  template <class Char>
+  void CopyForm(const OStringBuffer& source);
+  template <class Char>
+  void Grow(std::uint64_t capacityChars);
+  void FillFrom(const char* text);
+  void FillFrom(const WCHAR* text);
+
+  std::atomic<std::uint32_t> _references{1};
+  char* _narrow = nullptr;  ///< Room for 2 bytes a character, so that a double-byte page fits.
+  WCHAR* _wide = nullptr;
+  std::uint64_t _capacityChars;  ///< Of each form, NUL included; a multiple of 32, or 0.
+  DWORD _codePage;
+};

@@ -1,0 +1,94 @@
+/// The bare client side of a pipe: tests say what goes over the wire, whole or broken.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstring>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "pipe/message_header.h"
+#include "platform/windows_api.h"
+
+/// A pipe name that no other test uses.
+inline std::string UniquePipeName() {
+  static std::atomic<int> counter{0};
+  return "tagwright-test-" + std::to_string(GetCurrentProcessId()) + "-" +
+         std::to_string(GetTickCount()) + "-" + std::to_string(++counter);
+}
+
+inline Tagwright::MessageHeader Header(std::uint32_t type, std::size_t payloadBytes = 0) {
+  Tagwright::MessageHeader header;
+  header.messageType = type;
+  header.payloadLength = static_cast<std::uint32_t>(payloadBytes);
+  return header;
+}
+
+class PipeClient {
+ public:
+  PipeClient() = default;
+  explicit PipeClient(const std::string& pipeName) { Connect(pipeName); }
+  ~PipeClient() { Close(); }
+  PipeClient(const PipeClient&) = delete;
+  PipeClient& operator=(const PipeClient&) = delete;
+
+  /// The system's error; 0 on success.
+  DWORD TryConnect(const std::string& pipeName) {
+    const std::string path = "\\\\.\\pipe\\" + pipeName;
+    _pipe = CreateFileW(std::basic_string<WCHAR>(path.begin(), path.end()).c_str(),
+                        GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+    return _pipe == INVALID_HANDLE_VALUE ? GetLastError() : ERROR_SUCCESS;
+  }
+  void Connect(const std::string& pipeName) { ASSERT_EQ(TryConnect(pipeName), ERROR_SUCCESS); }
+
+  void Close() {
+    if (_pipe != INVALID_HANDLE_VALUE) CloseHandle(_pipe);
+    _pipe = INVALID_HANDLE_VALUE;
+  }
+
+  void SendBytes(const void* bytes, std::size_t count) {
+    DWORD written = 0;
+    ASSERT_TRUE(WriteFile(_pipe, bytes, static_cast<DWORD>(count), &written, nullptr))
+        << "error " << GetLastError();
+    ASSERT_EQ(written, count);
+  }
+  void SendHeader(const Tagwright::MessageHeader& header) { SendBytes(&header, sizeof(header)); }
+  void Send(std::uint32_t type, std::string_view payload = {}) {
+    SendHeader(Header(type, payload.size()));
+    if (!payload.empty()) SendBytes(payload.data(), payload.size());
+  }
+
+  /// The next reply; nothing when the server closed its end first.
+  std::optional<Tagwright::MessageHeader> ReadReply() {
+    Tagwright::MessageHeader reply;
+    auto* bytes = reinterpret_cast<char*>(&reply);
+    DWORD total = 0;
+    while (total < sizeof(reply)) {
+      DWORD count = 0;
+      if (!ReadFile(_pipe, bytes + total, sizeof(reply) - total, &count, nullptr)) return {};
+      total += count;
+    }
+    return reply;
+  }
+
+  /// Sends a request and expects its echo with `status`.
+  void Expect(std::uint32_t status, std::uint32_t type, std::string_view payload = {}) {
+    Send(type, payload);
+    ExpectReply(type, status);
+  }
+  void ExpectReply(std::uint32_t type, std::uint32_t status) {
+    const auto reply = ReadReply();
+    ASSERT_TRUE(reply.has_value()) << "the server closed the pipe without a reply";
+    EXPECT_TRUE(reply->ValidHeader());
+    EXPECT_EQ(reply->messageType, type);
+    EXPECT_EQ(reply->payloadLength, 0U);
+    EXPECT_EQ(reply->status, status);
+  }
+  void ExpectClosed() { EXPECT_FALSE(ReadReply().has_value()); }
+
+ private:
+  HANDLE _pipe = INVALID_HANDLE_VALUE;
+};

@@ -1,0 +1,113 @@
+/// The log file of one event source, as a support engineer finds it.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "platform/windows_api.h"
+
+/// Turns everything on for the source before its log is constructed, starts with an empty file, and
+/// takes both away at the end.
+class ProductLog {
+ public:
+  static constexpr DWORD kEverythingToFile = 0xF400FFFFU;
+
+  explicit ProductLog(std::string source = "Brennick Tagwright.Native",
+                      DWORD mask = kEverythingToFile)
+      : _source(std::move(source)) {
+    DeleteFileW(Path().c_str());
+    SetMask(mask);
+  }
+  ~ProductLog() {
+    DeleteFileW(Path().c_str());
+    HKEY key = MaskKey();
+    RegDeleteValueW(key, Wide(_source).c_str());
+    RegCloseKey(key);
+  }
+  ProductLog(const ProductLog&) = delete;
+  ProductLog& operator=(const ProductLog&) = delete;
+
+  void SetMask(DWORD mask) const {
+    HKEY key = MaskKey();
+    RegSetValueExW(key, Wide(_source).c_str(), 0, REG_DWORD, reinterpret_cast<const BYTE*>(&mask),
+                   sizeof(mask));
+    RegCloseKey(key);
+  }
+
+  /// The file as it lies on the disk, line ends included.
+  std::string Content() const {
+    const HANDLE file =
+        CreateFileW(Path().c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                    OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file == INVALID_HANDLE_VALUE) return {};
+    std::string content;
+    char piece[4096];
+    DWORD count = 0;
+    while (ReadFile(file, piece, sizeof(piece), &count, nullptr) && count > 0) {
+      content.append(piece, count);
+    }
+    CloseHandle(file);
+    return content;
+  }
+
+  std::vector<std::string> Lines() const {
+    std::vector<std::string> lines;
+    const std::string content = Content();
+    for (std::size_t at = 0; at < content.size();) {
+      const auto end = std::min(content.find("\r\n", at), content.size());
+      lines.push_back(content.substr(at, end - at));
+      at = end + 2;
+    }
+    return lines;
+  }
+
+  /// "<level>: <text>" of every line, without date, source, thread and tick stamp.
+  std::vector<std::string> Texts() const {
+    std::vector<std::string> texts;
+    for (const std::string& line : Lines()) texts.push_back(WithoutContext(line));
+    return texts;
+  }
+
+  int Count(const std::string& text) const {
+    const auto lines = Lines();
+    return static_cast<int>(std::count_if(lines.begin(), lines.end(), [&](const auto& line) {
+      return line.find(text) != std::string::npos;
+    }));
+  }
+  bool Has(const std::string& text) const { return Count(text) > 0; }
+
+ private:
+  static std::basic_string<WCHAR> Wide(const std::string& ascii) {
+    return {ascii.begin(), ascii.end()};
+  }
+
+  std::basic_string<WCHAR> Path() const {
+    std::string file = _source;
+    std::replace(file.begin(), file.end(), ' ', '_');
+    return TEXT("C:\\Log Files\\") + Wide(file) + TEXT(".txt");
+  }
+
+  static HKEY MaskKey() {
+    HKEY key = nullptr;
+    const auto result = RegCreateKeyExW(
+        HKEY_LOCAL_MACHINE, TEXT("Software\\Brennick\\Drivers\\DebugLogMasks"), 0, nullptr,
+        REG_OPTION_NON_VOLATILE, KEY_READ | KEY_WRITE, nullptr, &key, nullptr);
+    EXPECT_EQ(result, 0);
+    return key;
+  }
+
+  static std::string WithoutContext(const std::string& line) {
+    const auto thread = line.find(", Thread:0x");
+    if (thread == std::string::npos) return line;
+    const auto level = line.rfind(", ", thread - 1) + 2;
+    std::string text = line.substr(thread + 21);
+    const bool stamped = text.size() > 13 && text[7] == '.' && text[11] == ':';
+    if (stamped) text.erase(0, 13);
+    return line.substr(level, thread - level) + ": " + text;
+  }
+
+  std::string _source;
+};

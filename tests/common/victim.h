@@ -1,0 +1,133 @@
+/// Children of a test: the test program itself, run again in a named role, to be killed or watched.
+///
+///   const VictimRole kHolder("holder", [](VictimSide& side, const std::string& argument) {
+///     ...
+///     side.Ready();              // Tells the parent that it is where the test wants it.
+///     side.WaitUntilReleased();  // Ends when the parent lets go, or dies.
+///     return 0;                  // Exit code.
+///   });
+///   Victim victim("holder", "argument");
+///   victim.WaitUntilReady();
+///   victim.Kill();
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+
+#include "common/unique_name.h"
+#include "platform/windows_api.h"
+
+/// What a role sees of its parent.
+class VictimSide {
+ public:
+  explicit VictimSide(const std::string& pipePath)
+      : _pipe(CreateFileW(std::basic_string<WCHAR>(pipePath.begin(), pipePath.end()).c_str(),
+                          GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr)) {}
+  ~VictimSide() { CloseHandle(_pipe); }
+  VictimSide(const VictimSide&) = delete;
+  VictimSide& operator=(const VictimSide&) = delete;
+
+  void Ready() {
+    DWORD written = 0;
+    WriteFile(_pipe, "r", 1, &written, nullptr);
+  }
+
+  void WaitUntilReleased() {
+    char byte = 0;
+    DWORD bytesRead = 0;
+    ReadFile(_pipe, &byte, 1, &bytesRead, nullptr);
+  }
+
+ private:
+  HANDLE _pipe;
+};
+
+class VictimRole {
+ public:
+  using Body = std::function<int(VictimSide&, const std::string&)>;
+
+  VictimRole(const std::string& name, Body body) { All()[name] = std::move(body); }
+
+  /// Plays the role that the command line names, if it names one: the exit code.
+  static std::optional<int> Play(int argc, char** argv) {
+    if (argc != 5 || std::string(argv[1]) != "--victim") return std::nullopt;
+    VictimSide side(argv[3]);
+    return All().at(argv[2])(side, argv[4]);
+  }
+
+ private:
+  static std::map<std::string, Body>& All() {
+    static std::map<std::string, Body> roles;
+    return roles;
+  }
+};
+
+/// A running child. It is killed with this object if it has not ended.
+class Victim {
+ public:
+  using Text = std::basic_string<WCHAR>;
+
+  /// `argument` must not be empty; it is given to the child as one argument of its command line,
+  /// quoted already if need be.
+  explicit Victim(const std::string& role, const std::string& argument = "-", DWORD flags = 0) {
+    const Text path = UniqueName(TEXT("\\\\.\\pipe\\victim-"));
+    _pipe = CreateNamedPipeW(path.c_str(), PIPE_ACCESS_DUPLEX, 0, 1, 64, 64, 0, nullptr);
+    WCHAR program[MAX_PATH] = {};
+    GetModuleFileNameW(nullptr, program, MAX_PATH);
+    const Text blank(1, ' ');
+    Text commandLine = TEXT("\"") + Text(program) + TEXT("\" --victim ");
+    commandLine += Text(role.begin(), role.end()) + blank + path + blank +
+                   Text(argument.begin(), argument.end());
+    STARTUPINFOW startup{};
+    startup.cb = sizeof startup;
+    const BOOL isStarted = CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE,
+                                          flags, nullptr, nullptr, &startup, &_process);
+    EXPECT_TRUE(isStarted) << GetLastError();
+    CloseHandle(_process.hThread);
+  }
+  ~Victim() {
+    Kill();
+    CloseHandle(_process.hProcess);
+    CloseHandle(_pipe);
+  }
+  Victim(const Victim&) = delete;
+  Victim& operator=(const Victim&) = delete;
+
+  HANDLE Handle() const { return _process.hProcess; }
+  DWORD Id() const { return _process.dwProcessId; }
+
+  void WaitUntilReady() {
+    char byte = 0;
+    DWORD bytesRead = 0;
+    ConnectNamedPipe(_pipe, nullptr);
+    EXPECT_TRUE(ReadFile(_pipe, &byte, 1, &bytesRead, nullptr)) << GetLastError();
+  }
+
+  void Release() {
+    DWORD written = 0;
+    WriteFile(_pipe, "g", 1, &written, nullptr);
+  }
+
+  /// Waits for its end.
+  DWORD ExitCode() {
+    EXPECT_EQ(WaitForSingleObject(Handle(), kBoundMs), WAIT_OBJECT_0);
+    DWORD exitCode = 0;
+    EXPECT_TRUE(GetExitCodeProcess(Handle(), &exitCode));
+    return exitCode;
+  }
+
+  void Kill(UINT exitCode = 99) {
+    TerminateProcess(Handle(), exitCode);
+    EXPECT_EQ(WaitForSingleObject(Handle(), kBoundMs), WAIT_OBJECT_0);
+  }
+
+ private:
+  static constexpr DWORD kBoundMs = 60000;
+
+  HANDLE _pipe = INVALID_HANDLE_VALUE;
+  PROCESS_INFORMATION _process{};
+};

@@ -1,0 +1,152 @@
+#include <gtest/gtest.h>
+
+#include <array>
+#include <atomic>
+#include <vector>
+
+#include "common/test_thread.h"
+#include "platform/windows_api.h"
+
+namespace {
+
+constexpr DWORD kBoundMs = TestThread::kBoundMs;
+const bool kManual = true;
+const bool kAuto = false;
+
+/// Events by index, closed with the test.
+class WaitTest : public testing::Test {
+ protected:
+  ~WaitTest() override {
+    for (const HANDLE handle : _handles) CloseHandle(handle);
+  }
+
+  HANDLE NewEvent(bool isManual, bool isSet = false) {
+    _handles.push_back(CreateEventW(nullptr, isManual, isSet, nullptr));
+    return _handles.back();
+  }
+
+  static DWORD WaitAny(const std::vector<HANDLE>& handles, DWORD timeoutMs = 0) {
+    return WaitForMultipleObjects(static_cast<DWORD>(handles.size()), handles.data(), FALSE,
+                                  timeoutMs);
+  }
+  static DWORD WaitAll(const std::vector<HANDLE>& handles, DWORD timeoutMs = 0) {
+    return WaitForMultipleObjects(static_cast<DWORD>(handles.size()), handles.data(), TRUE,
+                                  timeoutMs);
+  }
+  static bool IsSet(HANDLE event) { return WaitForSingleObject(event, 0) == WAIT_OBJECT_0; }
+
+ private:
+  std::vector<HANDLE> _handles;
+};
+
+TEST_F(WaitTest, LowestSignalledIndexWinsAndOnlyItIsConsumed) {
+  const std::vector<HANDLE> events = {NewEvent(kAuto), NewEvent(kAuto, true), NewEvent(kAuto, true),
+                                      NewEvent(kManual, true)};
+  EXPECT_EQ(WaitAny(events), WAIT_OBJECT_0 + 1);
+  EXPECT_EQ(WaitAny(events), WAIT_OBJECT_0 + 2);
+  EXPECT_EQ(WaitAny(events), WAIT_OBJECT_0 + 3);
+  EXPECT_EQ(WaitAny(events), WAIT_OBJECT_0 + 3);
+  ResetEvent(events[3]);
+  EXPECT_EQ(WaitAny(events), static_cast<DWORD>(WAIT_TIMEOUT));
+}
+
+TEST_F(WaitTest, WaitForAllTakesEverythingOrNothing) {
+  const std::vector<HANDLE> events = {NewEvent(kAuto, true), NewEvent(kAuto)};
+  EXPECT_EQ(WaitAll(events), static_cast<DWORD>(WAIT_TIMEOUT));
+  EXPECT_TRUE(IsSet(events[0]));
+
+  // A blocked wait for all leaves what is there to others until it can have everything.
+  TestThread waiter([&] { return WaitAll(events, kBoundMs); });
+  for (int round = 0; round < 100; ++round) {
+    SetEvent(events[round % 2]);
+    EXPECT_TRUE(IsSet(events[round % 2]));
+  }
+  SetEvent(events[1]);
+  SetEvent(events[0]);
+  waiter.Join();
+  EXPECT_EQ(waiter.ExitCode(), WAIT_OBJECT_0);
+  EXPECT_FALSE(IsSet(events[0]));
+  EXPECT_FALSE(IsSet(events[1]));
+}
+
+TEST_F(WaitTest, AutoResetEventLetsOneWaiterThroughForEachSet) {
+  constexpr int kWaiters = 4;
+  const HANDLE gate = NewEvent(kAuto);
+  const HANDLE passed = NewEvent(kAuto);
+  std::atomic<int> count{0};
+  const auto body = [&] {
+    const DWORD result = WaitForSingleObject(gate, kBoundMs);
+    ++count;
+    SetEvent(passed);
+    return result;
+  };
+  std::array<TestThread, kWaiters> waiters{TestThread(body), TestThread(body), TestThread(body),
+                                           TestThread(body)};
+  for (int round = 1; round <= kWaiters; ++round) {
+    SetEvent(gate);
+    ASSERT_EQ(WaitForSingleObject(passed, kBoundMs), WAIT_OBJECT_0);
+    EXPECT_EQ(count, round);
+  }
+  EXPECT_FALSE(IsSet(gate));
+}
+
+TEST_F(WaitTest, AtMostSixtyFourObjects) {
+  std::vector<HANDLE> events;
+  while (events.size() < MAXIMUM_WAIT_OBJECTS) events.push_back(NewEvent(kManual));
+  SetEvent(events.back());
+  EXPECT_EQ(WaitAny(events), WAIT_OBJECT_0 + 63);
+
+  events.push_back(NewEvent(kManual, true));
+  EXPECT_EQ(WaitAny(events), WAIT_FAILED);
+  EXPECT_EQ(GetLastError(), 87U);
+  SetLastError(0);
+  EXPECT_EQ(WaitForMultipleObjects(0, events.data(), FALSE, 0), WAIT_FAILED);
+  EXPECT_EQ(GetLastError(), 87U);
+}
+
+TEST_F(WaitTest, BadHandlesAreToldFromGoodOnes) {
+  const HANDLE closed = CreateEventW(nullptr, TRUE, TRUE, nullptr);
+  ASSERT_TRUE(CloseHandle(closed));
+  const HANDLE good = NewEvent(kManual, true);  // May well stand where the closed one stood.
+  const HANDLE foreign = reinterpret_cast<HANDLE>(std::uintptr_t{0x7654});
+  for (const HANDLE bad : {static_cast<HANDLE>(nullptr), foreign}) {
+    SetLastError(0);
+    EXPECT_EQ(WaitForSingleObject(bad, 0), WAIT_FAILED);
+    EXPECT_EQ(GetLastError(), 6U);
+    SetLastError(0);
+    EXPECT_EQ(WaitAny({good, bad}), WAIT_FAILED);
+    EXPECT_EQ(GetLastError(), 6U);
+    SetLastError(0);
+    EXPECT_FALSE(SetEvent(bad));
+    EXPECT_EQ(GetLastError(), 6U);
+  }
+  SetLastError(0);
+  EXPECT_FALSE(CloseHandle(foreign));
+  EXPECT_EQ(GetLastError(), 6U);
+}
+
+TEST_F(WaitTest, WakesWhenSignalledAndGivesUpWhenTimeIsOver) {
+  const HANDLE ping = NewEvent(kAuto);
+  const HANDLE pong = NewEvent(kAuto);
+  const HANDLE never = NewEvent(kAuto);
+  TestThread other([&] {
+    unsigned rounds = 0;
+    while (rounds < 200 && WaitAny({never, ping}, kBoundMs) == WAIT_OBJECT_0 + 1) {
+      ++rounds;
+      SetEvent(pong);
+    }
+    return rounds;
+  });
+  for (int round = 0; round < 200; ++round) {
+    SetEvent(ping);
+    ASSERT_EQ(WaitForSingleObject(pong, kBoundMs), WAIT_OBJECT_0);
+  }
+  other.Join();
+  EXPECT_EQ(other.ExitCode(), 200U);
+
+  const ULONGLONG before = GetTickCount64();
+  EXPECT_EQ(WaitForSingleObject(never, 60), static_cast<DWORD>(WAIT_TIMEOUT));
+  EXPECT_GE(GetTickCount64() - before, 45U);  // A clock tick of 15 ms less.
+}
+
+}  // namespace

@@ -1,0 +1,99 @@
+/// What the element classes read from a job's operations.
+#include <gtest/gtest.h>
+
+#include <climits>
+
+#include "encode/job_document.h"
+#include "encode/kill_tag.h"
+#include "encode/lock.h"
+#include "encode/printer.h"
+#include "encode/unlock.h"
+#include "encode/write_data.h"
+
+namespace {
+
+/// An element of the given class, read from XML text.
+template <class Element>
+Element Read(const std::string& xml) {
+  TiXmlDocument document;
+  document.Parse(xml.c_str());
+  EXPECT_NE(document.RootElement(), nullptr) << xml;
+  return Element(document.RootElement());
+}
+
+TEST(ElementsTest, Numbers) {
+  const struct {
+    const char* attribute;
+    int value;
+  } cases[] = {
+      {"offset='12abc'", 12},
+      {"offset='abc'", 0},
+      {"offset='0x1F'", 0},
+      {"offset=' -1'", -1},
+      {"offset='+7'", 7},
+      {"offset=''", 0},
+      {"", 0},
+      {"Offset='5'", 0},
+      {"offset='2147483647'", INT_MAX},
+      {"offset='99999999999999999999'", INT_MAX},
+      {"offset='-3000000000'", INT_MIN},
+  };
+  for (const auto& expected : cases) {
+    const auto write = Read<WriteData>(std::string("<write ") + expected.attribute + "/>");
+    EXPECT_EQ(write.get_Offset(), expected.value) << expected.attribute;
+  }
+}
+
+TEST(ElementsTest, PrinterConnectsPerCardOnlyForOne) {
+  for (const char* off : {"true", "yes", "01", " 1", "1 ", ""}) {
+    EXPECT_FALSE(Read<Printer>(std::string("<p uhfEncodeMode_ReaderConnectPerCard='") + off + "'/>")
+                     .get_IsReaderConnectPerCardEnabled())
+        << off;
+  }
+  const auto printer = Read<Printer>(
+      "<printer port_type='2' port_address='a&amp;b' uhfEncodeMode_ReaderConnectPerCard='1'/>");
+  EXPECT_EQ(printer.get_PortType(), 2);
+  EXPECT_TRUE(printer.get_PortAddress() == "a&b");
+  EXPECT_TRUE(printer.get_IsReaderConnectPerCardEnabled());
+}
+
+TEST(ElementsTest, BlocksAreReadWithAPermanentLockOnly) {
+  const struct {
+    const char* block;
+    bool isPermalock;
+  } cases[] = {{"block='yes'", true}, {"block='YES'", true}, {"block='Yes'", true},
+               {"block='no'", false}, {"block='y'", false},  {"", false}};
+  for (const auto& expected : cases) {
+    const auto lock = Read<Lock>(std::string("<lock startblock='-1' blockcount='3' lock_action='9' "
+                                             "password='1234' ") +
+                                 expected.block + "/>");
+    EXPECT_EQ(lock.IsBlockPermalock(), expected.isPermalock) << expected.block;
+    EXPECT_EQ(lock.get_StartBlock(), expected.isPermalock ? -1 : 0) << expected.block;
+    EXPECT_EQ(lock.get_BlockCount(), expected.isPermalock ? 3 : 0) << expected.block;
+    EXPECT_EQ(lock.get_LockAction(), 9);
+    EXPECT_TRUE(lock.get_Password() == "1234");
+  }
+}
+
+TEST(ElementsTest, AbsentTextIsEmptyAndNestedContentIsIgnored) {
+  EXPECT_TRUE(
+      Read<Unlock>("<u lock_action='5'>text<password>1</password></u>").get_Password().IsEmpty());
+  EXPECT_EQ(Read<Unlock>("<u lock_action='5'/>").get_UnlockAction(), 5);
+  EXPECT_TRUE(Read<KillTag>("<k PASSWORD='1'/>").get_KillPassword().IsEmpty());
+  EXPECT_TRUE(Read<KillTag>("<k password='ABCD'/>").get_KillPassword() == "ABCD");
+}
+
+TEST(JobDocumentTest, WipingLeavesNothingOfTheJob) {
+  const std::string xml = "<zsdk_job><write data='E200' segment='1'>text</write></zsdk_job>";
+  const JobDocumentPtr document = ParseJobDocument(
+      reinterpret_cast<const unsigned char*>(xml.data()), static_cast<DWORD>(xml.size()));
+  const TiXmlElement* write = document->RootElement()->FirstChildElement();
+  const TiXmlAttribute* data = write->FirstAttribute();
+  ASSERT_EQ(data->ValueStr(), "E200");
+  WipeNode(*document);
+  EXPECT_EQ(data->ValueStr(), std::string(4, '\0'));
+  EXPECT_EQ(data->Next()->ValueStr(), std::string(1, '\0'));
+  EXPECT_EQ(write->FirstChild()->ValueStr(), std::string(4, '\0'));
+}
+
+}  // namespace

@@ -1,0 +1,89 @@
+/// The encoder server's answers, and one job at a time among several servers.
+#include <gmock/gmock.h>
+
+#include "pipe/server_fixture.h"
+#include "service/tagwright_server.h"
+
+namespace {
+
+constexpr std::string_view kEmptyJob = "<zsdk_job/>";
+
+class EncoderServerTest : public ServerTest {
+ protected:
+  void ServeEncoder() {
+    Create<TagwrightServer>(OString(_pipeName.c_str()));
+    StartAndConnect();
+  }
+};
+
+TEST_F(EncoderServerTest, AnswersByTypeAndGoesOn) {
+  ServeEncoder();
+  struct Case {
+    std::uint32_t type;
+    std::string_view payload;
+    std::uint32_t status;
+  };
+  const Case cases[] = {
+      {0x200, "", 0},
+      {0x201, "", 0},  // Without a job there is nothing to do or to end.
+      {0x200, kEmptyJob, 0},
+      {0x200, "<ZSDK_JOB/>", 200003},
+      {0x200, "no document", 200003},
+      {0x300, "name", 200002},
+      {0x302, "", 200002},
+      {0x301, "", 200002},
+      {0, "", 200002},
+      {0x200, "<zsdk_job><erase/></zsdk_job>", 200003},
+      {0x200, kEmptyJob, 0},
+  };
+  for (const Case& request : cases) {
+    SCOPED_TRACE(testing::Message() << request.type << " " << request.payload);
+    _client.Expect(request.status, request.type, request.payload);
+  }
+  StopServer();
+  EXPECT_EQ(_log.Count("TagwrightServer::ParseIncomingMessage: eEncodeAndShutdown"), 1);
+}
+
+TEST_F(EncoderServerTest, EndsAfterItsLastReply) {
+  for (const auto& [type, payload, status] :
+       {std::tuple{0x100U, std::string_view(), 0U}, std::tuple{0x201U, kEmptyJob, 0U},
+        std::tuple{0x201U, std::string_view("<other/>"), 200003U}}) {
+    _pipeName = UniquePipeName();
+    ServeEncoder();
+    _client.Expect(status, type, payload);
+    EXPECT_EQ(WaitForEnd(), PipeServer::kShutdownSignaled);
+    _client.Close();
+    _server.reset();
+  }
+}
+
+TEST_F(EncoderServerTest, OneJobAtATimeAmongServers) {
+  ServeEncoder();
+  const std::string secondName = UniquePipeName();
+  TagwrightServer second{OString(secondName.c_str())};
+  ASSERT_TRUE(second.CreateServerPipe());
+  ASSERT_TRUE(second.StartProcessMessageThread(kLongMs));
+  PipeClient secondClient(secondName);
+  const auto sendJobs = [](PipeClient& client) {
+    for (int i = 0; i < 10; ++i) client.Expect(0, 0x200, kEmptyJob);
+  };
+  std::thread other([&] { sendJobs(secondClient); });
+  sendJobs(_client);
+  other.join();
+  second.Shutdown();
+  second.WaitForMultipeObjectsOrPipeTermination(0, nullptr, kLongMs, kLongMs);
+
+  int inside = 0;
+  int jobs = 0;
+  for (const std::string& line : _log.Texts()) {
+    if (line.ends_with("Aquired _Zxp7EncodeMutex")) {
+      EXPECT_EQ(++inside, 1) << "job " << ++jobs;
+    } else if (line.ends_with("Releasing _Zxp7EncodeMutex")) {
+      --inside;
+    }
+  }
+  EXPECT_EQ(inside, 0);
+  EXPECT_EQ(_log.Count("Serializing all Encoding - Releasing _Zxp7EncodeMutex"), 20);
+}
+
+}  // namespace

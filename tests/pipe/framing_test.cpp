@@ -1,0 +1,120 @@
+/// Requests as they come over the wire: in pieces, damaged, cut off, too long.
+#include <gmock/gmock.h>
+
+#include "pipe/server_fixture.h"
+#include "support/olist.h"
+
+namespace {
+
+using Tagwright::MessageHeader;
+
+class FramingTest : public ServerTest {
+ protected:
+  struct Request {
+    std::uint32_t type;
+    std::string payload;
+    bool operator==(const Request&) const = default;
+  };
+
+  void ServeAndRecord() {
+    Serve([this](const MessageHeader& request, const BYTE* payload, MessageHeader& reply) {
+      EXPECT_EQ(payload == nullptr, request.payloadLength == 0);
+      _requests.push_back(
+          {request.messageType, std::string(payload, payload + request.payloadLength)});
+      return Acknowledge(request, payload, reply);
+    });
+  }
+
+  std::vector<Request> _requests;
+};
+
+TEST(MessageHeaderTest, OnlyTheExactMagicIsValid) {
+  const MessageHeader fresh;
+  EXPECT_EQ(std::memcmp(&fresh, "#@BK\0\0\0\0\0\0\0\0\0\0\0\0", 16), 0);
+  for (const char* magic : {"#@bk", "#@BJ", "#aBK", "\0@BK", "@#KB"}) {
+    MessageHeader header;
+    std::memcpy(header.magic.data(), magic, 4);
+    EXPECT_FALSE(header.ValidHeader()) << magic;
+  }
+}
+
+TEST_F(FramingTest, JoinsPieces) {
+  ServeAndRecord();
+  const MessageHeader header = Header(0x200, 7);
+  const auto* bytes = reinterpret_cast<const char*>(&header);
+  _client.SendBytes(bytes, 5);
+  _client.SendBytes(bytes + 5, 5);
+  _client.SendBytes(bytes + 10, 6);
+  _client.SendBytes("<jo", 3);
+  _client.SendBytes("b/>!", 4);
+  _client.ExpectReply(0x200, 0);
+  // Two requests in one write come apart again.
+  const MessageHeader two[] = {Header(0x302), Header(0x301)};
+  _client.SendBytes(two, sizeof(two));
+  _client.ExpectReply(0x302, 0);
+  _client.ExpectReply(0x301, 0);
+  EXPECT_THAT(_requests, testing::ElementsAre(Request{0x200, "<job/>!"}, Request{0x302, ""},
+                                              Request{0x301, ""}));
+}
+
+TEST_F(FramingTest, DropsAHeaderWithTheWrongMagicAndReadsOn) {
+  ServeAndRecord();
+  MessageHeader damaged = Header(0x200, 4);
+  damaged.magic[3] = 'k';
+  _client.SendHeader(damaged);
+  _client.Expect(0, 0x302);
+  StopServer();
+  EXPECT_THAT(_requests, testing::ElementsAre(Request{0x302, ""}));
+  EXPECT_EQ(_log.Count("PipeServer::ProcessMessages: Invalid header"), 1);
+  EXPECT_EQ(_log.Count("Payload error"), 0);
+}
+
+TEST_F(FramingTest, RefusesAnAbsurdLengthAndStaysInStep) {
+  ServeAndRecord();
+  const std::uint32_t tooMuch = Tagwright::kMaxPayloadBytes + 1;
+  _client.SendHeader(Header(0x200, tooMuch));
+  const std::vector<char> piece(64 * 1024, 'x');
+  for (std::size_t left = tooMuch; left > 0;) {
+    const std::size_t size = std::min(left, piece.size());
+    _client.SendBytes(piece.data(), size);
+    left -= size;
+  }
+  _client.Expect(0, 0x302);
+  StopServer();
+  EXPECT_THAT(_requests, testing::ElementsAre(Request{0x302, ""}));
+  EXPECT_EQ(_log.Count("PipeServer::ProcessMessages: Payload error"), 1);
+}
+
+TEST_F(FramingTest, APayloadCutOffByTheClientsEndIsNoRequest) {
+  ServeAndRecord();
+  _client.SendHeader(Header(0x200, 100));
+  _client.SendBytes("<zsdk_job>", 10);
+  _client.Close();
+  // The server goes on asking its pipe for the rest until it is told to stop, and then is silent.
+  StopServer();
+  EXPECT_TRUE(_requests.empty());
+  EXPECT_EQ(_log.Count("Payload error"), 0);
+  EXPECT_EQ(_log.Count("PipeServer::ProcessMessages: Thread exit"), 1);
+}
+
+int g_activity = 0;
+
+TEST_F(FramingTest, EveryCompleteHeaderIsActivity) {
+  g_activity = 0;
+  ScriptedServer source(UniquePipeName(), Acknowledge);
+  source.SetOnActivityCallback([] { ++g_activity; });
+  auto& server = Create<ScriptedServer>(_pipeName, Acknowledge);
+  server.SetOnActivityCallback(&source);
+  source.ClearOnActivityCallback();
+  StartAndConnect();
+  MessageHeader damaged = Header(1);
+  damaged.magic[0] = 0;
+  _client.SendHeader(damaged);
+  _client.Expect(0, 0x302);
+  EXPECT_EQ(g_activity, 2);
+  _client.SendBytes("#@BK", 4);  // An incomplete header is none.
+  StopServer();
+  EXPECT_EQ(g_activity, 2);
+}
+
+}  // namespace

@@ -1,0 +1,210 @@
+/// A pipe server from its pipe to its end: connecting, waiting, stopping, failing.
+#include <gmock/gmock.h>
+
+#include <new>
+#include <stdexcept>
+
+#include "pipe/server_fixture.h"
+#include "platform/framework_exceptions.h"
+#include "support/oexception.h"
+#include "support/scoped_handle.h"
+
+namespace {
+
+using testing::ContainsRegex;
+using testing::HasSubstr;
+
+class LifecycleTest : public ServerTest {
+ protected:
+  ScriptedServer& CreateServer() { return Create<ScriptedServer>(_pipeName, Acknowledge); }
+
+  static ScopedHandle Event(bool signalled) {
+    return ScopedHandle(CreateEventW(nullptr, TRUE, signalled, nullptr));
+  }
+};
+
+TEST_F(LifecycleTest, WritesTheStoryOfOneRequest) {
+  Serve(Acknowledge);
+  _client.Expect(0, 0x302);
+  StopServer();
+  const std::string intro = "DetailInfo: Pipe: ..." + _pipeName.substr(_pipeName.size() - 8) + ": ";
+  const auto texts = _log.Texts();
+  // The constructor's line comes before the server knows its pipe's name.
+  EXPECT_EQ(texts.at(0), "DetailInfo: Pipe: ...: PipeServer::PipeServer: Constructor called");
+  EXPECT_EQ(texts.at(1), intro + "PipeServer::CreateServerPipe: Enter");
+  EXPECT_THAT(
+      texts,
+      testing::IsSupersetOf(
+          {intro + "PipeServer::StartProcessMessageThread: Starting message procesing thread",
+           intro + "PipeServer::ProcessMessagesThread: Enter",
+           intro + "PipeServer::WaitClientConnection: Enter. Timeout: 0x0000EA60",
+           intro + "PipeServer::ConnectThreadProc: Enter",
+           intro + "PipeServer::ConnectThreadProc: ConnectNamedPipe succeeded",
+           std::string("DetailInfo: PipeServer::ConnectThreadProc: Exit"),
+           intro + "PipeServer::WaitClientConnection: Successfully Connected",
+           intro + "PipeServer::Shutdown: Enter",
+           "DetailInfoA: " + intro.substr(12) + "PipeServer::ProcessMessages: While loop"}));
+  EXPECT_THAT(
+      std::vector(texts.end() - 7, texts.end()),
+      testing::IsSupersetOf(
+          {intro + "PipeServer::ProcessMessages: Calling CoUninitialize in preperation to exit",
+           intro + "PipeServer::ProcessMessages: Thread exit",
+           intro + "PipeServer::ProcessMessagesThread: Thread Exit",
+           intro + "PipeServer::~PipeServer: Destructor called"}));
+}
+
+TEST_F(LifecycleTest, AClientThatNeverComes) {
+  CreateServer();
+  ASSERT_TRUE(_server->StartProcessMessageThread(1));
+  EXPECT_EQ(WaitForEnd(), PipeServer::kMessageThreadEnded);
+  EXPECT_TRUE(_log.Has("PipeServer::WaitClientConnection: Connection attempt timed out"));
+  DWORD exitCode = 1;
+  EXPECT_TRUE(GetExitCodeThread(_server->GetThreadHandle(), &exitCode));
+  EXPECT_EQ(exitCode, 0U);
+}
+
+TEST_F(LifecycleTest, AClientThatCameBeforeTheServerWasStarted) {
+  CreateServer();
+  _client.Connect(_pipeName);
+  ASSERT_TRUE(_server->StartProcessMessageThread(kLongMs));
+  _client.Expect(0, 0x302);
+}
+
+TEST_F(LifecycleTest, OnlyOneServerAndOneClientForAName) {
+  Serve(Acknowledge);
+  ScriptedServer second(_pipeName, Acknowledge);
+  EXPECT_FALSE(second.CreateServerPipe());
+  EXPECT_TRUE(_log.Has("CreateNamedPipe failed. GetLastError: 0x000000E7"));
+  PipeClient late;
+  EXPECT_EQ(late.TryConnect(_pipeName), DWORD{ERROR_PIPE_BUSY});
+  _client.Expect(0, 0x302);
+}
+
+TEST_F(LifecycleTest, ShutdownEndsEveryStage) {
+  CreateServer();
+  EXPECT_EQ(WaitForEnd(), PipeServer::kWaitFailed) << "no message thread yet";
+  ASSERT_TRUE(_server->StartProcessMessageThread(INFINITE));
+  _server->Shutdown();
+  EXPECT_EQ(WaitForEnd(), PipeServer::kShutdownSignaled);
+  _server->Shutdown();  // Again, to no harm.
+  EXPECT_FALSE(_server->StartProcessMessageThread(kLongMs));
+  EXPECT_FALSE(_log.Has("Calling TerminateThread"));
+}
+
+TEST_F(LifecycleTest, ShutdownFindsABlockedReadWheneverItComes) {
+  // The shutdown falls at every point between two reads; none may leave the thread blocked.
+  for (int round = 0; round < 60; ++round) {
+    _pipeName = UniquePipeName();
+    Serve(Acknowledge);
+    if (round % 2 == 1) _client.Expect(0, 0x302);
+    _server->Shutdown();
+    ASSERT_EQ(WaitForEnd(), PipeServer::kShutdownSignaled);
+    _client.Close();
+    _server.reset();
+  }
+  EXPECT_FALSE(_log.Has("Calling TerminateThread"));
+}
+
+TEST_F(LifecycleTest, TheOwnersWaitTellsWhatHappened) {
+  Serve(Acknowledge);
+  const auto off = Event(false);
+  const auto on = Event(true);
+  const auto alsoOn = Event(true);
+  const auto wait = [&](std::vector<HANDLE> handles) {
+    return _server->WaitForMultipeObjectsOrPipeTermination(static_cast<DWORD>(handles.size()),
+                                                           handles.data(), 0, kLongMs);
+  };
+  EXPECT_EQ(wait({}), PipeServer::kWaitTimedOut);
+  EXPECT_EQ(wait({off.Get(), on.Get(), alsoOn.Get()}), PipeServer::kUserEvent + 1);
+  EXPECT_EQ(wait(std::vector<HANDLE>(62, on.Get())), PipeServer::kUserEvent);
+  EXPECT_EQ(wait(std::vector<HANDLE>(63, on.Get())), PipeServer::kWaitFailed);
+  EXPECT_EQ(wait({INVALID_HANDLE_VALUE, on.Get()}), PipeServer::kWaitFailed);
+
+  const ScopedHandle mutex(CreateMutexW(nullptr, FALSE, nullptr));
+  std::thread([&] { WaitForSingleObject(mutex.Get(), INFINITE); }).join();
+  EXPECT_EQ(wait({off.Get(), mutex.Get()}), PipeServer::kUserAbandoned + 1);
+
+  _server->Shutdown();
+  EXPECT_EQ(wait({on.Get()}), PipeServer::kShutdownSignaled);
+}
+
+TEST_F(LifecycleTest, AHandlerThatNeverReturnsIsTerminated) {
+  const auto entered = Event(false);
+  Serve([&](const auto&, const BYTE*, auto&) {
+    SetEvent(entered.Get());
+    Sleep(INFINITE);
+    return true;
+  });
+  _client.Send(0x200, "x");
+  ASSERT_EQ(WaitForSingleObject(entered.Get(), kLongMs), WAIT_OBJECT_0);
+  _server->Shutdown();
+  EXPECT_EQ(WaitForEnd(0), PipeServer::kShutdownSignaled);
+  DWORD exitCode = 0;
+  EXPECT_EQ(WaitForSingleObject(_server->GetThreadHandle(), kLongMs), WAIT_OBJECT_0);
+  EXPECT_TRUE(GetExitCodeThread(_server->GetThreadHandle(), &exitCode));
+  EXPECT_EQ(exitCode, 260U);
+  EXPECT_TRUE(_log.Has("Calling TerminateThread"));
+}
+
+TEST_F(LifecycleTest, TheLastReplyArrivesBeforeTheServerEnds) {
+  Serve([](const auto& request, const BYTE* payload, auto& reply) {
+    Acknowledge(request, payload, reply);
+    return false;
+  });
+  _client.Send(0x100);
+  _client.ExpectReply(0x100, 0);
+  EXPECT_EQ(WaitForEnd(), PipeServer::kShutdownSignaled);
+  _server.reset();
+  _client.ExpectClosed();
+}
+
+struct Failure {
+  const char* name;
+  void (*raise)();
+  std::vector<const char*> lines;
+};
+
+class HandlerFailureTest : public ServerTest, public testing::WithParamInterface<Failure> {};
+
+TEST_P(HandlerFailureTest, EndsItsServerAndLeavesItsLines) {
+  Serve([](const auto&, const BYTE*, auto&) {
+    GetParam().raise();
+    return true;
+  });
+  _client.Send(0x200);
+  EXPECT_EQ(WaitForEnd(), PipeServer::kMessageThreadEnded);
+  for (const char* line : GetParam().lines) EXPECT_TRUE(_log.Has(line)) << line;
+}
+
+constexpr char kUnknownType[] =
+    "Exception thrown of unknown type. Since we're not handling SEH exceptions here it could be a "
+    "SEH exception";
+
+INSTANTIATE_TEST_SUITE_P(
+    Types, HandlerFailureTest,
+    testing::Values(
+        Failure{
+            "standard",
+            [] { throw std::runtime_error("no paper"); },
+            {"Errors, Thread:", "PipeServer::ProcessMessages: std::exception. Message =no paper",
+             "PipeServer::ProcessMessagesThread: std::exception. Message =no paper"}},
+        Failure{"framework",
+                [] { throw new CException(TEXT("port busy")); },
+                {"PipeServer::ProcessMessages: CException. Message = port busy",
+                 "PipeServer::ProcessMessagesThread: CException. Message = port busy"}},
+        Failure{"memory",
+                [] { throw std::bad_alloc(); },
+                {"Error: Not enough", "Caught in [PipeServer::ProcessMessagesThread]"}},
+        Failure{"frameworkMemory",
+                [] { throw new CMemoryException; },
+                {"Error: Not enough", "Caught in [PipeServer::ProcessMessagesThread]"}},
+        Failure{"library",
+                [] { throw OException(1359, "Division by zero.", nullptr); },
+                {"Error: Division by zero.", kUnknownType}},
+        Failure{"libraryStandard",
+                [] { throw OStdException("vector too long"); },
+                {"Error: vector too long", kUnknownType}},
+        Failure{"foreign", [] { throw 42; }, {kUnknownType}}),
+    [](const auto& info) { return info.param.name; });
+
+}  // namespace

@@ -1,0 +1,65 @@
+#include "platform/posix/kernel/state_paths.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "platform/posix/kernel/text.h"
+#include "platform/windows_api.h"
+
+namespace {
+
+TEST(StatePathsTest, DrivesLieOverTheFileSystem) {
+  const std::string systemDrive = platform::StateRootPath() + "/drive_c";
+  const struct {
+    const char16_t* windows;
+    std::string native;
+  } cases[] = {
+      {u"C:\\Log Files\\a.txt", systemDrive + "/Log Files/a.txt"},
+      {u"c:/a/./b\\..\\c", systemDrive + "/a/c"},
+      {u"C:\\", systemDrive},
+      {u"C:\\..\\..\\etc\\passwd", systemDrive + "/etc/passwd"},
+      {u"\\\\?\\C:\\a", systemDrive + "/a"},
+      {u"Z:\\usr\\lib", "/usr/lib"},
+      {u"\\usr\\lib", "/usr/lib"},
+      {u"a\\b.txt", "a/b.txt"},
+      {u"C:\\\u00e4\U0001F3F7", systemDrive + "/\xC3\xA4\xF0\x9F\x8F\xB7"},
+  };
+  for (const auto& example : cases) {
+    SCOPED_TRACE(platform::ToUtf8(example.windows));
+    std::string native;
+    EXPECT_TRUE(platform::ToNativePath(example.windows, native));
+    EXPECT_EQ(native, example.native);
+  }
+}
+
+TEST(StatePathsTest, PathsThatMeanNothingHereAreRefused) {
+  for (const char16_t* path : {u"", u"\\\\server\\share", u"D:\\a", u"C:a"}) {
+    std::string native;
+    SetLastError(0);
+    EXPECT_FALSE(platform::ToNativePath(path, native)) << platform::ToUtf8(path);
+    EXPECT_NE(GetLastError(), 0U);
+  }
+}
+
+TEST(StatePathsTest, NativePathsHaveAWindowsForm) {
+  const std::string root = platform::StateRootPath();
+  EXPECT_EQ(platform::ToWindowsPath(root + "/drive_c/a/b"), u"C:\\a\\b");
+  EXPECT_EQ(platform::ToWindowsPath(root + "/drive_c"), u"C:\\");
+  EXPECT_EQ(platform::ToWindowsPath("/usr/lib"), u"Z:\\usr\\lib");
+  EXPECT_EQ(platform::ToWindowsPath(root + "/drive_cabinet").substr(0, 2), u"Z:");
+}
+
+TEST(TextTest, MalformedTextIsReplacedAndTheRestKept) {
+  EXPECT_EQ(platform::ToUtf16("a\xC3\xA4\xE2\x82\xAC\xF0\x9F\x8F\xB7"), u"a\u00e4\u20ac\U0001F3F7");
+  EXPECT_EQ(platform::ToUtf8(u"a\u00e4\u20ac\U0001F3F7"), "a\xC3\xA4\xE2\x82\xAC\xF0\x9F\x8F\xB7");
+  // A lone byte, an overlong form, a surrogate, a sequence cut short.
+  EXPECT_EQ(platform::ToUtf16("\x80|\xC0\xAF|\xED\xA0\x80|\xE2\x82"),
+            u"\uFFFD|\uFFFD\uFFFD|\uFFFD|\uFFFD");
+  const std::u16string lone = {u'a', 0xD800, u'b', 0xDC00};
+  EXPECT_EQ(platform::ToUtf8(lone),
+            "a\xEF\xBF\xBD"
+            "b\xEF\xBF\xBD");
+}
+
+}  // namespace

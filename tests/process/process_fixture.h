@@ -1,0 +1,138 @@
+/// The real program, started as the driver starts it and watched from outside.
+#pragma once
+
+#include <gmock/gmock.h>
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <optional>
+#include <string>
+
+#include "common/pipe_client.h"
+#include "common/product_log.h"
+#include "support/scoped_handle.h"
+
+using WideText = std::basic_string<WCHAR>;
+
+inline WideText Widen(const std::string& ascii) { return {ascii.begin(), ascii.end()}; }
+
+/// The folder in which the test program and everything under test lie.
+inline WideText ProgramFolder() {
+  WCHAR path[MAX_PATH] = {};
+  GetModuleFileNameW(nullptr, path, MAX_PATH);
+  const WideText full(path);
+  return full.substr(0, full.find_last_of(TEXT('\\')));
+}
+
+inline std::string ReadWholeFile(const std::filesystem::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+inline std::string Example(const std::string& name) {
+  const std::string text = ReadWholeFile(std::filesystem::path(TAGWRIGHT_EXAMPLES_DIR) / name);
+  EXPECT_FALSE(text.empty()) << name;
+  return text;
+}
+
+/// A started program; ended at the latest with this object.
+class Program {
+ public:
+  /// Far longer than anything here takes; only a fault reaches it.
+  static constexpr DWORD kLongMs = 60000;
+
+  Program() = default;
+  Program(Program&&) = default;
+  Program& operator=(Program&&) = default;
+  ~Program() {
+    if (_process.IsValid()) TerminateProcess(_process.Get(), 1);
+  }
+
+  /// `name` without its ending, which is the test program's own.
+  void Start(const std::string& name, const std::string& arguments) {
+    const WideText path = ProgramFolder() + TEXT("\\") + Widen(name) + OwnEnding();
+    WideText command = TEXT("\"") + path + TEXT("\" ") + Widen(arguments);
+    STARTUPINFOW startup = {};
+    startup.cb = sizeof(startup);
+    PROCESS_INFORMATION process = {};
+    ASSERT_TRUE(CreateProcessW(path.c_str(), command.data(), nullptr, nullptr, FALSE, 0, nullptr,
+                               nullptr, &startup, &process))
+        << "error " << GetLastError();
+    CloseHandle(process.hThread);
+    _process = ScopedHandle(process.hProcess);
+    _id = process.dwProcessId;
+  }
+
+  bool IsRunning() const { return WaitForSingleObject(_process.Get(), 0) == WAIT_TIMEOUT; }
+
+  /// Nothing when it still runs after `timeoutMs`.
+  std::optional<DWORD> WaitForExit(DWORD timeoutMs = kLongMs) {
+    if (WaitForSingleObject(_process.Get(), timeoutMs) != WAIT_OBJECT_0) return {};
+    DWORD exitCode = 0;
+    EXPECT_TRUE(GetExitCodeProcess(_process.Get(), &exitCode));
+    return exitCode;
+  }
+
+  /// Connects as soon as the program has created the pipe.
+  void Connect(PipeClient& client, const std::string& pipeName) {
+    DWORD error = client.TryConnect(pipeName);
+    while (error == ERROR_FILE_NOT_FOUND &&
+           WaitForSingleObject(_process.Get(), 2) == WAIT_TIMEOUT) {
+      error = client.TryConnect(pipeName);
+    }
+    ASSERT_EQ(error, DWORD{ERROR_SUCCESS});
+  }
+
+  void Kill() { TerminateProcess(_process.Get(), 9); }
+  DWORD Id() const { return _id; }
+  HANDLE Handle() const { return _process.Get(); }
+
+ private:
+  static WideText OwnEnding() {
+    WCHAR path[MAX_PATH] = {};
+    GetModuleFileNameW(nullptr, path, MAX_PATH);
+    const WideText full(path);
+    const auto dot = full.rfind(TEXT('.'));
+    return dot == full.npos || dot < full.rfind(TEXT('\\')) ? WideText() : full.substr(dot);
+  }
+
+  ScopedHandle _process;
+  DWORD _id = 0;
+};
+
+/// The folder of the simulated printer's tags and faults.
+inline std::filesystem::path SimulatorFolder() {
+  const std::filesystem::path folder =
+      std::filesystem::path(std::getenv("TAGWRIGHT_ROOT")) / "simulator";
+  std::filesystem::create_directories(folder);
+  return folder;
+}
+
+class ProcessTest : public testing::Test {
+ protected:
+  ProcessTest() : _pipeName(UniquePipeName()) {}
+  ~ProcessTest() override {
+    std::error_code ignored;
+    std::filesystem::remove_all(SimulatorFolder(), ignored);
+  }
+
+  /// tagwright in single mode, its client connected.
+  void StartTagwright() {
+    _tagwright.Start("tagwright", "/n " + _pipeName);
+    _tagwright.Connect(_client, _pipeName);
+  }
+
+  /// Faults of the simulated component, by member name: {"WriteEPC": {"fault": "false"}}.
+  static void ScriptFaults(const std::string& json) {
+    std::ofstream(SimulatorFolder() / "faults.json") << json;
+  }
+
+  void ExpectExit(DWORD exitCode = 0) { EXPECT_EQ(_tagwright.WaitForExit(), exitCode); }
+
+  std::string _pipeName;
+  ProductLog _log;
+  Program _tagwright;
+  PipeClient _client;
+};
