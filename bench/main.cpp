@@ -1,8 +1,9 @@
-/// tagwright_bench: round trips of a real tagwright process beside bare echoes measured in the same
-/// run.
+/// tagwright_bench: round trips of a real tagwright process beside bare echoes of the same run.
+///
+/// Everything happens under the caller's state root, with the log mask that is set there; the jobs
+/// go to a simulated tag of their own, at the port address "bench".
 #include <CLI/CLI.hpp>
 #include <cstdio>
-#include <filesystem>
 #include <stdexcept>
 #include <thread>
 
@@ -38,28 +39,6 @@ constexpr std::string_view kJob = R"(<?xml version="1.0" encoding="UTF-8"?>
 std::span<const std::uint8_t> Bytes(std::string_view text) {
   return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
 }
-
-/// A state root of this run's own, so that nobody's registry, log or tag is in it.
-class PrivateRoot {
- public:
-  PrivateRoot()
-      : _path(std::filesystem::temp_directory_path() /
-              Tagwright::ToUtf8(Tagwright::FreshPipeName())) {
-    std::filesystem::create_directories(_path);
-    const std::u8string utf8 = _path.u8string();
-    const std::string_view text(reinterpret_cast<const char*>(utf8.data()), utf8.size());
-    SetEnvironmentVariableW(TEXT("TAGWRIGHT_ROOT"), Tagwright::ToWide(text).c_str());
-  }
-  ~PrivateRoot() {
-    std::error_code ignored;
-    std::filesystem::remove_all(_path, ignored);
-  }
-  PrivateRoot(const PrivateRoot&) = delete;
-  PrivateRoot& operator=(const PrivateRoot&) = delete;
-
- private:
-  const std::filesystem::path _path;
-};
 
 /// A tagwright process and the connection to its encoder pipe.
 class Server {
@@ -130,7 +109,6 @@ void MeasureRoundTrips(int repetitions) {
 }
 
 void Measure(int repetitions) {
-  const PrivateRoot root;
   PrintBuild(repetitions);
   std::puts(Bench::TimingsHeading().c_str());
   MeasureEchoes(repetitions);

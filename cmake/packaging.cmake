@@ -11,7 +11,7 @@ set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Encodes the RFID tags of printed cards fo
 set(CPACK_STRIP_FILES ON)
 
 if(WIN32)
-  install(TARGETS bkevtmsg RUNTIME DESTINATION ${TAGWRIGHT_PROGRAM_FOLDER})
+  install(TARGETS bkevtmsg LIBRARY DESTINATION ${TAGWRIGHT_PROGRAM_FOLDER})
   configure_file(resources/event-source.cmd ${CMAKE_BINARY_DIR}/resources/event-source.cmd
                  @ONLY NEWLINE_STYLE CRLF)
   install(FILES ${CMAKE_BINARY_DIR}/resources/event-source.cmd

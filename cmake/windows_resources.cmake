@@ -36,7 +36,7 @@ add_custom_command(
   DEPENDS ${PROJECT_SOURCE_DIR}/resources/bkevtmsg.mc
   COMMENT "Compiling the event messages"
   VERBATIM)
-add_library(bkevtmsg SHARED ${messages}/bkevtmsg.rc)
+add_library(bkevtmsg MODULE ${messages}/bkevtmsg.rc)
 set_source_files_properties(${messages}/bkevtmsg.rc PROPERTIES OBJECT_DEPENDS
                                                                ${messages}/MSG00409.bin)
 set_target_properties(bkevtmsg PROPERTIES PREFIX "" LINKER_LANGUAGE C)

@@ -49,8 +49,8 @@ struct ErrorForm {
 
 constexpr ErrorForm kErrorForms[] = {
     {ClientErrorKind::kPipeMissing, ExitCode::kNoPipe,
-     "there is no such pipe: no tagwright serves that name (a server waits 5000 ms for its client "
-     "and then gives up)"},
+     "there is no such pipe; no tagwright serves that name, or it waited its 5000 ms for a client "
+     "in vain"},
     {ClientErrorKind::kPipeBusy, ExitCode::kPipeBusy,
      "the pipe is busy: it accepts one connection in its life and has had it"},
     {ClientErrorKind::kServerGone, ExitCode::kServerGone,

@@ -7,8 +7,8 @@
 
 namespace Ctl {
 
-/// Lines of the four banks, eight words each, with lock states and permalocked blocks; no line end at
-/// the end. Passwords are shown as stars unless `showPasswords`.
+/// Lines of the four banks, eight words each, with lock states and permalocked blocks; no line end
+/// at the end. Passwords are shown as stars unless `showPasswords`.
 std::string DescribeTag(const Simulator::Tag& tag, bool showPasswords);
 
 }  // namespace Ctl

@@ -7,11 +7,15 @@
 #include "support/oevent_log.h"
 #include "support/scoped_handle.h"
 #include "support/thread_guard.h"
+#include "support/thread_termination.h"
 
 namespace {
 
 constexpr char kConnectThread[] = "PipeServer::ConnectThreadProc";
 constexpr char kWaitClient[] = "PipeServer::WaitClientConnection";
+
+/// How long a connection thread may take to end after its pipe's I/O was cancelled.
+constexpr DWORD kCancelledConnectionEndMs = 1000;
 
 }  // namespace
 
@@ -25,8 +29,11 @@ bool PipeServer::WaitClientConnection(DWORD timeout) {
     return false;
   }
   const HANDLE handles[] = {_hShutdownEvent, thread.Get()};
-  const bool connected = ReportConnectionWait(WaitForMultipleObjects(2, handles, FALSE, timeout));
-  if (IsActive(thread.Get())) TerminateThread(thread.Get(), kTerminatedThreadExitCode);
+  const DWORD result = WaitForMultipleObjects(2, handles, FALSE, timeout);
+  const bool connected = ReportConnectionWait(result);
+  // Shutdown has cancelled the wait for the client: the thread is on its way out.
+  if (result == WAIT_OBJECT_0) WaitForSingleObject(thread.Get(), kCancelledConnectionEndMs);
+  if (IsActive(thread.Get())) TerminateBetweenLogLines(thread.Get(), kTerminatedThreadExitCode);
   return connected;
 }
 
@@ -71,14 +78,18 @@ unsigned __stdcall PipeServer::ConnectThreadProc(void* parameter) {
   return 0;
 }
 
+DWORD PipeServer::ConnectPipe() {
+  BlockingCall call(*this);
+  if (IsShutdown()) return ERROR_OPERATION_ABORTED;
+  return ConnectNamedPipe(_hPipe, nullptr) ? ERROR_SUCCESS : GetLastError();
+}
+
 void PipeServer::ConnectClient() try {
   const auto intro = [&] { return StaticLogIntro(kConnectThread, _pipeName); };
   Log::Information([&] { return intro() << "Enter"; });
   InitializeApartment(intro);
-  BlockingCall call(*this);
-  const bool succeeded = ConnectNamedPipe(_hPipe, nullptr) != FALSE;
-  const DWORD error = succeeded ? ERROR_SUCCESS : GetLastError();
-  _connected = succeeded || error == ERROR_PIPE_CONNECTED;
+  const DWORD error = ConnectPipe();
+  _connected = error == ERROR_SUCCESS || error == ERROR_PIPE_CONNECTED;
   if (_connected) {
     Log::Information([&] { return intro() << "ConnectNamedPipe succeeded"; });
   } else {

@@ -20,7 +20,7 @@ constexpr char kMessageLoop[] = "PipeServer::ProcessMessages";
 constexpr DWORD kFailedReadPauseMs = 500;
 
 /// A refused payload is read in pieces of this size and dropped.
-constexpr DWORD kDrainPieceBytes = 4096;
+constexpr DWORD kDrainPieceBytes = 64 * 1024;
 
 /// A payload of exactly the announced size; it held a job, so it is wiped before it is freed.
 class PayloadBuffer {

@@ -5,6 +5,7 @@
 #include "support/log.h"
 #include "support/scoped_library.h"
 #include "support/security_dacl.h"
+#include "support/thread_termination.h"
 
 namespace {
 
@@ -124,7 +125,7 @@ void PipeServer::EndMessageThread(DWORD maxShutdownTime, bool logTermination) {
   if (logTermination) {
     Trace("PipeServer::WaitForMultipeObjectsOrPipeTermination", "Calling TerminateThread");
   }
-  TerminateThread(_hMessageThread, kTerminatedThreadExitCode);
+  TerminateBetweenLogLines(_hMessageThread, kTerminatedThreadExitCode);
 }
 
 bool PipeServer::IsActive(HANDLE thread) {

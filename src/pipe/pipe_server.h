@@ -95,6 +95,7 @@ class PipeServer {
   bool ReportConnectionWait(DWORD waitResult) const;
   static unsigned __stdcall ConnectThreadProc(void* parameter);
   void ConnectClient();
+  DWORD ConnectPipe();
 
   // Messages (pipe_message_loop.cpp)
   static unsigned __stdcall ProcessMessagesThreadProc(void* parameter);

@@ -1,6 +1,7 @@
 /// How the controller stops: encoder threads first, then the control pipe, each within its time.
 #include "service/tagwright_controller.h"
 #include "support/log.h"
+#include "support/thread_termination.h"
 
 namespace {
 
@@ -97,7 +98,7 @@ void TagwrightController::TerminateEncoderThreads() {
       return OString("TagwrightController::TerminateEncoderThreads: Terminating thread id: 0x")
              << FormatHex(GetCurrentThreadId());
     });
-    TerminateThread(thread, kTerminatedThreadExitCode);
+    TerminateBetweenLogLines(thread, kTerminatedThreadExitCode);
   });
 }
 
@@ -115,7 +116,7 @@ void TagwrightController::TerminateControlThread() {
   const HANDLE thread = GetThreadHandle();
   if (thread == INVALID_HANDLE_VALUE || !IsActive(thread)) return;
   Log::Warning("TagwrightController::ShutdownAllPipes: Forcibly terminating control thread");
-  TerminateThread(thread, kTerminatedThreadExitCode);
+  TerminateBetweenLogLines(thread, kTerminatedThreadExitCode);
 }
 
 void TagwrightController::ShutdownAllPipes() {

@@ -71,6 +71,9 @@ class OEventLog {
   bool LogWarningEvent(const OString& text, int category);
   bool LogErrorEvent(const OString& text, int category);
 
+  /// Held while an event is written; whoever holds it knows that no other thread is writing.
+  OSynchronizer& WriteLock() { return _lock; }
+
   /// The name of a single level bit, "Unknown" for any other value.
   static const char* GetLevelName(DWORD level);
 

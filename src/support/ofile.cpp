@@ -6,7 +6,8 @@ constexpr DWORD kReportedAttributes = FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_H
                                       FILE_ATTRIBUTE_SYSTEM | FILE_ATTRIBUTE_ARCHIVE |
                                       FILE_ATTRIBUTE_TEMPORARY;
 
-/// A backslash at this index or before belongs to the root of the path; no folder can be created there.
+/// A backslash at this index or before belongs to the root of the path; no folder can be created
+/// there.
 constexpr int kLastRootBackslash = 3;
 
 bool MakeFolder(const OString& path) { return CreateDirectoryW(path.wstring(), nullptr) != FALSE; }

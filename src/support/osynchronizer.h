@@ -19,8 +19,8 @@ class OSynchronizer {
 };
 
 /// A kernel mutex; one with a name is shared by all processes and grants everyone full access. It
-/// is owned by a thread: release it on the thread that acquired it. Any thread may acquire through one
-/// object; the first one creates the mutex.
+/// is owned by a thread: release it on the thread that acquired it. Any thread may acquire through
+/// one object; the first one creates the mutex.
 class OMutex : public OSynchronizer {
  public:
   /// Creates nothing yet. An empty name is an unnamed mutex.

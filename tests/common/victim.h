@@ -37,9 +37,9 @@ class VictimSide {
   }
 
   void WaitUntilReleased() {
-    char byte = 0;
+    char signal = 0;
     DWORD bytesRead = 0;
-    ReadFile(_pipe, &byte, 1, &bytesRead, nullptr);
+    ReadFile(_pipe, &signal, 1, &bytesRead, nullptr);
   }
 
  private:
@@ -101,10 +101,10 @@ class Victim {
   DWORD Id() const { return _process.dwProcessId; }
 
   void WaitUntilReady() {
-    char byte = 0;
+    char signal = 0;
     DWORD bytesRead = 0;
     ConnectNamedPipe(_pipe, nullptr);
-    EXPECT_TRUE(ReadFile(_pipe, &byte, 1, &bytesRead, nullptr)) << GetLastError();
+    EXPECT_TRUE(ReadFile(_pipe, &signal, 1, &bytesRead, nullptr)) << GetLastError();
   }
 
   void Release() {

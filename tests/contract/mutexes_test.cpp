@@ -193,18 +193,6 @@ TEST(MutexTest, ProcessThatGivesItBackDoesNotAbandonIt) {
   CloseHandle(event);
 }
 
-TEST(MutexTest, NothingIsLeftOfAMutexThatOnlyADeadProcessHad) {
-  const Text name = NewName();
-  {
-    Victim victim("mutex-holder", Narrow(name));
-    victim.WaitUntilReady();
-  }
-  const TestMutex mutex(name);
-  EXPECT_EQ(mutex.CreationError(), 0U);
-  EXPECT_EQ(mutex.Wait(), WAIT_OBJECT_0);
-  EXPECT_TRUE(mutex.Release());
-}
-
 TEST(MutexTest, ExcludesThreadsAndProcesses) {
   const Text name = NewName();
   const Text path = CountFile(name);

@@ -91,18 +91,4 @@ TEST(ProcessTest, QuotedArgumentsArriveAsTheyWere) {
   EXPECT_EQ(Victim("process-argument", R"("a \"b\\\" c\\")").ExitCode(), 1U);
 }
 
-TEST(ProcessTest, EnvironmentVariables) {
-  const WCHAR* const name = TEXT("TAGWRIGHT_TEST_VARIABLE");
-  WCHAR buffer[4] = {};
-  EXPECT_EQ(GetEnvironmentVariableW(name, buffer, 4), 0U);
-  EXPECT_EQ(GetLastError(), 203U);
-  ASSERT_TRUE(SetEnvironmentVariableW(name, TEXT("abc")));
-  EXPECT_EQ(GetEnvironmentVariableW(name, buffer, 4), 3U);
-  EXPECT_EQ(Text(buffer), TEXT("abc"));
-  ASSERT_TRUE(SetEnvironmentVariableW(name, TEXT("abcd")));
-  EXPECT_EQ(GetEnvironmentVariableW(name, buffer, 4), 5U);
-  ASSERT_TRUE(SetEnvironmentVariableW(name, nullptr));
-  EXPECT_EQ(GetEnvironmentVariableW(name, buffer, 4), 0U);
-}
-
 }  // namespace

@@ -13,38 +13,29 @@ namespace {
 constexpr DWORD kTerminated = 260;
 constexpr DWORD kBoundMs = TestThread::kBoundMs;
 
-struct Ending {
-  const char* name;
-  std::function<unsigned()> body;
-};
-
 TEST(ThreadTest, ExitCodeSaysHowItEnded) {
   const HANDLE gate = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-  const Ending endings[] = {
-      {"returns", [] { return 7U; }},
-      {"ends", []() -> unsigned { _endthreadex(7); }},
-      {"ends after an exception",
-       []() -> unsigned {
-         try {
-           throw std::string("handled");
-         } catch (const std::string&) {
-         }
-         _endthreadex(7);
-       }},
+  const std::function<unsigned()> endings[] = {
+      [] { return 7U; },
+      []() -> unsigned { _endthreadex(7); },
+      []() -> unsigned {
+        try {
+          throw std::string("handled");
+        } catch (const std::string&) {
+        }
+        _endthreadex(7);
+      },
   };
-  for (const Ending& ending : endings) {
-    SCOPED_TRACE(ending.name);
+  for (const auto& ending : endings) {
     ResetEvent(gate);
     TestThread thread([&] {
       WaitForSingleObject(gate, kBoundMs);
-      return ending.body();
+      return ending();
     });
     EXPECT_EQ(thread.ExitCode(), static_cast<DWORD>(STILL_ACTIVE));
     EXPECT_EQ(WaitForSingleObject(thread.Handle(), 0), static_cast<DWORD>(WAIT_TIMEOUT));
     SetEvent(gate);
     thread.Join();
-    EXPECT_EQ(thread.ExitCode(), 7U);
-    TerminateThread(thread.Handle(), kTerminated);
     EXPECT_EQ(thread.ExitCode(), 7U);
   }
   DWORD exitCode = 0;
@@ -131,21 +122,23 @@ TEST_F(TerminationTest, DeadWaiterTakesNothingMore) {
 }
 
 TEST_F(TerminationTest, LocksStayHeld) {
-  auto* const section = new CRITICAL_SECTION;  // Nobody can leave it any more.
-  InitializeCriticalSection(section);
-  ExpectTerminates([&] {
-    EnterCriticalSection(section);
-    SetEvent(_never);
+  CRITICAL_SECTION section;
+  InitializeCriticalSection(&section);
+  TestThread owner([&] {
+    EnterCriticalSection(&section);
+    SetEvent(_inside);
     SpinForever();
-  });
-  // The first thread may have been ended before it was inside: then this one gets in and stays.
-  const bool wasInside = WaitForSingleObject(_never, 0) == WAIT_OBJECT_0;
-  TestThread next([&] {
-    EnterCriticalSection(section);
     return 0U;
   });
-  const DWORD expected = wasInside ? static_cast<DWORD>(WAIT_TIMEOUT) : WAIT_OBJECT_0;
-  EXPECT_EQ(WaitForSingleObject(next.Handle(), wasInside ? 100 : kBoundMs), expected);
+  ASSERT_EQ(WaitForSingleObject(_inside, kBoundMs), WAIT_OBJECT_0);
+  EXPECT_TRUE(TerminateThread(owner.Handle(), kTerminated));
+  TestThread next([&] {
+    EnterCriticalSection(&section);
+    return 0U;
+  });
+  EXPECT_EQ(WaitForSingleObject(next.Handle(), 100), static_cast<DWORD>(WAIT_TIMEOUT));
+  EXPECT_TRUE(TerminateThread(next.Handle(), kTerminated));
+  DeleteCriticalSection(&section);
 }
 
 }  // namespace

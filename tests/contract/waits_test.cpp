@@ -105,11 +105,11 @@ TEST_F(WaitTest, AtMostSixtyFourObjects) {
 }
 
 TEST_F(WaitTest, BadHandlesAreToldFromGoodOnes) {
+  const HANDLE good = NewEvent(kManual, true);
   const HANDLE closed = CreateEventW(nullptr, TRUE, TRUE, nullptr);
   ASSERT_TRUE(CloseHandle(closed));
-  const HANDLE good = NewEvent(kManual, true);  // May well stand where the closed one stood.
   const HANDLE foreign = reinterpret_cast<HANDLE>(std::uintptr_t{0x7654});
-  for (const HANDLE bad : {static_cast<HANDLE>(nullptr), foreign}) {
+  for (const HANDLE bad : {static_cast<HANDLE>(nullptr), closed, foreign}) {
     SetLastError(0);
     EXPECT_EQ(WaitForSingleObject(bad, 0), WAIT_FAILED);
     EXPECT_EQ(GetLastError(), 6U);
@@ -125,25 +125,8 @@ TEST_F(WaitTest, BadHandlesAreToldFromGoodOnes) {
   EXPECT_EQ(GetLastError(), 6U);
 }
 
-TEST_F(WaitTest, WakesWhenSignalledAndGivesUpWhenTimeIsOver) {
-  const HANDLE ping = NewEvent(kAuto);
-  const HANDLE pong = NewEvent(kAuto);
+TEST_F(WaitTest, GivesUpWhenTimeIsOver) {
   const HANDLE never = NewEvent(kAuto);
-  TestThread other([&] {
-    unsigned rounds = 0;
-    while (rounds < 200 && WaitAny({never, ping}, kBoundMs) == WAIT_OBJECT_0 + 1) {
-      ++rounds;
-      SetEvent(pong);
-    }
-    return rounds;
-  });
-  for (int round = 0; round < 200; ++round) {
-    SetEvent(ping);
-    ASSERT_EQ(WaitForSingleObject(pong, kBoundMs), WAIT_OBJECT_0);
-  }
-  other.Join();
-  EXPECT_EQ(other.ExitCode(), 200U);
-
   const ULONGLONG before = GetTickCount64();
   EXPECT_EQ(WaitForSingleObject(never, 60), static_cast<DWORD>(WAIT_TIMEOUT));
   EXPECT_GE(GetTickCount64() - before, 45U);  // A clock tick of 15 ms less.

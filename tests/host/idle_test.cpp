@@ -5,6 +5,7 @@
 #include <atomic>
 #include <thread>
 
+#include "common/pipe_client.h"
 #include "common/product_log.h"
 #include "host/idle_decision.h"
 #include "host/process_state.h"
@@ -70,7 +71,7 @@ class StoppableServer : public PipeServer {
 class IdleDecisionTest : public testing::Test {
  protected:
   IdleDecisionTest()
-      : _name("Tagwright idle " + std::to_string(GetCurrentProcessId())),
+      : _name(UniquePipeName()),
         _log(_name),
         _mutex(_name.c_str(), INFINITE),
         _idleEvent(CreateEventW(nullptr, TRUE, TRUE, nullptr)) {

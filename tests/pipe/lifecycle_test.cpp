@@ -205,6 +205,6 @@ INSTANTIATE_TEST_SUITE_P(
                 [] { throw OStdException("vector too long"); },
                 {"Error: vector too long", kUnknownType}},
         Failure{"foreign", [] { throw 42; }, {kUnknownType}}),
-    [](const auto& info) { return info.param.name; });
+    [](const auto& failure) { return failure.param.name; });
 
 }  // namespace

@@ -1,98 +1,107 @@
-/// The event log's files: what a line holds, which file it goes to, and lines of several processes.
-#include "common/event_log_file.h"
-
-#include <gmock/gmock.h>
+/// What the logger reports, read where the layer keeps the event log; lines of several processes.
 #include <gtest/gtest.h>
 
-#include <memory>
+#include <fstream>
+#include <list>
+#include <nlohmann/json.hpp>
 #include <regex>
 #include <string>
 #include <vector>
 
-#include "common/unique_name.h"
+#include "common/product_log.h"
 #include "common/victim.h"
-#include "platform/posix/kernel/text.h"
+#include "platform/posix/kernel/state_paths.h"
+#include "support/oevent_log.h"
 
 namespace {
 
-using testing::Each;
-using testing::SizeIs;
-
-constexpr int kEvents = 50;
-const std::u16string kLongText(20000, u'x');
-
-BOOL Report(HANDLE log, const std::u16string& text, WORD type = EVENTLOG_ERROR_TYPE,
-            WORD stringCount = 1) {
-  LPCWSTR strings[] = {text.c_str(), text.c_str()};
-  BYTE data[] = {0x00, 0x7F, 0xFF};
-  return ReportEventW(log, type, 3, 0xCFFF0300, nullptr, stringCount, sizeof data, strings, data);
-}
-
 const VictimRole kReporter("event-log-reporter", [](VictimSide& side, const std::string& source) {
-  const HANDLE log = RegisterEventSourceW(nullptr, platform::ToUtf16(source).c_str());
+  const std::string text(5000, 'x');
+  OEventLog log(source.c_str(), OEventLog::kApplicationLog);
   side.Ready();
   side.WaitUntilReleased();
-  for (int i = 0; i < kEvents; ++i) {
-    if (!Report(log, kLongText)) return 1;
+  for (int i = 0; i < 50; ++i) {
+    if (!log.LogInformationEvent(text.c_str(), 0, 0)) return 1;
   }
-  return DeregisterEventSource(log) ? 0 : 2;
+  return 0;
 });
 
 class EventLogFile : public testing::Test {
  protected:
-  const std::u16string source = UniqueName(TEXT("Source-"));
+  /// Every entry of the source. A broken line throws.
+  std::vector<nlohmann::json> Events(const std::string& log = "Application") const {
+    std::ifstream lines(platform::StateFolder("eventlog") + "/" + log + ".jsonl");
+    std::vector<nlohmann::json> events;
+    for (std::string line; std::getline(lines, line);) {
+      auto event = nlohmann::json::parse(line);
+      if (event["source"] == source) events.push_back(std::move(event));
+    }
+    return events;
+  }
+
+  const std::u16string unique = UniqueName(TEXT("Reports-"));
+  const std::string source{unique.begin(), unique.end()};
+  ProductLog file{source, LogLevel::kCopyToFile};
 };
 
-TEST_F(EventLogFile, HoldsEverythingOfAnEvent) {
-  const HANDLE log = RegisterEventSourceW(nullptr, source.c_str());
-  ASSERT_TRUE(Report(log, u"line\n\"quoted\" \u00E9 \xD800!"));
-  ASSERT_TRUE(Report(log, u"", EVENTLOG_WARNING_TYPE));
-  ASSERT_TRUE(Report(log, u"", EVENTLOG_INFORMATION_TYPE));
-  EXPECT_TRUE(DeregisterEventSource(log));
+TEST_F(EventLogFile, HoldsEveryTypeOfBothLogs) {
+  const std::string time = "\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\d\\.\\d{3}[+-]\\d\\d:\\d\\d";
+  for (const auto& [type, name, ids] :
+       {std::tuple{1U, "Application", std::array{"0x4FFF0100", "0x8FFF0200", "0xCFFF0300"}},
+        {7U, "System", {"0x40FF0400", "0x80FF0500", "0xC0FF0600"}}}) {
+    OEventLog log(source.c_str(), type);
+    EXPECT_TRUE(log.LogInformationEvent(u"line\n\"quoted\" \u00E9 \xD800!", 0x10002, 0));
+    EXPECT_TRUE(log.LogWarningEvent("careful", 1));
+    EXPECT_TRUE(log.LogErrorEvent("failed", 0));
 
-  const auto events = EventsOf("Application", source);
-  ASSERT_THAT(events, SizeIs(3));
-  const auto& event = events[0];
-  EXPECT_EQ(event["text"], "line\n\"quoted\" \u00E9 \uFFFD!");
-  EXPECT_EQ(event["category"], 3);
-  EXPECT_EQ(event["event_id"], "0xCFFF0300");
-  EXPECT_EQ(event["data"], "007FFF");
-  EXPECT_TRUE(std::regex_match(
-      event["time"].get<std::string>(),
-      std::regex("\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\d\\.\\d{3}[+-]\\d\\d:\\d\\d")));
-  EXPECT_EQ(event["type"], "Error");
-  EXPECT_EQ(events[1]["type"], "Warning");
-  EXPECT_EQ(events[2]["type"], "Information");
-}
-
-TEST_F(EventLogFile, RefusesWhatItDoesNotKnow) {
-  EXPECT_EQ(RegisterEventSourceW(nullptr, u""), nullptr);
-  EXPECT_EQ(RegisterEventSourceW(u"server", source.c_str()), nullptr);
-  const HANDLE log = RegisterEventSourceW(nullptr, source.c_str());
-  EXPECT_FALSE(Report(log, u"type", 8));
-  EXPECT_FALSE(Report(log, u"two strings", EVENTLOG_ERROR_TYPE, 2));
-  EXPECT_FALSE(Report(log, std::u16string(31840, u'x')));
-  EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_PARAMETER});
-  EXPECT_TRUE(DeregisterEventSource(log));
-  EXPECT_FALSE(Report(log, u"stale"));
-  EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_HANDLE});
-  EXPECT_FALSE(DeregisterEventSource(log));
-  EXPECT_THAT(EventsOf("Application", source), SizeIs(0));
-}
-
-TEST_F(EventLogFile, KeepsTheLinesOfSeveralProcessesWhole) {
-  std::vector<std::unique_ptr<Victim>> reporters;
-  for (int i = 0; i < 4; ++i) {
-    reporters.push_back(std::make_unique<Victim>("event-log-reporter", platform::ToUtf8(source)));
-    reporters.back()->WaitUntilReady();
+    const auto events = Events(name);
+    ASSERT_EQ(events.size(), 3U);
+    for (int i = 0; i < 3; ++i) EXPECT_EQ(events[i]["event_id"], ids[i]);
+    EXPECT_EQ(events[0]["type"], "Information");
+    EXPECT_EQ(events[0]["text"], "line\n\"quoted\" \u00E9 \uFFFD!");
+    EXPECT_EQ(events[0]["category"], 2);
+    EXPECT_TRUE(std::regex_match(events[0]["time"].get<std::string>(), std::regex(time)));
+    EXPECT_EQ(events[1]["type"], "Warning");
+    EXPECT_EQ(events[2]["type"], "Error");
+    EXPECT_EQ(events[2]["text"].get<std::string>().substr(11), ": failed");
   }
-  for (auto& reporter : reporters) reporter->Release();
-  for (auto& reporter : reporters) EXPECT_EQ(reporter->ExitCode(), 0U);
+}
 
-  std::vector<std::string> texts;
-  for (const auto& event : EventsOf("Application", source)) texts.push_back(event["text"]);
-  EXPECT_THAT(texts, SizeIs(reporters.size() * kEvents));
-  EXPECT_THAT(texts, Each(platform::ToUtf8(kLongText)));
+TEST_F(EventLogFile, CarriesTheDataBlock) {
+  const DWORD before = GetTickCount();
+  OEventLog(source.c_str(), 1).LogInformationEvent("", 0, LogLevel::kDetailInfoD);
+  const std::string hex = Events().at(0)["data"];
+  ASSERT_EQ(hex.size(), 2 * sizeof(OEventData));
+  OEventData block;
+  for (std::size_t i = 0; i < sizeof block; ++i) {
+    reinterpret_cast<BYTE*>(&block)[i] = BYTE(std::stoi(hex.substr(2 * i, 2), nullptr, 16));
+  }
+  EXPECT_EQ(block.formatVersion, 3U);
+  EXPECT_LE(block.tickCountMs - before, GetTickCount() - before);
+  EXPECT_NE(block.performanceCounter, 0U);
+  EXPECT_EQ(block.level, LogLevel::kDetailInfoD);
+  EXPECT_EQ(block.threadId, GetCurrentThreadId());
+  EXPECT_EQ(block.processId, GetCurrentProcessId());
+}
+
+TEST_F(EventLogFile, WhatCannotBeReportedStillGoesToTheLogFile) {
+  const std::string tooLong(31840, 'x');
+  EXPECT_FALSE(OEventLog(source.c_str(), 1).LogInformationEvent(tooLong.c_str(), 0, 0));
+  EXPECT_TRUE(Events().empty());
+  EXPECT_EQ(file.Texts().size(), 1U);
+}
+
+TEST_F(EventLogFile, LinesOfSeveralProcessesStayWholeInBothFiles) {
+  std::list<Victim> reporters;
+  for (int i = 0; i < 4; ++i) reporters.emplace_back("event-log-reporter", source).WaitUntilReady();
+  for (Victim& reporter : reporters) reporter.Release();
+  for (Victim& reporter : reporters) EXPECT_EQ(reporter.ExitCode(), 0U);
+
+  const std::string text(5000, 'x');
+  const auto events = Events();
+  EXPECT_EQ(events.size(), 200U);
+  for (const auto& event : events) EXPECT_EQ(event["text"], text);
+  EXPECT_EQ(file.Texts(), std::vector<std::string>(200, "Info: " + text));
 }
 
 }  // namespace

@@ -89,20 +89,4 @@ TEST_F(MutexFileTest, OpenToEveryoneOnlyWhenTheDescriptorSaysSo) {
   LocalFree(everyone.lpSecurityDescriptor);
 }
 
-TEST_F(MutexFileTest, AnyNameHasAFileOfItsOwn) {
-  const auto held = [](const std::u16string& name) {
-    const HANDLE mutex = CreateMutexW(nullptr, TRUE, name.c_str());
-    EXPECT_NE(mutex, nullptr);
-    EXPECT_EQ(GetLastError(), 0U) << platform::ToUtf8(name);
-    return mutex;
-  };
-  for (const HANDLE mutex :
-       {held(u"../escape"), held(u"%2e./escape"), held(u".."), held(u"ünïcödé \U0001F3F7"),
-        held(std::u16string(250, u'ä')), held(std::u16string(251, u'ä'))}) {
-    ReleaseMutex(mutex);
-    CloseHandle(mutex);
-  }
-  EXPECT_FALSE(fs::exists(fs::path(platform::StateRootPath()) / "escape"));
-}
-
 }  // namespace

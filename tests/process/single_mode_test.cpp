@@ -155,7 +155,7 @@ TEST_F(SingleModeTest, ARequestInPiecesAndADamagedHeaderGetWhatTheyDeserve) {
   _client.SendHeader(damaged);
   const auto header = Header(0x302);
   const auto* bytes = reinterpret_cast<const char*>(&header);
-  for (const auto [at, count] : {std::pair{0, 5}, std::pair{5, 5}, std::pair{10, 6}}) {
+  for (const auto& [at, count] : {std::pair{0, 5}, std::pair{5, 5}, std::pair{10, 6}}) {
     _client.SendBytes(bytes + at, count);
   }
   _client.ExpectReply(0x302, 200002);

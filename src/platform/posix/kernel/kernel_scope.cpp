@@ -25,9 +25,9 @@ void ChangeDepth(int depth) {
   std::atomic_signal_fence(std::memory_order_seq_cst);
 }
 
-/// The C library gives the memory of a thread that has ended to a new one as it is, and counts on each
-/// thread to have emptied its thread-specific values. Without their destructors: nothing of the thread
-/// runs any more.
+/// The C library gives the memory of a thread that has ended to a new one as it is, and counts on
+/// each thread to have emptied its thread-specific values. Without their destructors: nothing of
+/// the thread runs any more.
 void ForgetThreadSpecificValues() {
   for (pthread_key_t key = 0; key < PTHREAD_KEYS_MAX; ++key) pthread_setspecific(key, nullptr);
 }

@@ -23,14 +23,4 @@ TEST(ComTest, InitialisationIsCountedPerThread) {
   second.Join();
 }
 
-BOOL WINAPI Ignore(DWORD) { return FALSE; }
-
-TEST(ConsoleTest, OnlyWhatWasAddedCanBeRemoved) {
-  EXPECT_FALSE(SetConsoleCtrlHandler(Ignore, FALSE));
-  EXPECT_EQ(GetLastError(), 87U);
-  EXPECT_TRUE(SetConsoleCtrlHandler(Ignore, TRUE));
-  EXPECT_TRUE(SetConsoleCtrlHandler(Ignore, FALSE));
-  EXPECT_FALSE(SetConsoleCtrlHandler(Ignore, FALSE));
-}
-
 }  // namespace
