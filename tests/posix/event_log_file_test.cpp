@@ -84,13 +84,6 @@ TEST_F(EventLogFile, CarriesTheDataBlock) {
   EXPECT_EQ(block.processId, GetCurrentProcessId());
 }
 
-TEST_F(EventLogFile, WhatCannotBeReportedStillGoesToTheLogFile) {
-  const std::string tooLong(31840, 'x');
-  EXPECT_FALSE(OEventLog(source.c_str(), 1).LogInformationEvent(tooLong.c_str(), 0, 0));
-  EXPECT_TRUE(Events().empty());
-  EXPECT_EQ(file.Texts().size(), 1U);
-}
-
 TEST_F(EventLogFile, LinesOfSeveralProcessesStayWholeInBothFiles) {
   std::list<Victim> reporters;
   for (int i = 0; i < 4; ++i) reporters.emplace_back("event-log-reporter", source).WaitUntilReady();
