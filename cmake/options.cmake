@@ -9,6 +9,9 @@ endif()
 add_library(tagwright_options INTERFACE)
 target_include_directories(tagwright_options INTERFACE ${PROJECT_SOURCE_DIR}/src)
 target_compile_options(tagwright_options INTERFACE -Wall -Wextra -Wshadow -Wno-cast-function-type)
+# A crash is turned into an exception that is thrown from the instruction that failed.
+target_compile_options(tagwright_options INTERFACE -fnon-call-exceptions
+                                                   -fasynchronous-unwind-tables)
 # GCC 12 warns of overlaps in std::string's own code that cannot happen (its bug 105651).
 if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
   target_compile_options(tagwright_options INTERFACE -Wno-restrict)

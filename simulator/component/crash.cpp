@@ -7,6 +7,7 @@ namespace {
 
 // The compiler must not see what each of these does, or it would leave it out or do it its own way.
 int* volatile nowhere = nullptr;
+volatile int one = 1;
 volatile int zero = 0;
 volatile int sink = 0;
 volatile bool enough = false;
@@ -23,7 +24,7 @@ int Deeper(int depth) {
 
 void CrashByReading() { sink = *nowhere; }
 
-void CrashByDividing() { sink = 1 / zero; }
+void CrashByDividing() { sink = one / zero; }
 
 void CrashByIllegalInstruction() { __builtin_trap(); }
 

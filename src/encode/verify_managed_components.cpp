@@ -19,22 +19,10 @@ constexpr DWORD kManagedExceptionCode = 0xE0434352U;
 /// Code of the exception that the component's test entry raised last.
 DWORD sehExceptionCode = 0;
 
-/// The code of the structured exception that `exception` reports; one without exception pointers is
-/// an ordinary C++ exception.
-DWORD StructuredExceptionCode(const OException& exception) {
-  if (exception.Pointers() == nullptr) return kCppExceptionCode;
-  switch (exception.ErrorCode()) {
-    case ERROR_INVALID_ADDRESS:
-      return 0xC0000005U;  // access violation
-    case ERROR_INTERNAL_ERROR:
-      return 0xC000001DU;  // illegal instruction, the commonest of those reported under this code
-    case ERROR_ARITHMETIC_OVERFLOW:
-      return 0xC0000095U;  // integer overflow
-    case ERROR_STACK_OVERFLOW:
-      return 0xC00000FDU;
-    default:
-      return kCppExceptionCode;
-  }
+/// An OException without exception pointers is an ordinary C++ exception.
+DWORD CodeOf(const OException& exception) {
+  const EXCEPTION_POINTERS* const pointers = exception.Pointers();
+  return pointers == nullptr ? kCppExceptionCode : pointers->ExceptionRecord->ExceptionCode;
 }
 
 /// Maps the exception that is being handled to the code it would be raised under.
@@ -42,7 +30,7 @@ DWORD CurrentExceptionCode() {
   try {
     throw;
   } catch (const OException& exception) {
-    return StructuredExceptionCode(exception);
+    return CodeOf(exception);
   } catch (const Tagwright::ManagedException&) {
     return kManagedExceptionCode;
   } catch (CException* exception) {

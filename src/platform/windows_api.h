@@ -24,6 +24,10 @@
 
 #include <windows.h>
 
+// clang-format off: this header needs windows.h before it and says so nowhere
+#include <dbghelp.h>
+// clang-format on
+#include <malloc.h>
 #include <objbase.h>
 #include <process.h>
 #include <sddl.h>
@@ -39,6 +43,7 @@
 #include "platform/posix/api/com.h"
 #include "platform/posix/api/console.h"
 #include "platform/posix/api/console_output.h"
+#include "platform/posix/api/crash_dumps.h"
 #include "platform/posix/api/debug_output.h"
 #include "platform/posix/api/errors.h"
 #include "platform/posix/api/event_log.h"

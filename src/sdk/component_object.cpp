@@ -5,6 +5,7 @@
 
 #include "sdk/call_result.h"
 #include "sdk/component_library.h"
+#include "support/oexception.h"
 
 namespace Tagwright {
 namespace {
@@ -13,6 +14,18 @@ namespace {
 TagwrightText WideText(const OString& text) {
   const WCHAR* characters = text.wstring();
   return {characters, std::char_traits<WCHAR>::length(characters)};
+}
+
+/// Runs one call of the component. A crash in it arrives as an OException, with the stack ready for
+/// the next one: after an overflow it would otherwise have no guard any more.
+template <class Work>
+void CallGuarded(Work&& work) {
+  try {
+    work();
+  } catch (const OException& exception) {
+    if (exception.ErrorCode() == ERROR_STACK_OVERFLOW) _resetstkoflw();
+    throw;
+  }
 }
 
 }  // namespace
@@ -32,29 +45,32 @@ ComponentObject::~ComponentObject() { Dispose(); }
 
 void ComponentObject::Dispose() noexcept {
   if (_object == nullptr) return;
-  // Nobody is left to whom a failed disposal could be reported.
-  TagwrightCallResult ignored{};
-  Component().DisposeObject(std::exchange(_object, nullptr), &ignored);
+  // Nobody is left to whom a failed disposal could be reported, a crash in it included.
+  try {
+    TagwrightCallResult ignored{};
+    CallGuarded([&] { Component().DisposeObject(std::exchange(_object, nullptr), &ignored); });
+  } catch (...) {
+  }
 }
 
 ComponentObject ComponentObject::Create() {
   TagwrightCallResult result{};
   ComponentObject created;
-  created._object = Component().CreateObject(&result);
+  CallGuarded([&] { created._object = Component().CreateObject(&result); });
   ReturnOrThrow(result);
   return created;
 }
 
 void ComponentObject::TestManagedCodeAccessible() {
   TagwrightCallResult result{};
-  Component().TestManagedCodeAccessible(&result);
+  CallGuarded([&] { Component().TestManagedCodeAccessible(&result); });
   ReturnOrThrow(result);
 }
 
 template <class Member, class... Arguments>
 bool ComponentObject::Call(Member member, Arguments... arguments) {
   TagwrightCallResult result{};
-  (Component().*member)(_object, arguments..., &result);
+  CallGuarded([&] { (Component().*member)(_object, arguments..., &result); });
   return ReturnOrThrow(result);
 }
 

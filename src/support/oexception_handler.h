@@ -1,14 +1,17 @@
 /// The exception scope of a thread procedure.
 #pragma once
 
+#include "platform/se_translator.h"
 #include "platform/windows_api.h"
 #include "support/oexception.h"
 #include "support/shared_ptr.h"
 
 class OEventLog;
 
-/// Reports what the catch blocks of its thread procedure hand to it. It never ends the thread or
-/// the process. Lives on the stack of the procedure and belongs to its thread.
+/// While it lives, structured exceptions of its thread are thrown as OException. Reports what the
+/// catch blocks of its thread procedure hand to it. It never ends the thread or the process. Nested
+/// handlers give the thread's translator back in the reverse order of their construction. Lives on
+/// the stack of the procedure and belongs to its thread.
 class OExceptionHandler {
  public:
   static constexpr DWORD kReportToLog = 0x1;
@@ -20,8 +23,9 @@ class OExceptionHandler {
   OExceptionHandler(const OExceptionHandler&) = delete;
   OExceptionHandler& operator=(const OExceptionHandler&) = delete;
 
-  /// Writes one error event (kReportToLog; only with a log, whatever its mask says) and sets the
-  /// thread's last error to the exception's code (kSetLastError).
+  /// Writes a dump file when the exception was a structured one, then one error event
+  /// (kReportToLog; only with a log, whatever its mask says) and sets the thread's last error to
+  /// the exception's code (kSetLastError).
   virtual void Handle(const OException& exception);
 
   /// Keeps a reference to the log until UnSetEventLog or the end of the handler.
@@ -33,9 +37,14 @@ class OExceptionHandler {
   void HandleStandardException(const OStdException& exception);
 
  private:
-  void Report(const OException& exception);
+  enum class Dump { kNotAttempted, kFailed, kWritten };
 
+  bool WriteMiniDump(EXCEPTION_POINTERS* pointers);
+  void Report(const OException& exception, Dump dump);
+
+  SeTranslator _previousTranslator;
   const char* _functionName;
   DWORD _flags;
   StdBrennick::shared_ptr<OEventLog> _log;
+  char _dumpFileName[MAX_PATH] = {};  // Of the last dump, in the ANSI code page.
 };

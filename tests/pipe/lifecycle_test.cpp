@@ -45,7 +45,7 @@ TEST_F(LifecycleTest, WritesTheStoryOfOneRequest) {
            intro + "PipeServer::Shutdown: Enter",
            "DetailInfoA: " + intro.substr(12) + "PipeServer::ProcessMessages: While loop"}));
   EXPECT_THAT(
-      std::vector(texts.end() - 7, texts.end()),
+      std::vector(texts.end() - 8, texts.end()),
       testing::IsSupersetOf(
           {intro + "PipeServer::ProcessMessages: Calling CoUninitialize in preperation to exit",
            intro + "PipeServer::ProcessMessages: Thread exit",

@@ -14,6 +14,7 @@
 #include <mutex>
 #include <string_view>
 
+#include "platform/posix/api/crash_dumps.h"
 #include "platform/posix/api/errors.h"
 #include "platform/posix/api/files.h"
 #include "platform/posix/api/pipes.h"
@@ -43,6 +44,7 @@ FARPROC Address(Function* function) {
 
 // What programs look up at run time because older systems did not have it.
 const SystemFunction kSystemFunctions[] = {
+    {"dbghelp.dll", "MiniDumpWriteDump", Address(MiniDumpWriteDump)},
     {"kernel32.dll", "CancelIoEx", Address(CancelIoEx)},
     {"shell32.dll", "SHGetFolderPathW", Address(SHGetFolderPathW)},
 };

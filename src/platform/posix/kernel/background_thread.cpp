@@ -5,15 +5,19 @@
 #include <thread>
 #include <utility>
 
+#include "platform/posix/kernel/thread_capture.h"
+
 namespace platform {
 namespace {
 
-/// Blocks every signal on this thread while it lives: a thread made meanwhile inherits the mask.
+/// Blocks every signal on this thread while it lives, but the one that asks a thread for its
+/// registers: a thread made meanwhile inherits the mask.
 class AllSignalsBlocked {
  public:
   AllSignalsBlocked() {
     sigset_t all;
     sigfillset(&all);
+    sigdelset(&all, CaptureSignal());
     pthread_sigmask(SIG_SETMASK, &all, &_before);
   }
   ~AllSignalsBlocked() { pthread_sigmask(SIG_SETMASK, &_before, nullptr); }

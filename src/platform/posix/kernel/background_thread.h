@@ -5,7 +5,7 @@
 
 namespace platform {
 
-/// Runs `work` on a new detached thread with all signals blocked.
+/// Runs `work` on a new detached thread with all signals blocked but the one of thread_capture.h.
 void RunInBackground(std::function<void()> work);
 
 }  // namespace platform

@@ -179,6 +179,11 @@ int Thread::WakeFd() {
   return _wakeFd;
 }
 
+CrashSite* Thread::PrepareForCrash() {
+  if (!_crashSite) _crashSite = PrepareCrashSite();
+  return _crashSite.get();
+}
+
 void Thread::AddOwned(std::shared_ptr<Waitable> object) { _owned.push_back(std::move(object)); }
 
 void Thread::RemoveOwned(const Waitable* object) {

@@ -7,6 +7,7 @@
 #include <memory>
 #include <vector>
 
+#include "platform/posix/kernel/crash_site.h"
 #include "platform/posix/kernel/thread_waker.h"
 #include "platform/posix/kernel/wait_engine.h"
 
@@ -54,6 +55,12 @@ class Thread final : public Waitable {
   /// leak; null lets go of it. Called by the thread itself.
   void HoldDuringPause(std::shared_ptr<Waitable> object) { _heldDuringPause = std::move(object); }
 
+  /// The thread's own crash site, made at the first call; null without memory. Called by the thread
+  /// itself.
+  CrashSite* PrepareForCrash();
+  /// The same, if there is one.
+  CrashSite* FindCrashSite() const { return _crashSite.get(); }
+
   bool IsSignalled(const Thread& waiter) override;
 
  private:
@@ -86,6 +93,7 @@ class Thread final : public Waitable {
   /// What the procedure returned; written and read by the thread itself.
   DWORD _returnedCode = 0;
   std::shared_ptr<Waitable> _heldDuringPause;
+  OwnedCrashSite _crashSite;
 
   // Guarded by the engine's lock.
   bool _hasEnded = false;

@@ -1,0 +1,105 @@
+#include "platform/posix/kernel/crash_site.h"
+
+#include <pthread.h>
+#include <signal.h>
+#include <sys/mman.h>
+#include <ucontext.h>
+
+#include <cstring>
+#include <new>
+
+#include "platform/posix/kernel/thread.h"
+
+namespace platform {
+namespace {
+
+constexpr std::size_t kPageBytes = 4096;
+
+constexpr std::size_t SiteBytes() {
+  return (sizeof(CrashSite) + kPageBytes - 1) / kPageBytes * kPageBytes;
+}
+constexpr std::size_t kMappedBytes = SiteBytes() + 2 * kPageBytes;
+
+/// For a main thread this reads the system's list of mappings, which no signal handler may do.
+void FindStack(CrashSite& site) {
+  pthread_attr_t attributes;
+  if (pthread_getattr_np(pthread_self(), &attributes) != 0) return;
+  void* low = nullptr;
+  std::size_t sizeBytes = 0;
+  pthread_attr_getstack(&attributes, &low, &sizeBytes);
+  pthread_attr_destroy(&attributes);
+  site.stackLow = reinterpret_cast<ULONG_PTR>(low);
+  site.stackHigh = site.stackLow + sizeBytes;
+}
+
+bool UseAlternateStack(CrashSite& site) {
+  const stack_t stack = {
+      .ss_sp = site.alternateStack, .ss_flags = 0, .ss_size = CrashSite::kAlternateStackBytes};
+  return sigaltstack(&stack, nullptr) == 0;
+}
+
+void StopUsingAlternateStack(const CrashSite& site) {
+  stack_t stack{};
+  sigaltstack(nullptr, &stack);
+  if (stack.ss_sp != site.alternateStack) return;
+  stack.ss_flags = SS_DISABLE;
+  sigaltstack(&stack, nullptr);
+}
+
+}  // namespace
+
+OwnedCrashSite PrepareCrashSite() {
+  void* const mapped =
+      mmap(nullptr, kMappedBytes, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  if (mapped == MAP_FAILED) return nullptr;
+  BYTE* const memory = static_cast<BYTE*>(mapped) + kPageBytes;
+  if (mprotect(memory, SiteBytes(), PROT_READ | PROT_WRITE) != 0) {
+    munmap(mapped, kMappedBytes);
+    return nullptr;
+  }
+  // Not value-initialized: that would touch, and so take, all of the memory.
+  OwnedCrashSite site(new (memory) CrashSite);
+  site->pointers = {&site->record, &site->context};
+  FindStack(*site);
+  return UseAlternateStack(*site) ? std::move(site) : nullptr;
+}
+
+void CrashSiteDeleter::operator()(CrashSite* site) const {
+  StopUsingAlternateStack(*site);
+  munmap(reinterpret_cast<BYTE*>(site) - kPageBytes, kMappedBytes);
+}
+
+const CrashSite* FindCrashSite(const EXCEPTION_POINTERS* pointers) {
+  const CrashSite* const site = Thread::Current().FindCrashSite();
+  return site != nullptr && pointers == &site->pointers ? site : nullptr;
+}
+
+void CopyRegisters(const void* signalContext, CONTEXT& context) {
+  const mcontext_t& machine = static_cast<const ucontext_t*>(signalContext)->uc_mcontext;
+  const auto value = [&](int index) { return static_cast<ULONGLONG>(machine.gregs[index]); };
+  context = {};
+  context.ContextFlags = CONTEXT_ALL;
+  context.SegCs = static_cast<WORD>(value(REG_CSGSFS));
+  context.SegGs = static_cast<WORD>(value(REG_CSGSFS) >> 16);
+  context.SegFs = static_cast<WORD>(value(REG_CSGSFS) >> 32);
+  context.SegSs = static_cast<WORD>(value(REG_CSGSFS) >> 48);
+  context.EFlags = static_cast<DWORD>(value(REG_EFL));
+  const struct {
+    ULONGLONG CONTEXT::*member;
+    int index;
+  } kRegisters[] = {
+      {&CONTEXT::Rax, REG_RAX}, {&CONTEXT::Rcx, REG_RCX}, {&CONTEXT::Rdx, REG_RDX},
+      {&CONTEXT::Rbx, REG_RBX}, {&CONTEXT::Rsp, REG_RSP}, {&CONTEXT::Rbp, REG_RBP},
+      {&CONTEXT::Rsi, REG_RSI}, {&CONTEXT::Rdi, REG_RDI}, {&CONTEXT::R8, REG_R8},
+      {&CONTEXT::R9, REG_R9},   {&CONTEXT::R10, REG_R10}, {&CONTEXT::R11, REG_R11},
+      {&CONTEXT::R12, REG_R12}, {&CONTEXT::R13, REG_R13}, {&CONTEXT::R14, REG_R14},
+      {&CONTEXT::R15, REG_R15}, {&CONTEXT::Rip, REG_RIP},
+  };
+  for (const auto& entry : kRegisters) context.*entry.member = value(entry.index);
+  if (machine.fpregs == nullptr) return;
+  static_assert(sizeof *machine.fpregs == sizeof context.FltSave);
+  std::memcpy(context.FltSave, machine.fpregs, sizeof context.FltSave);
+  context.MxCsr = machine.fpregs->mxcsr;
+}
+
+}  // namespace platform

@@ -1,0 +1,49 @@
+/// What a thread with a translator keeps ready for its crash: a stack to handle it on, and room for
+/// the records, and for the stack as it was.
+///
+/// The exception that a crash becomes has unwound the stack before anybody writes a dump, so the
+/// innermost part of it is copied when the crash happens.
+#pragma once
+
+#include <memory>
+#include <span>
+
+#include "platform/posix/api/exceptions.h"
+
+namespace platform {
+
+struct CrashSite {
+  /// Enough for the frames of all that matter; of a used up stack only the innermost frames fit.
+  static constexpr std::size_t kStackCopyBytes = 512 * 1024;
+  /// The handler runs on it, and the unwinder, and what the translator calls.
+  static constexpr std::size_t kAlternateStackBytes = 128 * 1024;
+
+  EXCEPTION_POINTERS pointers;
+  EXCEPTION_RECORD record;
+  CONTEXT context;
+  /// Lowest and one past the highest address of the thread's own stack.
+  ULONG_PTR stackLow;
+  ULONG_PTR stackHigh;
+  /// Where the copied part of the stack begins and how long it is; 0 bytes before the first crash.
+  ULONG_PTR copyStart;
+  std::size_t copyBytes;
+  alignas(16) BYTE stackCopy[kStackCopyBytes];
+  alignas(16) BYTE alternateStack[kAlternateStackBytes];
+};
+
+struct CrashSiteDeleter {
+  void operator()(CrashSite* site) const;
+};
+using OwnedCrashSite = std::unique_ptr<CrashSite, CrashSiteDeleter>;
+
+/// A site for the calling thread, whose signals go to its alternate stack from now on; null when
+/// there is no memory. A page that nothing may touch lies below and above.
+OwnedCrashSite PrepareCrashSite();
+
+/// The site of the calling thread that the pointers belong to; null when they are not a crash's.
+const CrashSite* FindCrashSite(const EXCEPTION_POINTERS* pointers);
+
+/// Fills a context from the registers that a signal handler was given (a ucontext_t).
+void CopyRegisters(const void* signalContext, CONTEXT& context);
+
+}  // namespace platform

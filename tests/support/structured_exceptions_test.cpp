@@ -1,0 +1,189 @@
+/// Crashes inside an exception handler scope: what arrives, what is reported, and the dump file.
+#include <gmock/gmock.h>
+
+#include <functional>
+#include <set>
+
+#include "common/dump_folder.h"
+#include "common/product_log.h"
+#include "common/test_thread.h"
+#include "support/oevent_log.h"
+#include "support/se_translation.h"
+#include "support/thread_guard.h"
+
+namespace {
+
+using testing::EndsWith;
+using testing::HasSubstr;
+
+constexpr char kReported[] = "MiniDump File: ";
+
+int* volatile nowhere = nullptr;
+volatile int one = 1;
+volatile int zero = 0;
+volatile int sink = 0;
+
+void Read() { sink = *nowhere; }
+void Write() { *nowhere = 1; }
+void Divide() { sink = one / zero; }
+void Trap() { __builtin_trap(); }
+int Recurse(int depth) {
+  volatile char frame[4096];
+  frame[0] = static_cast<char>(depth);
+  return zero == 0 ? Recurse(depth + 1) + frame[0] : 0;
+}
+void Overflow() { sink = Recurse(0); }
+
+struct Crash {
+  void (*function)();
+  DWORD code;
+  LONG errorCode;
+};
+const Crash kCrashes[] = {
+    {Read, EXCEPTION_ACCESS_VIOLATION, ERROR_INVALID_ADDRESS},
+    {Write, EXCEPTION_ACCESS_VIOLATION, ERROR_INVALID_ADDRESS},
+    {Divide, EXCEPTION_INT_DIVIDE_BY_ZERO, ERROR_INTERNAL_ERROR},
+    {Trap, EXCEPTION_ILLEGAL_INSTRUCTION, ERROR_INTERNAL_ERROR},
+    {Overflow, EXCEPTION_STACK_OVERFLOW, ERROR_STACK_OVERFLOW},
+};
+
+std::string SystemText(DWORD code) {
+  return OException(static_cast<LONG>(code), nullptr, nullptr).Message();
+}
+
+TEST(SeTranslation, EveryCodeHasItsErrorCodeAndText) {
+  const struct {
+    DWORD code;
+    LONG errorCode;
+    const char* message;
+  } kCases[] = {
+      {0xC0000005, 487, nullptr},
+      {0xC0000006, 487, nullptr},
+      {0x80000002, 487, nullptr},
+      {0xC000001D, 1359, "Illegal instruction."},
+      {0xC000008C, 1287, nullptr},
+      {0xC000008D, 1359, "Floating point error."},
+      {0xC0000093, 1359, "Floating point error."},
+      {0xC0000094, 1359, "Division by zero."},
+      {0xC0000095, 534, nullptr},
+      {0xC00000FD, 1001, nullptr},
+      {0x80000003, 1287, nullptr},
+  };
+  for (const auto& expected : kCases) {
+    EXCEPTION_POINTERS pointers{};
+    try {
+      ThrowStructuredException(expected.code, &pointers);
+    } catch (const OException& exception) {
+      EXPECT_EQ(exception.ErrorCode(), expected.errorCode) << std::hex << expected.code;
+      EXPECT_EQ(exception.Message(), expected.message != nullptr ? std::string(expected.message)
+                                                                 : SystemText(expected.errorCode));
+      EXPECT_EQ(exception.Pointers(), &pointers);
+    }
+  }
+}
+
+/// What a handler scope of this thread makes of each crash, one after another; destructors on the
+/// way have to run, and an inner scope must leave the outer one's translator behind.
+void SurviveEveryCrash() {
+  const OExceptionHandler outer("outer", 0);
+  for (const Crash& crash : kCrashes) {
+    { const OExceptionHandler inner("inner", 0); }
+    bool isUnwound = false;
+    try {
+      const std::shared_ptr<void> local(nullptr, [&](void*) { isUnwound = true; });
+      crash.function();
+      ADD_FAILURE() << "no crash";
+    } catch (const OException& exception) {
+      EXPECT_EQ(exception.Pointers()->ExceptionRecord->ExceptionCode, crash.code);
+      EXPECT_EQ(exception.ErrorCode(), crash.errorCode);
+      EXPECT_TRUE(isUnwound);
+      if (crash.code == EXCEPTION_STACK_OVERFLOW) _resetstkoflw();
+    }
+  }
+}
+
+TEST(StructuredExceptions, ArriveInTheCatchBlocksOfTheirThread) {
+  for (int round = 0; round < 2; ++round) {
+    SurviveEveryCrash();
+    TestThread([] { return SurviveEveryCrash(), 0U; }).Join();
+  }
+}
+
+class CrashReport : public testing::Test {
+ protected:
+  static constexpr const char* kSource = "Tagwright Crash Test";
+
+  ~CrashReport() override { UseLibrary(""); }
+
+  static void Report(const std::function<void()>& crash) {
+    OExceptionHandler handler("Worker::Run", kThreadHandlerFlags);
+    handler.SetEventLog(
+        StdBrennick::shared_ptr<OEventLog>(new OEventLog(kSource, OEventLog::kApplicationLog)));
+    RunGuarded(handler, crash);
+  }
+
+  /// The dump files that reports name, in the log's order.
+  std::vector<std::string> DumpFiles() const {
+    std::vector<std::string> files;
+    for (const std::string& line : _log.Lines()) {
+      const auto at = line.find(kReported);
+      if (at == line.npos) continue;
+      files.push_back(line.substr(at + std::strlen(kReported)));
+      if (files.back().back() == '\r') files.back().pop_back();
+    }
+    return files;
+  }
+
+  static void UseLibrary(const std::string& name) {
+    HKEY key = nullptr;
+    RegCreateKeyExW(HKEY_LOCAL_MACHINE, TEXT("Software\\Brennick\\Drivers\\Debug"), 0, nullptr,
+                    REG_OPTION_NON_VOLATILE, KEY_WRITE, nullptr, &key, nullptr);
+    const std::basic_string<WCHAR> text(name.begin(), name.end());
+    RegSetValueExW(key, TEXT("dbghelp"), 0, REG_SZ, reinterpret_cast<const BYTE*>(text.c_str()),
+                   static_cast<DWORD>((text.size() + 1) * sizeof(WCHAR)));
+    RegCloseKey(key);
+  }
+
+  DumpFolder _dumps;
+  ProductLog _log{kSource};
+};
+
+TEST_F(CrashReport, NamesTheDumpThatFillsTheFirstGap) {
+  for (const char* name : {"bkcrash_0000.dmp", "bkcrash_0002.dmp"}) DumpFolder::Occupy(name);
+  UseLibrary("no-such-library.dll");  // The system's is used instead.
+  Report(Read);
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_ADDRESS});
+  Report(Divide);
+  EXPECT_TRUE(_log.Has("Error: Division by zero."));
+  EXPECT_EQ(_log.Count("Caught in [Worker::Run]"), 2);
+  EXPECT_THAT(DumpFiles(),
+              testing::ElementsAre(EndsWith("\\Brennick\\Drivers\\Dump\\bkcrash_0001.dmp"),
+                                   DumpFolder::Path("bkcrash_0003.dmp")));
+}
+
+TEST_F(CrashReport, SaysWhenThereIsNoDump) {
+  UseLibrary("Shell32.dll");
+  Report(Read);
+  EXPECT_TRUE(_log.Has("Attemped to generate minidump file but failed"));
+  EXPECT_FALSE(_log.Has(kReported));
+}
+
+TEST_F(CrashReport, DumpsOfThreadsThatCrashTogetherHaveFilesOfTheirOwn) {
+  std::vector<std::unique_ptr<TestThread>> threads;
+  constexpr std::size_t kThreads = 4;
+  for (std::size_t i = 0; i < kThreads; ++i) {
+    threads.push_back(std::make_unique<TestThread>([] { return Report(Read), 0U; }));
+  }
+  threads.clear();
+  const auto files = DumpFiles();
+  EXPECT_EQ(std::set<std::string>(files.begin(), files.end()).size(), kThreads);
+  constexpr std::uint32_t kThreadList = 3, kModuleList = 4, kException = 6, kSystemInfo = 7;
+  for (const std::string& file : files) {
+    const auto streams = DumpFolder::Streams(DumpFolder::Content(file));
+    for (const auto stream : {kThreadList, kModuleList, kException, kSystemInfo}) {
+      EXPECT_TRUE(streams.count(stream) != 0 && !streams.at(stream).empty()) << stream;
+    }
+  }
+}
+
+}  // namespace
