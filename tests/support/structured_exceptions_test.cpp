@@ -5,6 +5,7 @@
 #include <set>
 
 #include "common/dump_folder.h"
+#include "common/on_wine.h"
 #include "common/product_log.h"
 #include "common/test_thread.h"
 #include "support/oevent_log.h"
@@ -47,9 +48,11 @@ const Crash kCrashes[] = {
     {Overflow, EXCEPTION_STACK_OVERFLOW, ERROR_STACK_OVERFLOW},
 };
 
-std::string SystemText(DWORD code) {
-  return OException(static_cast<LONG>(code), nullptr, nullptr).Message();
+/// "" for a code that the system has no text for.
+std::string TextOf(const OException& exception) {
+  return exception.Message() != nullptr ? exception.Message() : "";
 }
+std::string SystemText(LONG code) { return TextOf(OException(code, nullptr, nullptr)); }
 
 TEST(SeTranslation, EveryCodeHasItsErrorCodeAndText) {
   const struct {
@@ -75,8 +78,8 @@ TEST(SeTranslation, EveryCodeHasItsErrorCodeAndText) {
       ThrowStructuredException(expected.code, &pointers);
     } catch (const OException& exception) {
       EXPECT_EQ(exception.ErrorCode(), expected.errorCode) << std::hex << expected.code;
-      EXPECT_EQ(exception.Message(), expected.message != nullptr ? std::string(expected.message)
-                                                                 : SystemText(expected.errorCode));
+      EXPECT_EQ(TextOf(exception), expected.message != nullptr ? std::string(expected.message)
+                                                               : SystemText(expected.errorCode));
       EXPECT_EQ(exception.Pointers(), &pointers);
     }
   }
@@ -87,6 +90,8 @@ TEST(SeTranslation, EveryCodeHasItsErrorCodeAndText) {
 void SurviveEveryCrash() {
   const OExceptionHandler outer("outer", 0);
   for (const Crash& crash : kCrashes) {
+    // Wine leaves no room on a used up stack to handle that.
+    if (crash.code == EXCEPTION_STACK_OVERFLOW && OnWine()) continue;
     { const OExceptionHandler inner("inner", 0); }
     bool isUnwound = false;
     try {
