@@ -93,14 +93,14 @@ TEST_F(Registry, DeletesKeysWithoutSubkeysEvenWhileOpen) {
 }
 
 TEST_F(Registry, RefusesHandlesThatAreNoOpenKey) {
+  const HANDLE event = CreateEventW(nullptr, TRUE, FALSE, nullptr);
   HKEY stale = nullptr;
   ASSERT_EQ(RegOpenKeyExW(HKEY_CURRENT_USER, TEXT("Software"), 0, KEY_READ, &stale), ERROR_SUCCESS);
   ASSERT_EQ(RegCloseKey(stale), ERROR_SUCCESS);
-  const HANDLE event = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+  EXPECT_EQ(RegCloseKey(stale), ERROR_INVALID_HANDLE);
   for (HKEY bad : {stale, HKEY{nullptr}, reinterpret_cast<HKEY>(event)}) {
     EXPECT_EQ(Find(bad, TEXT("V")), ERROR_INVALID_HANDLE);
   }
-  EXPECT_EQ(RegCloseKey(stale), ERROR_INVALID_HANDLE);
   EXPECT_TRUE(CloseHandle(event));
   EXPECT_EQ(RegCloseKey(HKEY_CURRENT_USER), ERROR_SUCCESS);
 }
