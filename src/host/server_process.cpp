@@ -35,11 +35,20 @@ void DeleteServer() {
   pServer = nullptr;
 }
 
+/// Without the idle event the wait fails while the server still serves; its threads end before it
+/// is deleted.
+void StopUnwatchedServer() {
+  ShutdownTagwrightServer();
+  pServer->WaitForMultipeObjectsOrPipeTermination(0, nullptr, INFINITE, kMaxShutdownTimeMs);
+}
+
 void ServeUntilStopped(ProcessMain& main) {
   if (!pServer->StartProcessMessageThread(kConnectionTimeoutMs)) return;
-  while (pServer->WaitForMultipeObjectsOrPipeTermination(1, main.watchers.IdleEventAddress(),
-                                                         INFINITE, kMaxShutdownTimeMs) ==
-         PipeServer::kUserEvent) {
+  for (;;) {
+    const auto result = pServer->WaitForMultipeObjectsOrPipeTermination(
+        1, main.watchers.IdleEventAddress(), INFINITE, kMaxShutdownTimeMs);
+    if (result == PipeServer::kWaitFailed) StopUnwatchedServer();
+    if (result != PipeServer::kUserEvent) return;
     DecideIdleShutdown(main.shutdownMutex, main.watchers.IdleEvent());
   }
 }

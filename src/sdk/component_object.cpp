@@ -1,5 +1,6 @@
 #include "sdk/component_object.h"
 
+#include <stdexcept>
 #include <string>
 #include <utility>
 
@@ -32,9 +33,12 @@ ComponentObject::~ComponentObject() { Dispose(); }
 
 void ComponentObject::Dispose() noexcept {
   if (_object == nullptr) return;
-  // Nobody is left to whom a failed disposal could be reported.
+  // Nobody is left to whom a failed disposal could be reported, not even one that crashed.
   TagwrightCallResult ignored{};
-  Component().DisposeObject(std::exchange(_object, nullptr), &ignored);
+  try {
+    Component().DisposeObject(std::exchange(_object, nullptr), &ignored);
+  } catch (...) {
+  }
 }
 
 ComponentObject ComponentObject::Create() {
@@ -42,6 +46,7 @@ ComponentObject ComponentObject::Create() {
   ComponentObject created;
   created._object = Component().CreateObject(&result);
   ReturnOrThrow(result);
+  if (created._object == nullptr) throw std::runtime_error("The component created no object");
   return created;
 }
 

@@ -1,5 +1,6 @@
 #include "support/oexception_handler.h"
 
+#include <new>
 #include <utility>
 
 #include "support/oevent_log.h"
@@ -17,7 +18,13 @@ void OExceptionHandler::SetEventLog(StdBrennick::shared_ptr<OEventLog> log) {
 void OExceptionHandler::UnSetEventLog() { _log.reset(); }
 
 void OExceptionHandler::Handle(const OException& exception) {
-  if ((_flags & kReportToLog) != 0) Report(exception);
+  if ((_flags & kReportToLog) != 0) {
+    try {
+      Report(exception);
+    } catch (const std::bad_alloc&) {
+      // What ran out of memory may leave none for the report: the last error alone tells of it.
+    }
+  }
   if ((_flags & kSetLastError) != 0) {
     const LONG code = exception.ErrorCode();
     SetLastError(code < 1 ? ERROR_INTERNAL_ERROR : static_cast<DWORD>(code));

@@ -6,21 +6,17 @@
 namespace {
 
 TEST(ComTest, InitialisationIsCountedPerThread) {
-  const auto body = [] {
-    EXPECT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_OK);
-    EXPECT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_FALSE);
-    EXPECT_EQ(CoInitializeEx(nullptr, COINIT_MULTITHREADED), RPC_E_CHANGED_MODE);
-    CoUninitialize();
-    EXPECT_EQ(CoInitializeEx(nullptr, COINIT_MULTITHREADED), RPC_E_CHANGED_MODE);
-    CoUninitialize();
-    EXPECT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_OK);
-    CoUninitialize();
-    return 0U;
-  };
-  TestThread first(body);
-  TestThread second(body);
-  first.Join();
-  second.Join();
+  ASSERT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_OK);
+  EXPECT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_FALSE);
+  CoUninitialize();
+  EXPECT_EQ(CoInitializeEx(nullptr, COINIT_MULTITHREADED), RPC_E_CHANGED_MODE);
+  const auto initialise = [] { return unsigned(CoInitializeEx(nullptr, COINIT_MULTITHREADED)); };
+  TestThread other(initialise);
+  other.Join();
+  EXPECT_EQ(other.ExitCode(), DWORD(S_OK));
+  CoUninitialize();
+  EXPECT_EQ(initialise(), unsigned(S_OK));
+  CoUninitialize();
 }
 
 }  // namespace
