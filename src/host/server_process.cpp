@@ -105,6 +105,10 @@ void RunServerProcess(int argc, const WCHAR* const* argv) {
   handler.SetEventLog(Z7SvEventLog);
   RunGuarded(handler, [&] { Run(main, argc, argv); });
   handler.UnSetEventLog();
-  Z7SvEventLog.reset();
+  {
+    // A console control thread may still be in ShutdownTagwrightServer, where it logs.
+    OAutoLock lock(serverCritical);
+    Z7SvEventLog.reset();
+  }
   ExitProcess(0);
 }

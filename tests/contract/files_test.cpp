@@ -84,14 +84,4 @@ TEST_F(Files, TextStreamsTranslateLineEnds) {
   EXPECT_EQ(Read("r"), "x\ry\nz\r");
 }
 
-TEST(Paths, ProgramAndSystemFolders) {
-  WCHAR path[MAX_PATH];
-  ASSERT_GT(GetModuleFileNameW(nullptr, path, MAX_PATH), 3U);
-  EXPECT_NE(GetFileAttributesW(path), INVALID_FILE_ATTRIBUTES) << "it leads to the program";
-  EXPECT_EQ(GetModuleFileNameW(nullptr, path, 4), 4U);
-  EXPECT_EQ(GetLastError(), ERROR_INSUFFICIENT_BUFFER);
-  const UINT size = GetSystemDirectoryW(path, 1);
-  EXPECT_EQ(GetSystemDirectoryW(path, MAX_PATH), size - 1);
-}
-
 }  // namespace

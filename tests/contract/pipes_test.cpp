@@ -152,16 +152,6 @@ TEST_F(Pipes, WhatACloserLeftBehindIsReadBeforeTheEnd) {
   }
 }
 
-TEST_F(Pipes, DisconnectingDropsWhatIsUnread) {
-  OpenAndConnect();
-  ASSERT_EQ(Send(_client, "never read"), ERROR_SUCCESS);
-  ASSERT_EQ(Disconnect(_server), ERROR_SUCCESS);
-  for (const Call call : {Receive, SendTooMuch, Disconnect}) {
-    EXPECT_EQ(call(_server), ERROR_PIPE_NOT_CONNECTED);
-  }
-  EXPECT_NE(Receive(_client), ERROR_SUCCESS);
-}
-
 TEST_F(Pipes, CancelEndsEveryBlockedCallAndNothingElse) {
   EXPECT_EQ(CancelBlocked(Connect, _server), ERROR_OPERATION_ABORTED);
   OpenAndConnect();

@@ -51,9 +51,12 @@ TEST_F(AnsiCodePage, IsTheRegistrysOrElseWestern) {
   EXPECT_EQ(Victim("ansi-page", "1252").ExitCode(), DWORD{0});
 }
 
-TEST_F(AnsiCodePage, StringsInADoubleBytePageWorkWide) {
+TEST_F(AnsiCodePage, MultiBytePagesAreWorkedWithWide) {
   SetPage(TEXT("932"));
   EXPECT_EQ(Victim("ansi-932").ExitCode(), DWORD{0});
+  WCHAR fourBytes = 0;
+  EXPECT_EQ(MultiByteToWideChar(54936, 0, "\x81\x31\x81\x32", 4, &fourBytes, 1), 1);
+  EXPECT_EQ(fourBytes, u'\u060c');
 }
 
 }  // namespace

@@ -36,13 +36,6 @@ TEST(StatePathsTest, DrivesLieOverTheFileSystem) {
   }
 }
 
-TEST(StatePathsTest, NativePathsHaveAWindowsForm) {
-  const std::string root = platform::StateRootPath();
-  EXPECT_EQ(platform::ToWindowsPath(root + "/drive_c/a/b"), u"C:\\a\\b");
-  EXPECT_EQ(platform::ToWindowsPath(root + "/drive_c"), u"C:\\");
-  EXPECT_EQ(platform::ToWindowsPath(root + "/drive_cabinet").substr(0, 2), u"Z:");
-}
-
 TEST(TextTest, MalformedTextIsReplacedAndTheRestKept) {
   // A lone byte, an overlong form, a surrogate, a sequence cut short.
   EXPECT_EQ(platform::ToUtf16("\x80|\xC0\xAF|\xED\xA0\x80|\xE2\x82"),

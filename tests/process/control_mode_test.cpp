@@ -63,12 +63,6 @@ TEST_F(ControlModeTest, AnswersByTypeAndName) {
   EXPECT_EQ(_log.Count("TagwrightController::ParseIncomingMessage: eKeepAlive received"), 2);
 }
 
-TEST_F(ControlModeTest, WithoutEncodersThereIsNothingToWaitFor) {
-  StartController();
-  ShutDown();
-  EXPECT_TRUE(_log.Has("WaitForEncoderThreadShutdown: There are no threads to wait for"));
-}
-
 TEST_F(ControlModeTest, NoClientHarmsIt) {
   RecordCalls();
   ScriptFaults(R"({"WriteEPC": {"fault": "delay", "delay_ms": 100}})");
@@ -99,20 +93,16 @@ TEST_F(ControlModeTest, NoClientHarmsIt) {
 }
 
 TEST_F(ControlModeTest, EndsAsManyEncodersAsItCanWaitFor) {
-  struct Case {
-    int encoders;
-    const char* line;
-  };
-  for (const auto& [encoders, line] :
-       {Case{64, "WaitForEncoderThreadShutdown: all threads signaled as shutdown"},
-        Case{65, "WaitForEncoderThreadShutdown: WaitForMultipleObjects failed"}}) {
+  for (const auto& [encoders, line] : {std::pair{0, "There are no threads to wait for"},
+                                       std::pair{64, "all threads signaled as shutdown"},
+                                       std::pair{65, "WaitForMultipleObjects failed"}}) {
     SCOPED_TRACE(encoders);
     _pipeName = UniquePipeName();
     _client.Close();
     StartController();
     for (int i = 0; i < encoders; ++i) _client.Expect(0, 0x300, Name(i));
     ShutDown();
-    EXPECT_EQ(_log.Count(line), 1);
+    EXPECT_EQ(_log.Count("WaitForEncoderThreadShutdown: "s + line), 1);
   }
 }
 

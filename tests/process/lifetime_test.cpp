@@ -25,6 +25,8 @@ class Driven {
     _driver.WaitUntilReady();
     _tagwright.Adopt(_driver.Id());
     _tagwright.Connect(_first, _name);
+    // The thread that watches the driver has no line of its own: here it gets its turn.
+    for (int i = 0; i < 20; ++i) _first.Expect(200002, 0x301);
     if (mode == kSingle) return;
     _first.Expect(0, 0x300, _name + "-encoder");
     _first.Expect(0, 0x300, _name + "-nobody");

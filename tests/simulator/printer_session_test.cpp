@@ -98,20 +98,12 @@ TEST_F(PrinterSessionTest, ADamagedFileIsAnErrorAndIsKept) {
 }
 
 TEST(TagFilePathTest, AddressesBecomeFileNames) {
-  const struct {
-    const WCHAR* address;
-    const WCHAR* ending;
-  } cases[] = {
-      {TEXT("192.168.1.20"), TEXT("\\simulator\\192.168.1.20.json")},
-      {TEXT("\\\\.\\USB 1"), TEXT("\\simulator\\%5C%5C.%5CUSB%201.json")},
-      {TEXT("../x"), TEXT("\\simulator\\..%2Fx.json")},
-      {TEXT("\u00E9"), TEXT("\\simulator\\%C3%A9.json")},
-      {TEXT("faults"), TEXT("\\simulator\\%66aults.json")},
-      {TEXT("Faults"), TEXT("\\simulator\\%46aults.json")},
-  };
-  for (const auto& expected : cases) {
-    EXPECT_TRUE(TagFilePath(expected.address).ends_with(expected.ending))
-        << ToUtf8(TagFilePath(expected.address));
+  for (const auto& [address, ending] :
+       {std::pair{TEXT("../192.168.1.20"), TEXT("\\simulator\\..%2F192.168.1.20.json")},
+        {TEXT("\\\\.\\\u00E9 1"), TEXT("\\simulator\\%5C%5C.%5C%C3%A9%201.json")},
+        {TEXT("faults"), TEXT("\\simulator\\%66aults.json")},
+        {TEXT("Faults"), TEXT("\\simulator\\%46aults.json")}}) {
+    EXPECT_TRUE(TagFilePath(address).ends_with(ending)) << ToUtf8(TagFilePath(address));
   }
 }
 

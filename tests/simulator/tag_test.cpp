@@ -2,8 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include "simulator/tag/crc16.h"
-
 namespace Simulator {
 namespace {
 
@@ -16,17 +14,6 @@ class TagTest : public testing::Test {
 
   Tag _tag;
 };
-
-TEST(Crc16Test, KnownVectors) {
-  const std::pair<const char*, Word> cases[] = {
-      {"3000 E200 4216 CB60 6015 0095 1ED6", 0xB91F},
-      {"4000 0000 0000 0000 0000 0000 0000 0000 0000", 0x41CB},
-  };
-  for (const auto& [text, crc] : cases) {
-    const Words words = Hex(text);
-    EXPECT_EQ(Crc16(words.data(), words.size()), crc) << text;
-  }
-}
 
 TEST_F(TagTest, AnEpcBringsItsLengthAndCrc) {
   for (const auto& [epc, bankStart] :

@@ -52,20 +52,6 @@ TEST_F(ExceptionHandler, ReportsTheTrimmedTextAndTheFunction) {
   }
 }
 
-TEST_F(ExceptionHandler, NamesMemoryAndStandardFailures) {
-  EXPECT_THAT(ReportOf([](OExceptionHandler& handler) { handler.OutOfMemory(); }),
-              HasSubstr("Error: " + SystemText(ERROR_OUTOFMEMORY) + "\r"));
-  EXPECT_EQ(lastError, DWORD{ERROR_OUTOFMEMORY});
-  for (const char* description : {"bad cast", static_cast<const char*>(nullptr)}) {
-    const std::string report = ReportOf([&](OExceptionHandler& handler) {
-      handler.HandleStandardException(OStdException(description));
-    });
-    const std::string text = description ? description : SystemText(ERROR_INTERNAL_ERROR);
-    EXPECT_THAT(report, HasSubstr("Error: " + text + "\r"));
-    EXPECT_EQ(lastError, DWORD{ERROR_INTERNAL_ERROR});
-  }
-}
-
 TEST_F(ExceptionHandler, DoesOnlyWhatItsFlagsSay) {
   const auto fail = [](OExceptionHandler& handler) {
     handler.Handle(OException(-3, "x", nullptr));
