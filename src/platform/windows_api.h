@@ -1,7 +1,7 @@
 /// The one header through which the product reaches the system.
 ///
-/// On Windows it includes the system's own headers and nothing else. On Linux it declares the subset
-/// of the Windows API that the product calls, under the same names and with the documented
+/// On Windows it includes the system's own headers and nothing else. On Linux it declares the
+/// subset of the Windows API that the product calls, under the same names and with the documented
 /// behaviour; `posix/` implements it, one file per family.
 ///
 /// Text is UTF-16 in WCHAR on both systems; literals are written TEXT("...").
@@ -22,8 +22,6 @@
 #define WIN32_LEAN_AND_MEAN
 #endif
 
-#include <windows.h>
-
 #include <objbase.h>
 #include <process.h>
 #include <sddl.h>
@@ -31,6 +29,7 @@
 #include <shlobj.h>
 #include <stdio.h>
 #include <tlhelp32.h>
+#include <windows.h>
 
 #else
 

@@ -88,7 +88,7 @@ TEST_F(ControlModeTest, NoClientHarmsIt) {
   AddEncoder().Expect(0, 0x200, job);
   ShutDown();
   late.ExpectClosed();
-  EXPECT_EQ(_log.Count("Could not write reply message"), 1);
+  EXPECT_TRUE(_log.Has("Could not write reply message"));
   EXPECT_EQ(Ended(), 1) << "nobody had to be terminated";
 }
 

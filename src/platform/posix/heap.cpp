@@ -1,5 +1,6 @@
-/// The C library's heap, entered through a KernelScope: a thread that is terminated in the middle of
-/// an allocation would leave the heap's lock held, and every other thread would stop at its next one.
+/// The C library's heap, entered through a KernelScope: a thread that is terminated in the middle
+/// of an allocation would leave the heap's lock held, and every other thread would stop at its next
+/// one.
 #include <cerrno>
 #include <cstddef>
 
