@@ -15,6 +15,9 @@ void* __libc_realloc(void* block, std::size_t size);
 void* __libc_memalign(std::size_t alignment, std::size_t size);
 void __libc_free(void* block);
 
+// The C library declares these with parameter names of its own.
+// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name)
+
 void* malloc(std::size_t size) {
   platform::KernelScope scope;
   return __libc_malloc(size);
@@ -47,5 +50,7 @@ void free(void* block) {
   platform::KernelScope scope;
   __libc_free(block);
 }
+
+// NOLINTEND(readability-inconsistent-declaration-parameter-name)
 
 }  // extern "C"
