@@ -1,4 +1,6 @@
-/// tagwright_bench: round trips of a real tagwright process beside bare echoes of the same run.
+/// tagwright_bench: round trips of a real tagwright process beside bare echoes of the same run;
+/// with
+/// --lifetime how the process grows and ends.
 ///
 /// Everything happens under the caller's state root, with the log mask that is set there; the jobs
 /// go to a simulated tag of their own, at the port address "bench".
@@ -8,6 +10,7 @@
 #include <thread>
 
 #include "bench/echo.h"
+#include "bench/lifetime.h"
 #include "bench/resident_memory.h"
 #include "bench/timings.h"
 #include "client/client.h"
@@ -70,9 +73,9 @@ class Server {
   Client _client;
 };
 
-void PrintBuild(int repetitions) {
-  std::printf("tagwright_bench, %s build, %d repetitions, %u processors\n", TAGWRIGHT_BUILD_TYPE,
-              repetitions, std::thread::hardware_concurrency());
+void PrintBuild() {
+  std::printf("tagwright_bench, %s build, %u processors\n", TAGWRIGHT_BUILD_TYPE,
+              std::thread::hardware_concurrency());
   if (!TAGWRIGHT_OPTIMISED) std::puts("WARNING: not an optimised build, the figures mean little");
 }
 
@@ -109,8 +112,7 @@ void MeasureRoundTrips(int repetitions) {
 }
 
 void Measure(int repetitions) {
-  PrintBuild(repetitions);
-  std::puts(Bench::TimingsHeading().c_str());
+  std::printf("%d repetitions\n%s\n", repetitions, Bench::TimingsHeading().c_str());
   MeasureEchoes(repetitions);
   MeasureStarts(std::max(1, repetitions / kRepetitionsPerStart));
   MeasureRoundTrips(repetitions);
@@ -124,11 +126,23 @@ extern "C" int wmain(int argc, WCHAR** argv) {
   app.add_option("--iterations", repetitions, "How often each thing is measured")
       ->check(CLI::PositiveNumber)
       ->capture_default_str();
+  bool lifetime = false;
+  app.add_flag("--lifetime", lifetime, "Measure how the process grows and ends");
+  std::string drivenPipe;
+  app.add_option("--play-driver", drivenPipe)->group("");
+  bool control = false;
+  app.add_flag("--control", control)->group("");
   std::vector<std::string> arguments;
   for (int i = argc - 1; i > 0; --i) arguments.push_back(Tagwright::ToUtf8(argv[i]));
   try {
     app.parse(arguments);
-    Measure(repetitions);
+    if (!drivenPipe.empty()) {
+      return Bench::PlayDriver(
+          {drivenPipe.begin(), drivenPipe.end()},
+          control ? Tagwright::ServerKind::kController : Tagwright::ServerKind::kEncoder);
+    }
+    PrintBuild();
+    lifetime ? Bench::MeasureLifetime() : Measure(repetitions);
   } catch (const CLI::ParseError& error) {
     return app.exit(error);
   } catch (const std::exception& error) {

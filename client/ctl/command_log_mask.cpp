@@ -4,6 +4,7 @@
 #include "client/ctl/console.h"
 #include "client/ctl/log_mask.h"
 #include "support/log_levels.h"
+#include "support/scoped_key.h"
 
 namespace Ctl {
 namespace {
@@ -11,48 +12,41 @@ namespace {
 constexpr const WCHAR* kMaskKey = TEXT("Software\\Brennick\\Drivers\\DebugLogMasks");
 constexpr const WCHAR* kMaskValue = TEXT("Brennick Tagwright.Native");
 
-/// An open registry key. Throws Failure (kLocal) when the key cannot be opened or created.
-class MaskKey {
- public:
-  explicit MaskKey(REGSAM access) {
-    const LSTATUS status =
-        RegCreateKeyExW(HKEY_LOCAL_MACHINE, kMaskKey, 0, nullptr, REG_OPTION_NON_VOLATILE, access,
-                        nullptr, &_key, nullptr);
-    Check(status, "open");
-  }
-  ~MaskKey() { RegCloseKey(_key); }
-  MaskKey(const MaskKey&) = delete;
-  MaskKey& operator=(const MaskKey&) = delete;
+/// Throws Failure (kLocal) unless `status` is success.
+void Check(LSTATUS status, const std::string& what) {
+  if (status == ERROR_SUCCESS) return;
+  throw Failure(
+      ExitCode::kLocal,
+      "cannot " + what + " the log mask in the registry (system error " + std::to_string(status) +
+          (status == ERROR_ACCESS_DENIED ? "; it takes an administrator's rights)" : ")"));
+}
 
-  /// False when there is no value of 4 bytes, in which case the program uses its default.
-  bool Read(DWORD& mask) const {
-    DWORD size = sizeof(mask);
-    return RegQueryValueExW(_key, kMaskValue, nullptr, nullptr, reinterpret_cast<BYTE*>(&mask),
-                            &size) == ERROR_SUCCESS &&
-           size == sizeof(mask);
-  }
+/// False when there is no value of 4 bytes, in which case the program uses its default.
+bool ReadMask(DWORD& mask) {
+  ScopedKey key;
+  const LSTATUS status =
+      RegOpenKeyExW(HKEY_LOCAL_MACHINE, kMaskKey, 0, KEY_QUERY_VALUE, key.Receive());
+  if (status == ERROR_FILE_NOT_FOUND) return false;
+  Check(status, "open");
+  DWORD size = sizeof(mask);
+  return RegQueryValueExW(key.Get(), kMaskValue, nullptr, nullptr, reinterpret_cast<BYTE*>(&mask),
+                          &size) == ERROR_SUCCESS &&
+         size == sizeof(mask);
+}
 
-  void Write(DWORD mask) const {
-    Check(RegSetValueExW(_key, kMaskValue, 0, REG_DWORD, reinterpret_cast<const BYTE*>(&mask),
-                         sizeof(mask)),
-          "write");
-  }
-
- private:
-  static void Check(LSTATUS status, const std::string& what) {
-    if (status == ERROR_SUCCESS) return;
-    throw Failure(
-        ExitCode::kLocal,
-        "cannot " + what + " the log mask in the registry (system error " + std::to_string(status) +
-            (status == ERROR_ACCESS_DENIED ? "; it takes an administrator's rights)" : ")"));
-  }
-
-  HKEY _key = nullptr;
-};
+void WriteMask(DWORD mask) {
+  ScopedKey key;
+  Check(RegCreateKeyExW(HKEY_LOCAL_MACHINE, kMaskKey, 0, nullptr, REG_OPTION_NON_VOLATILE,
+                        KEY_SET_VALUE, nullptr, key.Receive(), nullptr),
+        "open");
+  Check(RegSetValueExW(key.Get(), kMaskValue, 0, REG_DWORD, reinterpret_cast<const BYTE*>(&mask),
+                       sizeof(mask)),
+        "write");
+}
 
 void ShowMask() {
   DWORD mask = 0;
-  if (MaskKey(KEY_QUERY_VALUE).Read(mask)) {
+  if (ReadMask(mask)) {
     PrintLine(DescribeLogMask(mask));
   } else {
     PrintLine(DescribeLogMask(LogLevel::kDefaultMask) + " (not set, this is the default)");
@@ -61,7 +55,7 @@ void ShowMask() {
 
 void SetMask(const std::string& text) {
   const DWORD mask = ParseLogMask(text);
-  MaskKey(KEY_SET_VALUE).Write(mask);
+  WriteMask(mask);
   PrintLine(DescribeLogMask(mask));
 }
 

@@ -12,6 +12,9 @@ namespace {
 /// As many encoder servers as a controller can wait for at once.
 constexpr std::uint32_t kMostEncoders = MAXIMUM_WAIT_OBJECTS;
 
+/// How long a process whose connection is lost may take to end by itself.
+constexpr DWORD kLostConnectionEndMs = 2000;
+
 struct RunOptions {
   TimeLimit limit;
   std::uint32_t encoders = 0;  ///< 0: no controller, one encoder pipe.
@@ -60,7 +63,7 @@ class PrivateServer {
       PrintLine("shutdown: " + Describe(stopped));
       Note(result, ExitCodeOf(stopped));
     }
-    Note(result, SeeProcessEnd(_client.IsConnected() ? _timeoutMs : 0));
+    Note(result, SeeProcessEnd(_client.IsConnected() ? _timeoutMs : kLostConnectionEndMs));
     return result;
   }
 

@@ -8,6 +8,7 @@ namespace Ctl {
 
 std::vector<Request> LoadJobs(const std::vector<std::string>& paths) {
   std::vector<Request> jobs;
+  jobs.reserve(paths.size());
   for (const std::string& path : paths) {
     jobs.push_back({path, Tagwright::eEncode, LoadFile(path)});
   }

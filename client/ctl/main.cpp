@@ -18,6 +18,8 @@ std::vector<std::string> ArgumentsFromLast(int argc, WCHAR** argv) {
 Ctl::ExitCode RunCommand(int argc, WCHAR** argv) {
   CLI::App app("Talks to tagwright over its pipes", "tagwrightctl");
   app.require_subcommand(1);
+  // On Windows a path that begins with a slash would be taken for an option.
+  app.allow_windows_style_options(false);
   Ctl::ExitCode result = Ctl::ExitCode::kSuccess;
   Ctl::AddSendCommand(app, result);
   Ctl::AddEncodeCommand(app, result);

@@ -52,13 +52,16 @@ void Guard(Result* result, Call call) {
   }
 }
 
-/// Runs `work` (Simulator::PrinterSession& to Outcome) as `member` of the object.
-template <class Work>
-void Member(Object* object, Result* result, const char* member, const OString& details, Work work) {
+/// Runs `work` (Simulator::PrinterSession& to Outcome) as `member` of the object. `details` (to
+/// OString) is what the log tells of its arguments.
+template <class Details, class Work>
+void Member(Object* object, Result* result, const char* member, Details details, Work work) {
   Guard(result, [&] {
-    return object->sdk.Run(member, details, [&] { return work(object->sdk.Session()); });
+    return object->sdk.Run(member, details(), [&] { return work(object->sdk.Session()); });
   });
 }
+
+OString NoDetails() { return OString(); }
 
 OString Characters(TagwrightText text) {
   return OString("characters = ") << static_cast<int>(text.length);
@@ -75,7 +78,7 @@ Object* CreateObject(Result* result) {
 
 void DisposeObject(Object* object, Result* result) {
   const std::unique_ptr<Object> owned(object);
-  Member(object, result, "Dispose", OString(), [](auto&) { return Simulator::Outcome{}; });
+  Member(object, result, "Dispose", NoDetails, [](auto&) { return Simulator::Outcome{}; });
 }
 
 void TestManagedCodeAccessible(Result* result) {
@@ -101,53 +104,58 @@ void LogErrorEvent(Object* object, TagwrightText text, Result* result) {
 
 void Connect(Object* object, std::int32_t portType, TagwrightText printerAddress,
              std::uint32_t connectPerCard, Result* result) {
-  const OString details = OString("port type = ")
-                          << portType
-                          << ", connect per card = " << static_cast<int>(connectPerCard);
+  const auto details = [&] {
+    return OString("port type = ")
+           << portType << ", connect per card = " << static_cast<int>(connectPerCard);
+  };
   Member(object, result, "Connect", details,
          [&](auto& session) { return session.Connect(View(printerAddress)); });
 }
 
 void Disconnect(Object* object, Result* result) {
-  Member(object, result, "Disconnect", OString(),
+  Member(object, result, "Disconnect", NoDetails,
          [](auto& session) { return session.Disconnect(); });
 }
 
 void WriteEPC(Object* object, TagwrightText data, Result* result) {
-  Member(object, result, "WriteEPC", Characters(data),
-         [&](auto& session) { return session.WriteEpc(View(data)); });
+  Member(
+      object, result, "WriteEPC", [&] { return Characters(data); },
+      [&](auto& session) { return session.WriteEpc(View(data)); });
 }
 
 void WriteMemory(Object* object, std::int32_t bank, std::int32_t offset, TagwrightText data,
                  Result* result) {
-  const OString details = OString("bank = ")
-                          << bank << ", offset = " << offset << ", " << Characters(data);
+  const auto details = [&] {
+    return OString("bank = ") << bank << ", offset = " << offset << ", " << Characters(data);
+  };
   Member(object, result, "WriteMemory", details,
          [&](auto& session) { return session.WriteMemory(bank, offset, View(data)); });
 }
 
 void WriteUserMemory(Object* object, std::int32_t offset, TagwrightText data, Result* result) {
   constexpr int kUserBank = static_cast<int>(Simulator::Bank::kUser);
-  const OString details = OString("offset = ") << offset << ", " << Characters(data);
+  const auto details = [&] { return OString("offset = ") << offset << ", " << Characters(data); };
   Member(object, result, "WriteUserMemory", details,
          [&](auto& session) { return session.WriteMemory(kUserBank, offset, View(data)); });
 }
 
 void SetAccessPassword(Object* object, TagwrightText password, Result* result) {
-  Member(object, result, "SetAccessPassword", OString(),
+  Member(object, result, "SetAccessPassword", NoDetails,
          [&](auto& session) { return session.SetAccessPassword(View(password)); });
 }
 
 void LockTag(Object* object, TagwrightText accessPassword, std::int32_t lockAction,
              Result* result) {
-  Member(object, result, "LockTag", OString("action = ") << lockAction,
-         [&](auto& session) { return session.LockTag(View(accessPassword), lockAction); });
+  Member(
+      object, result, "LockTag", [&] { return OString("action = ") << lockAction; },
+      [&](auto& session) { return session.LockTag(View(accessPassword), lockAction); });
 }
 
 void PermalockUserBlock(Object* object, TagwrightText accessPassword, std::uint32_t startAddress,
                         std::int32_t blockCount, Result* result) {
-  const OString details = OString("start = ")
-                          << OString(DWORD{startAddress}) << ", count = " << blockCount;
+  const auto details = [&] {
+    return OString("start = ") << OString(DWORD{startAddress}) << ", count = " << blockCount;
+  };
   Member(object, result, "PermalockUserBlock", details, [&](auto& session) {
     return session.PermalockUserBlock(View(accessPassword), startAddress, blockCount);
   });
@@ -155,17 +163,18 @@ void PermalockUserBlock(Object* object, TagwrightText accessPassword, std::uint3
 
 void UnlockTag(Object* object, TagwrightText accessPassword, std::int32_t unlockAction,
                Result* result) {
-  Member(object, result, "UnlockTag", OString("action = ") << unlockAction,
-         [&](auto& session) { return session.UnlockTag(View(accessPassword), unlockAction); });
+  Member(
+      object, result, "UnlockTag", [&] { return OString("action = ") << unlockAction; },
+      [&](auto& session) { return session.UnlockTag(View(accessPassword), unlockAction); });
 }
 
 void SetKillPassword(Object* object, TagwrightText password, Result* result) {
-  Member(object, result, "SetKillPassword", OString(),
+  Member(object, result, "SetKillPassword", NoDetails,
          [&](auto& session) { return session.SetKillPassword(View(password)); });
 }
 
 void KillTag(Object* object, TagwrightText killPassword, Result* result) {
-  Member(object, result, "KillTag", OString(),
+  Member(object, result, "KillTag", NoDetails,
          [&](auto& session) { return session.KillTag(View(killPassword)); });
 }
 

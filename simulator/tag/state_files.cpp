@@ -58,6 +58,10 @@ std::optional<std::string> ReadStateFile(const WideText& path) {
     Fail("open", path);
   }
   std::string text;
+  // Room for all at once: a text that grows leaves pieces of what may be passwords behind.
+  if (LARGE_INTEGER size{}; GetFileSizeEx(file.Get(), &size)) {
+    text.reserve(static_cast<std::size_t>(size.QuadPart));
+  }
   char piece[4096];
   DWORD read = 0;
   do {

@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "simulator/tag/state_files.h"
+#include "support/ostring.h"
 
 namespace Simulator {
 namespace {
@@ -108,6 +109,11 @@ bool IsPlain(char character) {
          character == '.';
 }
 
+/// The fault script lies in the same folder, where letter case may not tell files apart.
+bool IsNameOfFaultScript(const std::string& address) {
+  return OString(address.c_str()).CompareNoCase("faults") == 0;
+}
+
 std::string Escape(char character) {
   static constexpr char kDigits[] = "0123456789ABCDEF";
   const auto byte = static_cast<unsigned char>(character);
@@ -126,9 +132,10 @@ const char* LockFieldName(LockField field) {
 
 WideText TagFilePath(WideView portAddress) {
   const std::string address = ToUtf8(portAddress);
+  const bool isTaken = IsNameOfFaultScript(address);
   std::string name;
   for (const char character : address) {
-    const bool plain = IsPlain(character) && !(name.empty() && address == "faults");
+    const bool plain = IsPlain(character) && !(name.empty() && isTaken);
     name += plain ? std::string(1, character) : Escape(character);
   }
   return StateFilePath(name + ".json");

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <string>
+#include <string_view>
 
 #include "support/secure_wipe.h"
 
@@ -25,6 +26,15 @@ class PayloadCopy {
   std::size_t _sizeBytes;
   std::unique_ptr<char[]> _text;
 };
+
+/// The parser calls itself once a level, so that deep nesting would use up the stack. The number of
+/// markup signs bounds the depth of every document, whatever its comments and quotes look like; a
+/// job has a few dozen.
+constexpr std::ptrdiff_t kMaxMarkupSigns = 1000;
+
+bool HasTooMuchMarkup(std::string_view text) {
+  return std::count(text.begin(), text.end(), '<') > kMaxMarkupSigns;
+}
 
 // The parser hands its strings out read-only; only their own memory is the one worth wiping.
 void WipeString(const std::string& text) {
@@ -56,6 +66,10 @@ void JobDocumentDeleter::operator()(TiXmlDocument* document) const {
 JobDocumentPtr ParseJobDocument(const unsigned char* buffer, DWORD sizeBytes) {
   const PayloadCopy copy(buffer, sizeBytes);
   JobDocumentPtr document(new TiXmlDocument());
+  if (HasTooMuchMarkup(copy.Text())) {
+    document->SetError(TiXmlBase::TIXML_ERROR, nullptr, nullptr, TIXML_ENCODING_UNKNOWN);
+    return document;
+  }
   document->Parse(copy.Text(), nullptr, TIXML_ENCODING_UNKNOWN);
   return document;
 }

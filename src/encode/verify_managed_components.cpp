@@ -69,8 +69,7 @@ bool VerifyManagedComponents() {
   Log::Error([&] {
     return OString(
                "ZXP7EpcGen2Encode::VerifyManagedComponents: Required files are missing. The "
-               "missing "
-               "files are:\n")
+               "missing files are:\n")
            << missing;
   });
   return false;

@@ -35,11 +35,20 @@ void DeleteServer() {
   pServer = nullptr;
 }
 
+/// Without the idle event the wait fails while the server still serves; its threads end before it
+/// is deleted.
+void StopUnwatchedServer() {
+  ShutdownTagwrightServer();
+  pServer->WaitForMultipeObjectsOrPipeTermination(0, nullptr, INFINITE, kMaxShutdownTimeMs);
+}
+
 void ServeUntilStopped(ProcessMain& main) {
   if (!pServer->StartProcessMessageThread(kConnectionTimeoutMs)) return;
-  while (pServer->WaitForMultipeObjectsOrPipeTermination(1, main.watchers.IdleEventAddress(),
-                                                         INFINITE, kMaxShutdownTimeMs) ==
-         PipeServer::kUserEvent) {
+  for (;;) {
+    const auto result = pServer->WaitForMultipeObjectsOrPipeTermination(
+        1, main.watchers.IdleEventAddress(), INFINITE, kMaxShutdownTimeMs);
+    if (result == PipeServer::kWaitFailed) StopUnwatchedServer();
+    if (result != PipeServer::kUserEvent) return;
     DecideIdleShutdown(main.shutdownMutex, main.watchers.IdleEvent());
   }
 }
@@ -96,6 +105,10 @@ void RunServerProcess(int argc, const WCHAR* const* argv) {
   handler.SetEventLog(Z7SvEventLog);
   RunGuarded(handler, [&] { Run(main, argc, argv); });
   handler.UnSetEventLog();
-  Z7SvEventLog.reset();
+  {
+    // A console control thread may still be in ShutdownTagwrightServer, where it logs.
+    OAutoLock lock(serverCritical);
+    Z7SvEventLog.reset();
+  }
   ExitProcess(0);
 }

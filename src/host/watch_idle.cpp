@@ -1,7 +1,5 @@
 #include "host/watch_idle.h"
 
-#include <memory>
-
 #include "host/process_state.h"
 #include "support/com_apartment.h"
 #include "support/framework_message.h"
@@ -19,8 +17,8 @@ void Trace(const char* text) {
 void WatchGuarded(WatchIdleParameters* parameters) {
   try {
     Trace(" Idle Thread started");
-    const std::unique_ptr<WatchIdleParameters> owner(parameters);
-    const auto [abortEvent, idleEvent] = *owner;
+    const auto [abortEvent, idleEvent] = *parameters;
+    delete parameters;
     if (abortEvent == nullptr || abortEvent == INVALID_HANDLE_VALUE) return;
     WatchForIdleness({
         [abort = abortEvent](DWORD timeoutMs) { return WaitForSingleObject(abort, timeoutMs); },

@@ -5,7 +5,6 @@
 #include "support/framework_message.h"
 #include "support/log.h"
 #include "support/oevent_log.h"
-#include "support/scoped_handle.h"
 #include "support/thread_guard.h"
 #include "support/thread_termination.h"
 
@@ -14,27 +13,36 @@ namespace {
 constexpr char kConnectThread[] = "PipeServer::ConnectThreadProc";
 constexpr char kWaitClient[] = "PipeServer::WaitClientConnection";
 
-/// How long a connection thread may take to end after its pipe's I/O was cancelled.
-constexpr DWORD kCancelledConnectionEndMs = 1000;
-
 }  // namespace
 
 bool PipeServer::WaitClientConnection(DWORD timeout) {
   Log::Information(
       [&] { return LogIntro(kWaitClient) << "Enter. Timeout: 0x" << FormatHex(timeout); });
-  const ScopedHandle thread(
-      reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, ConnectThreadProc, this, 0, nullptr)));
-  if (!thread.IsValid()) {
+  const auto thread =
+      reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, ConnectThreadProc, this, 0, nullptr));
+  if (thread == nullptr) {
     Log::Error([&] { return LogIntro(kWaitClient) << "Couldn't start connnect thread"; });
     return false;
   }
-  const HANDLE handles[] = {_hShutdownEvent, thread.Get()};
+  _hConnectThread = thread;
+  const HANDLE handles[] = {_hShutdownEvent, thread};
   const DWORD result = WaitForMultipleObjects(2, handles, FALSE, timeout);
   const bool connected = ReportConnectionWait(result);
   // Shutdown has cancelled the wait for the client: the thread is on its way out.
-  if (result == WAIT_OBJECT_0) WaitForSingleObject(thread.Get(), kCancelledConnectionEndMs);
-  if (IsActive(thread.Get())) TerminateBetweenLogLines(thread.Get(), kTerminatedThreadExitCode);
+  EndConnectionThread(result == WAIT_OBJECT_0 ? kCancelledConnectionEndMs : 0);
   return connected;
+}
+
+void PipeServer::EndConnectionThread(DWORD endTimeMs) {
+  const HANDLE thread = _hConnectThread;
+  if (thread == INVALID_HANDLE_VALUE) return;
+  if (endTimeMs != 0) WaitForSingleObject(thread, endTimeMs);
+  if (IsActive(thread)) {
+    TerminateBetweenLogLines(thread, kTerminatedThreadExitCode);
+    _blockingCalls = 0;  // It cannot take its announcement back, and nobody else has made one.
+  }
+  // Whoever ends it first closes the handle.
+  if (_hConnectThread.exchange(INVALID_HANDLE_VALUE) != INVALID_HANDLE_VALUE) CloseHandle(thread);
 }
 
 bool PipeServer::ReportConnectionWait(DWORD waitResult) const {

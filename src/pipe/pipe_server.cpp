@@ -29,7 +29,8 @@ PipeServer::PipeServer(const OString& pipeName)
       _hShutdownEvent(INVALID_HANDLE_VALUE),
       _connectionTimeout(0),
       _onActivityCallback(nullptr),
-      _blockingCalls(0) {
+      _blockingCalls(0),
+      _hConnectThread(INVALID_HANDLE_VALUE) {
   Trace("PipeServer::PipeServer", "Constructor called");
   _pipeName = OString(kPipePrefix) + pipeName;
   _hShutdownEvent = CreateEventW(nullptr, TRUE, FALSE, nullptr);
@@ -125,7 +126,13 @@ void PipeServer::EndMessageThread(DWORD maxShutdownTime, bool logTermination) {
   if (logTermination) {
     Trace("PipeServer::WaitForMultipeObjectsOrPipeTermination", "Calling TerminateThread");
   }
+  TerminateMessageThread();
+}
+
+void PipeServer::TerminateMessageThread() {
   TerminateBetweenLogLines(_hMessageThread, kTerminatedThreadExitCode);
+  EndConnectionThread(kCancelledConnectionEndMs);
+  _blockingCalls = 0;  // The thread cannot take back what it had announced.
 }
 
 bool PipeServer::IsActive(HANDLE thread) {

@@ -76,6 +76,10 @@ class PipeServer {
   /// The message thread's handle, owned by the server; INVALID_HANDLE_VALUE before it was started.
   virtual HANDLE GetThreadHandle() const;
 
+  /// Terminates the message thread, which was started, and ends a connection thread that it leaves
+  /// behind: none of this server's threads runs afterwards. After Shutdown only.
+  void TerminateMessageThread();
+
  protected:
   /// Handles one request on the message thread and fills the reply. The payload (null when the
   /// header announces none) is only valid during the call. Returns false to end this server after
@@ -90,9 +94,13 @@ class PipeServer {
  private:
   class BlockingCall;
 
+  /// How long a connection thread may take to end after its pipe's I/O was cancelled.
+  static constexpr DWORD kCancelledConnectionEndMs = 1000;
+
   // Connecting (pipe_connection.cpp)
   bool WaitClientConnection(DWORD timeout);
   bool ReportConnectionWait(DWORD waitResult) const;
+  void EndConnectionThread(DWORD endTimeMs);
   static unsigned __stdcall ConnectThreadProc(void* parameter);
   void ConnectClient();
   DWORD ConnectPipe();
@@ -125,7 +133,7 @@ class PipeServer {
 
   std::atomic<HANDLE> _hMessageThread;  // Written by the starter, read by every thread.
   OString _pipeName;
-  bool _connected;                       // Written by the connection thread before it ends.
+  std::atomic<bool> _connected;          // Written by the connection thread before it ends.
   std::atomic<std::uint32_t> _shutdown;  // 0 or 1; any thread.
   HANDLE _hPipe;
   HANDLE _hShutdownEvent;
@@ -133,4 +141,6 @@ class PipeServer {
   OCriticalSection _callbackLock;
   OnActivityCallback _onActivityCallback;   // Guarded by _callbackLock.
   mutable std::atomic<int> _blockingCalls;  // Threads in, or about to enter, a blocking pipe call.
+  /// Written by the message thread; read by who has terminated that thread.
+  std::atomic<HANDLE> _hConnectThread;
 };

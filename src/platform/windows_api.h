@@ -1,7 +1,7 @@
 /// The one header through which the product reaches the system.
 ///
-/// On Windows it includes the system's own headers and nothing else. On Linux it declares the subset
-/// of the Windows API that the product calls, under the same names and with the documented
+/// On Windows it includes the system's own headers and nothing else. On Linux it declares the
+/// subset of the Windows API that the product calls, under the same names and with the documented
 /// behaviour; `posix/` implements it, one file per family.
 ///
 /// Text is UTF-16 in WCHAR on both systems; literals are written TEXT("...").
@@ -22,11 +22,10 @@
 #define WIN32_LEAN_AND_MEAN
 #endif
 
+// clang-format off: the other headers need windows.h before them and say so nowhere
 #include <windows.h>
 
-// clang-format off: this header needs windows.h before it and says so nowhere
 #include <dbghelp.h>
-// clang-format on
 #include <malloc.h>
 #include <objbase.h>
 #include <process.h>
@@ -35,6 +34,7 @@
 #include <shlobj.h>
 #include <stdio.h>
 #include <tlhelp32.h>
+// clang-format on
 
 #else
 

@@ -1,5 +1,6 @@
 #include "sdk/call_result.h"
 
+#include <iterator>
 #include <stdexcept>
 
 #include "platform/framework_exceptions.h"
@@ -8,7 +9,9 @@
 
 namespace Tagwright {
 
-bool ReturnOrThrow(const TagwrightCallResult& result) {
+bool ReturnOrThrow(TagwrightCallResult& result) {
+  result.message[std::size(result.message) - 1] = 0;
+  result.fullText[std::size(result.fullText) - 1] = 0;
   switch (result.outcome) {
     case kTagwrightReturned:
       return result.returned != 0;

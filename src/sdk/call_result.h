@@ -10,6 +10,7 @@ struct UnknownComponentException {};
 
 /// Returns the member's bool, or throws the exception that the result describes: ManagedException,
 /// a CException pointer (allocated with new), std::runtime_error, or UnknownComponentException.
-bool ReturnOrThrow(const TagwrightCallResult& result);
+/// Texts that the component left without their NUL are cut.
+bool ReturnOrThrow(TagwrightCallResult& result);
 
 }  // namespace Tagwright

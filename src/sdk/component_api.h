@@ -4,12 +4,10 @@
 ///
 /// Rules of the boundary:
 /// - Text is UTF-16, given as pointer and length; the component copies what it keeps and never
-/// writes
-///   through the pointer. A null pointer goes with length 0 only.
+///   writes through the pointer. A null pointer goes with length 0 only.
 /// - Every call fills the caller's TagwrightCallResult. The component's own exceptions do not cross
-/// the
-///   boundary: they come back described in the result. A structured exception (a crash) is none of
-///   the component's own; it passes through to the calling thread.
+///   the boundary: they come back described in the result. A structured exception (a crash) is none
+///   of the component's own; it passes through to the calling thread.
 /// - An object is used by one thread at a time. Different objects may be used at once.
 #pragma once
 

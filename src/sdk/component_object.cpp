@@ -1,5 +1,6 @@
 #include "sdk/component_object.h"
 
+#include <stdexcept>
 #include <string>
 #include <utility>
 
@@ -58,6 +59,7 @@ ComponentObject ComponentObject::Create() {
   ComponentObject created;
   CallGuarded([&] { created._object = Component().CreateObject(&result); });
   ReturnOrThrow(result);
+  if (created._object == nullptr) throw std::runtime_error("The component created no object");
   return created;
 }
 

@@ -19,8 +19,6 @@ TagwrightController::TagwrightController(const OString& pipeName)
   _pEncoderServers = std::make_unique<EncoderList>();
 }
 
-TagwrightController::~TagwrightController() = default;
-
 void TagwrightController::Shutdown() { PipeServer::Shutdown(); }
 
 bool TagwrightController::ParseIncomingMessage(const Tagwright::MessageHeader& msgHeader,

@@ -15,7 +15,8 @@ class TagwrightController : public PipeServer {
   /// `pipeName` is the short name of the control pipe; the server list starts empty.
   explicit TagwrightController(const OString& pipeName);
 
-  /// Destroys the encoder servers that are left. The owner has ended all threads.
+  /// Destroys the encoder servers that are left; those that still serve are stopped first, as for
+  /// eShutdown. The owner has ended the control thread.
   ~TagwrightController() override;
 
   /// Stops and destroys every encoder server and stops the control pipe. Any thread, one at a time.

@@ -1,7 +1,8 @@
 /// How the controller stops: encoder threads first, then the control pipe, each within its time.
+#include <algorithm>
+
 #include "service/tagwright_controller.h"
 #include "support/log.h"
-#include "support/thread_termination.h"
 
 namespace {
 
@@ -28,6 +29,12 @@ void TagwrightController::ForEachEncoder(Visit&& visit) {
 void TagwrightController::StopEncoders() {
   ShutdownEncoderThreads();
   if (!WaitForEncoderThreadShutdown(kShutdownTimeMs)) TerminateEncoderThreads();
+}
+
+TagwrightController::~TagwrightController() {
+  // A control thread that an exception ended has left the encoders serving.
+  const std::vector<HANDLE> threads = EncoderThreads();
+  if (std::any_of(threads.begin(), threads.end(), IsActive)) StopEncoders();
 }
 
 void TagwrightController::ShutdownEncoderThreads() {
@@ -71,7 +78,9 @@ bool TagwrightController::WaitForEncoderThreadShutdown(DWORD timeout) {
 
 bool TagwrightController::WaitForControlThreadShutdown(DWORD timeout) {
   if (timeout == 0) return true;
-  switch (WaitForSingleObject(GetThreadHandle(), timeout)) {
+  const HANDLE thread = GetThreadHandle();
+  // Windows takes INVALID_HANDLE_VALUE for this process itself and would wait in vain.
+  switch (thread == INVALID_HANDLE_VALUE ? WAIT_FAILED : WaitForSingleObject(thread, timeout)) {
     case WAIT_OBJECT_0:
       Log::Information(
           "TagwrightController::WaitForControlThreadShutdown: Control pipe thread shutdown");
@@ -91,14 +100,14 @@ bool TagwrightController::WaitForControlThreadShutdown(DWORD timeout) {
 }
 
 void TagwrightController::TerminateEncoderThreads() {
-  ForEachEncoder([](const TagwrightServer& server) {
+  ForEachEncoder([](TagwrightServer& server) {
     const HANDLE thread = server.GetThreadHandle();
     if (thread == INVALID_HANDLE_VALUE || !IsActive(thread)) return;
     Log::Warning([] {
       return OString("TagwrightController::TerminateEncoderThreads: Terminating thread id: 0x")
              << FormatHex(GetCurrentThreadId());
     });
-    TerminateBetweenLogLines(thread, kTerminatedThreadExitCode);
+    server.TerminateMessageThread();
   });
 }
 
@@ -116,7 +125,7 @@ void TagwrightController::TerminateControlThread() {
   const HANDLE thread = GetThreadHandle();
   if (thread == INVALID_HANDLE_VALUE || !IsActive(thread)) return;
   Log::Warning("TagwrightController::ShutdownAllPipes: Forcibly terminating control thread");
-  TerminateBetweenLogLines(thread, kTerminatedThreadExitCode);
+  TerminateMessageThread();
 }
 
 void TagwrightController::ShutdownAllPipes() {

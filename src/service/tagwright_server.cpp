@@ -1,6 +1,7 @@
 #include "service/tagwright_server.h"
 
 #include <memory>
+#include <new>
 
 #include "encode/zxp7_epc_gen2_encode.h"
 #include "service/reply.h"

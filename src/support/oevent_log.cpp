@@ -131,7 +131,9 @@ void OEventLog::RefreshLogMask() {
 }
 
 void OEventLog::RefreshLogMaskIfDue() {
-  if (GetTickCount() - _maskReadTick > kMaskLifetimeMs) RefreshLogMask();
+  // Taken before the clock is looked at: another thread's refresh must not lie in the future.
+  const DWORD readTick = _maskReadTick;
+  if (GetTickCount() - readTick > kMaskLifetimeMs) RefreshLogMask();
 }
 
 bool OEventLog::IsLogEnabled(int levels) {

@@ -42,7 +42,8 @@ static_assert(offsetof(OEventData, reserved5) == 48);
 /// mutex, taken for each line.
 ///
 /// The writers report whatever they are given: asking IsLogEnabled first is the caller's part (see
-/// log.h, which does it). Nothing here throws; a failure shows in the bool result alone.
+/// log.h, which does it). A failure shows in the bool result alone; only std::bad_alloc passes
+/// through.
 class OEventLog {
  public:
   /// Values of `eventLogType`; any value but kApplicationLog selects the System log.

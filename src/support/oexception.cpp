@@ -3,14 +3,17 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <new>
 
 namespace {
 
+/// Null as well when there is no memory for the copy: an exception about exhausted memory must not
+/// raise another one, least of all while it is being thrown.
 std::unique_ptr<char[]> CopyOf(const char* text) {
   if (text == nullptr) return nullptr;
   const std::size_t sizeBytes = std::strlen(text) + 1;
-  auto copy = std::make_unique<char[]>(sizeBytes);
-  std::copy_n(text, sizeBytes, copy.get());
+  std::unique_ptr<char[]> copy(new (std::nothrow) char[sizeBytes]);
+  if (copy) std::copy_n(text, sizeBytes, copy.get());
   return copy;
 }
 

@@ -9,8 +9,8 @@
 class OException {
  public:
   /// Copies `message`; null takes the system's text for `errorCode` (for ERROR_INTERNAL_ERROR when
-  /// the code is below 1), and leaves no message when there is none. `pointers` (not owned) are
-  /// those of a structured exception, else null.
+  /// the code is below 1), and leaves no message when there is none or no memory for it.
+  /// `pointers` (not owned) are those of a structured exception, else null. Raises nothing itself.
   OException(LONG errorCode, const char* message, EXCEPTION_POINTERS* pointers);
   OException(const OException& other);
   virtual ~OException();

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 #include <utility>
 
 #include "support/mini_dump_writer.h"
@@ -27,7 +28,13 @@ void OExceptionHandler::Handle(const OException& exception) {
   if (EXCEPTION_POINTERS* const pointers = exception.Pointers()) {
     dump = WriteMiniDump(pointers) ? Dump::kWritten : Dump::kFailed;
   }
-  if ((_flags & kReportToLog) != 0) Report(exception, dump);
+  if ((_flags & kReportToLog) != 0) {
+    try {
+      Report(exception, dump);
+    } catch (const std::bad_alloc&) {
+      // What ran out of memory may leave none for the report: the last error alone tells of it.
+    }
+  }
   if ((_flags & kSetLastError) != 0) {
     const LONG code = exception.ErrorCode();
     SetLastError(code < 1 ? ERROR_INTERNAL_ERROR : static_cast<DWORD>(code));

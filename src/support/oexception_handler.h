@@ -25,7 +25,8 @@ class OExceptionHandler {
 
   /// Writes a dump file when the exception was a structured one, then one error event
   /// (kReportToLog; only with a log, whatever its mask says) and sets the thread's last error to
-  /// the exception's code (kSetLastError).
+  /// the exception's code (kSetLastError). Raises nothing; the report is lost when there is no
+  /// memory for it.
   virtual void Handle(const OException& exception);
 
   /// Keeps a reference to the log until UnSetEventLog or the end of the handler.

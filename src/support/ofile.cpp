@@ -1,5 +1,7 @@
 #include "support/ofile.h"
 
+#include "support/scoped_handle.h"
+
 namespace {
 
 constexpr DWORD kReportedAttributes = FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN |
@@ -20,11 +22,10 @@ DWORD OFile::GetAttributes(const OString& path) {
 }
 
 bool OFile::Exists(const OString& path) {
-  const HANDLE file = CreateFileW(path.wstring(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                                  nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (file == INVALID_HANDLE_VALUE) return false;
-  CloseHandle(file);
-  return true;
+  const ScopedHandle file(CreateFileW(path.wstring(), GENERIC_READ,
+                                      FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
+                                      FILE_ATTRIBUTE_NORMAL, nullptr));
+  return file.IsValid();
 }
 
 bool OFile::CreateDirectoryPath(const OString& path) {

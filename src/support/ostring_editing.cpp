@@ -108,9 +108,7 @@ OString& OString::TrimLeft(const OString& set) {
 
 void OString::PadLeft(int width, char fill) {
   const OString character(fill);
-  OString padding;
-  for (int length = GetLength(); length < width; ++length) padding << character;
-  Insert(0, padding);
+  for (int length = GetLength(); length < width; ++length) Insert(0, character);
 }
 
 void OString::FormatNumber(int value, int width) {

@@ -13,9 +13,9 @@
 constexpr DWORD kThreadHandlerFlags =
     OExceptionHandler::kReportToLog | OExceptionHandler::kSetLastError;
 
-/// Runs `work` and reports the library's exceptions through `handler`. An exception of any other type
-/// ends here without a report: it was logged on its way, it ends the thread's work, and it must not
-/// end the process. Returns true when `work` returned normally.
+/// Runs `work` and reports the library's exceptions through `handler`. An exception of any other
+/// type ends here without a report: it was logged on its way, it ends the thread's work, and it
+/// must not end the process. Returns true when `work` returned normally.
 template <class Work>
 bool RunGuarded(OExceptionHandler& handler, Work&& work) {
   try {

@@ -5,5 +5,6 @@
 
 /// Terminates `thread` with `exitCode`, but never in the middle of a log line: a terminated thread
 /// leaves its locks held, and with the log's lock the whole process would stop at its next line.
-/// Waits for a line that is being written; does nothing when the thread has ended meanwhile.
+/// Waits for a line that is being written and until the thread is gone; does nothing when the
+/// thread has ended meanwhile.
 void TerminateBetweenLogLines(HANDLE thread, DWORD exitCode);

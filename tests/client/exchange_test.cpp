@@ -11,8 +11,6 @@
 namespace {
 
 using Ctl::ExitCode;
-using testing::AllOf;
-using testing::HasSubstr;
 
 constexpr std::size_t kHeaderBytes = 16;
 
@@ -23,19 +21,6 @@ std::vector<Ctl::Request> Jobs(std::size_t count) {
   return jobs;
 }
 
-/// A server that answers one request with each status and then goes away.
-class Answers : public FakeServer {
- public:
-  explicit Answers(std::vector<std::uint32_t> statuses)
-      : FakeServer([statuses = std::move(statuses)](ServerEnd& end) {
-          for (const std::uint32_t status : statuses) {
-            end.Read(kHeaderBytes);
-            end.Write(HeaderBytes(Tagwright::eEncode, 0, status));
-          }
-          end.Read(kHeaderBytes);
-        }) {}
-};
-
 std::unique_ptr<Tagwright::Client> ConnectTo(const FakeServer& server) {
   auto client = std::make_unique<Tagwright::Client>();
   EXPECT_FALSE(client->Connect(server.Name()));
@@ -43,22 +28,25 @@ std::unique_ptr<Tagwright::Client> ConnectTo(const FakeServer& server) {
 }
 
 TEST(SendInOrder, GoesOnAfterARefusalAndTheFirstFailureDecides) {
-  const struct {
-    std::vector<std::uint32_t> statuses;
-    ExitCode expected;
-    bool connectedAfterwards;
-  } kCases[] = {
-      {{0, 0, 0}, ExitCode::kSuccess, true},
-      {{0, 200003, 0}, ExitCode::kRefused, true},
-      {{0}, ExitCode::kServerGone, false},
-      {{200003}, ExitCode::kRefused, false},
+  const std::pair<std::vector<std::uint32_t>, ExitCode> cases[] = {
+      {{0, 0, 0}, ExitCode::kSuccess},
+      {{0, 200003, 0}, ExitCode::kRefused},
+      {{0}, ExitCode::kServerGone},
+      {{200003}, ExitCode::kRefused},
   };
-  for (const auto& test : kCases) {
-    SCOPED_TRACE(testing::PrintToString(test.statuses));
-    Answers server(test.statuses);
+  for (const auto& [statuses, expected] : cases) {
+    SCOPED_TRACE(testing::PrintToString(statuses));
+    // It answers one request with each status and then goes away.
+    FakeServer server([&answers = statuses](ServerEnd& end) {
+      for (const std::uint32_t status : answers) {
+        end.Read(kHeaderBytes);
+        end.Write(HeaderBytes(Tagwright::eEncode, 0, status));
+      }
+      end.Read(kHeaderBytes);
+    });
     const auto client = ConnectTo(server);
-    EXPECT_EQ(Ctl::SendInOrder(*client, Jobs(3), true), test.expected);
-    EXPECT_EQ(client->IsConnected(), test.connectedAfterwards);
+    EXPECT_EQ(Ctl::SendInOrder(*client, Jobs(3), true), expected);
+    EXPECT_EQ(client->IsConnected(), statuses.size() == 3);
   }
 }
 
@@ -83,26 +71,6 @@ TEST(SendSideBySide, GivesTheJobsOfALostPipeToTheOthers) {
   encoders.push_back(ConnectTo(staying));
   EXPECT_EQ(Ctl::SendSideBySide(encoders, Jobs(kJobCount)), ExitCode::kServerGone);
   EXPECT_EQ(served, kJobCount - 1);
-}
-
-TEST(Describe, NamesStatusesAndGivesUnknownOnesAsTheyAre) {
-  Ctl::Exchange exchange;
-  exchange.duration = std::chrono::microseconds(12340);
-  exchange.result.reply.status = 200005;
-  EXPECT_EQ(Ctl::Describe(exchange), "eStatusPipeCreateFailed (200005), 12.3 ms");
-  exchange.result.reply.status = 7;
-  EXPECT_EQ(Ctl::Describe(exchange), "status 7, 12.3 ms");
-}
-
-TEST(ConnectOrFail, TellsScriptsAndPeopleWhy) {
-  Tagwright::Client client;
-  try {
-    Ctl::ConnectOrFail(client, Tagwright::ToUtf8(Tagwright::FreshPipeName()));
-    FAIL() << "connected to a pipe that is not there";
-  } catch (const Ctl::Failure& failure) {
-    EXPECT_EQ(failure.Code(), ExitCode::kNoPipe);
-    EXPECT_THAT(failure.what(), AllOf(HasSubstr("no such pipe"), HasSubstr("system error 2")));
-  }
 }
 
 }  // namespace

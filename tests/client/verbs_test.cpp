@@ -10,7 +10,6 @@ namespace {
 using Ctl::ExitCode;
 using Ctl::Operand;
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 MATCHER_P3(IsVerb, type, kind, operand, "") {
   return arg.messageType == static_cast<std::uint32_t>(type) && arg.kind == kind &&
@@ -47,7 +46,6 @@ TEST(Verbs, AreReadInOrderWithTheirOperands) {
 TEST(Verbs, SplitALineAtBlanksOutsideQuotes) {
   EXPECT_THAT(Ctl::SplitWords("  encode\t\"C:\\my jobs\\a.xml\" \"\" a\"b c\"d \r"),
               ElementsAre("encode", "C:\\my jobs\\a.xml", "", "ab cd"));
-  EXPECT_THAT(Ctl::SplitWords(" \t\r"), IsEmpty());
 }
 
 TEST(Verbs, RefuseWhatTheyDoNotUnderstand) {
@@ -67,9 +65,6 @@ TEST(Request, CarriesAPipeNameInTheAnsiCodePageWithANul) {
   EXPECT_EQ(PayloadOf("add-encoder \"Caf\xC3\xA9 1\""), std::string("Caf\xE9 1\0", 7));
   EXPECT_EQ(PayloadOf("add-encoder \"\""), std::string(1, '\0'));
   EXPECT_EQ(CodeOf([] { PayloadOf("add-encoder \xE6\xBC\xA2"); }), ExitCode::kUsage);
-}
-
-TEST(Request, NeedsItsFile) {
   EXPECT_EQ(CodeOf([] { PayloadOf("encode no/such/job.xml"); }), ExitCode::kLocal);
 }
 

@@ -35,11 +35,12 @@ class PipeClient {
   PipeClient(const PipeClient&) = delete;
   PipeClient& operator=(const PipeClient&) = delete;
 
-  /// The system's error; 0 on success.
+  /// `pipeName` is Latin-1. The system's error; 0 on success.
   DWORD TryConnect(const std::string& pipeName) {
-    const std::string path = "\\\\.\\pipe\\" + pipeName;
-    _pipe = CreateFileW(std::basic_string<WCHAR>(path.begin(), path.end()).c_str(),
-                        GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+    std::basic_string<WCHAR> path = TEXT("\\\\.\\pipe\\");
+    for (const unsigned char character : pipeName) path += character;
+    _pipe = CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0,
+                        nullptr);
     return _pipe == INVALID_HANDLE_VALUE ? GetLastError() : ERROR_SUCCESS;
   }
   void Connect(const std::string& pipeName) { ASSERT_EQ(TryConnect(pipeName), ERROR_SUCCESS); }
@@ -59,6 +60,18 @@ class PipeClient {
   void Send(std::uint32_t type, std::string_view payload = {}) {
     SendHeader(Header(type, payload.size()));
     if (!payload.empty()) SendBytes(payload.data(), payload.size());
+  }
+
+  /// Sends a request in one piece and returns its reply; nothing when the server goes meanwhile.
+  std::optional<Tagwright::MessageHeader> Ask(std::uint32_t type, std::string_view payload) {
+    const auto header = Header(type, payload.size());
+    std::string message(reinterpret_cast<const char*>(&header), sizeof(header));
+    message += payload;
+    DWORD written = 0;
+    if (!WriteFile(_pipe, message.data(), static_cast<DWORD>(message.size()), &written, nullptr)) {
+      return {};
+    }
+    return ReadReply();
   }
 
   /// The next reply; nothing when the server closed its end first.

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <regex>
 #include <string>
 #include <vector>
 
@@ -100,13 +101,9 @@ class ProductLog {
   }
 
   static std::string WithoutContext(const std::string& line) {
-    const auto thread = line.find(", Thread:0x");
-    if (thread == std::string::npos) return line;
-    const auto level = line.rfind(", ", thread - 1) + 2;
-    std::string text = line.substr(thread + 21);
-    const bool stamped = text.size() > 13 && text[7] == '.' && text[11] == ':';
-    if (stamped) text.erase(0, 13);
-    return line.substr(level, thread - level) + ": " + text;
+    static const std::regex context(
+        "^[^,]*, [^,]*, (\\w+), Thread:0x[0-9A-F]{8}, (\\d{7}\\.\\d{3}: )?");
+    return std::regex_replace(line, context, "$1: ", std::regex_constants::format_first_only);
   }
 
   std::string _source;

@@ -14,7 +14,8 @@ class TestThread {
 
   explicit TestThread(std::function<unsigned()> body)
       : _body(std::make_unique<std::function<unsigned()>>(std::move(body))),
-        _handle(reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, Run, _body.get(), 0, &_id))) {}
+        _handle(
+            reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, Run, _body.get(), 0, nullptr))) {}
   /// Waits for the body's end; a body that does not end fails the test and is terminated. (Not at
   /// once: a thread terminated on its way out may hold locks of the process for good.)
   ~TestThread() {
@@ -28,7 +29,6 @@ class TestThread {
   TestThread& operator=(const TestThread&) = delete;
 
   HANDLE Handle() const { return _handle; }
-  unsigned Id() const { return _id; }
 
   void Join() { EXPECT_EQ(WaitForSingleObject(_handle, kBoundMs), WAIT_OBJECT_0); }
 
@@ -45,6 +45,5 @@ class TestThread {
   }
 
   std::unique_ptr<std::function<unsigned()>> _body;
-  unsigned _id = 0;
   HANDLE _handle;
 };

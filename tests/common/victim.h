@@ -73,7 +73,7 @@ class Victim {
 
   /// `argument` must not be empty; it is given to the child as one argument of its command line,
   /// quoted already if need be.
-  explicit Victim(const std::string& role, const std::string& argument = "-", DWORD flags = 0) {
+  explicit Victim(const std::string& role, const std::string& argument = "-") {
     const Text path = UniqueName(TEXT("\\\\.\\pipe\\victim-"));
     _pipe = CreateNamedPipeW(path.c_str(), PIPE_ACCESS_DUPLEX, 0, 1, 64, 64, 0, nullptr);
     WCHAR program[MAX_PATH] = {};
@@ -84,8 +84,8 @@ class Victim {
                    Text(argument.begin(), argument.end());
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;
-    const BOOL isStarted = CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE,
-                                          flags, nullptr, nullptr, &startup, &_process);
+    const BOOL isStarted = CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0,
+                                          nullptr, nullptr, &startup, &_process);
     EXPECT_TRUE(isStarted) << GetLastError();
     CloseHandle(_process.hThread);
   }

@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "common/on_wine.h"
+#include "common/test_thread.h"
 #include "common/unique_name.h"
 #include "platform/windows_api.h"
 
@@ -15,7 +16,6 @@ namespace {
 using Text = std::basic_string<WCHAR>;
 using Call = DWORD (*)(HANDLE);
 
-const Text kPrefix = TEXT("\\\\.\\pipe\\");
 constexpr DWORD kBufferBytes = 4096;
 // More than any buffer takes, so that writing it blocks until somebody reads.
 constexpr DWORD kHugeBytes = 4 * 1024 * 1024;
@@ -34,9 +34,7 @@ HANDLE OpenClient(const Text& path) {
 
 DWORD ErrorOfOpening(const Text& path) {
   const HANDLE client = OpenClient(path);
-  if (client == INVALID_HANDLE_VALUE) return GetLastError();
-  CloseHandle(client);
-  return ERROR_SUCCESS;
+  return client == INVALID_HANDLE_VALUE ? GetLastError() : ErrorOf(CloseHandle(client));
 }
 
 DWORD Send(HANDLE pipe, const std::string& bytes) {
@@ -74,7 +72,7 @@ DWORD CancelBlocked(Call call, HANDLE pipe) {
 class Pipes : public testing::Test {
  protected:
   void SetUp() override {
-    _path = kPrefix + UniqueName(TEXT("Tagwright-\u00C4 /%.\u03A9-"));
+    _path = UniqueName(TEXT("\\\\.\\pipe\\Tagwright-\u00C4 /%.\u03A9-"));
     _server = CreateServer(_path);
     ASSERT_NE(_server, INVALID_HANDLE_VALUE) << GetLastError();
   }
@@ -93,10 +91,6 @@ class Pipes : public testing::Test {
   void OpenAndConnect() {
     Open();
     ASSERT_EQ(Connect(_server), ERROR_PIPE_CONNECTED);
-  }
-  void ExpectNothingToCancel() {
-    // Wine reports success when there is nothing to cancel.
-    EXPECT_EQ(Cancel(_server), OnWine() ? ERROR_SUCCESS : ERROR_NOT_FOUND);
   }
   void ExpectUsable() {
     EXPECT_EQ(Send(_client, "request"), ERROR_SUCCESS);
@@ -133,12 +127,6 @@ TEST_F(Pipes, OneInstanceAndOneClient) {
   EXPECT_EQ(ErrorOfOpening(_path), ERROR_FILE_NOT_FOUND);
 }
 
-TEST_F(Pipes, NamesIgnoreLetterCase) {
-  Text other = TEXT("\\\\.\\PIPE\\tAGWRIGHT-\u00E4 /%.\u03C9-");
-  other += _path.substr(other.size());
-  EXPECT_EQ(ErrorOfOpening(other), ERROR_SUCCESS);
-}
-
 TEST_F(Pipes, ConnectingTellsWhatItFinds) {
   EXPECT_EQ(Receive(_server), ERROR_PIPE_LISTENING);
   Open();
@@ -155,12 +143,8 @@ TEST_F(Pipes, WhatACloserLeftBehindIsReadBeforeTheEnd) {
     const HANDLE reader = serverCloses ? _client : _server;
     ASSERT_EQ(Send(closer, "last words"), ERROR_SUCCESS);
     ASSERT_EQ(Send(reader, "never read"), ERROR_SUCCESS);
-    DWORD available = 0;
-    EXPECT_TRUE(PeekNamedPipe(reader, nullptr, 0, nullptr, &available, nullptr));
-    EXPECT_EQ(available, 10U);
     Close(closer);
     EXPECT_EQ(Read(reader), "last words");
-    EXPECT_EQ(Receive(reader), ERROR_BROKEN_PIPE);
     EXPECT_EQ(Receive(reader), ERROR_BROKEN_PIPE);
     EXPECT_EQ(Send(reader, "too late"), ERROR_NO_DATA);
     TearDown();
@@ -168,27 +152,15 @@ TEST_F(Pipes, WhatACloserLeftBehindIsReadBeforeTheEnd) {
   }
 }
 
-TEST_F(Pipes, DisconnectingDropsWhatIsUnread) {
-  OpenAndConnect();
-  ASSERT_EQ(Send(_client, "never read"), ERROR_SUCCESS);
-  ASSERT_EQ(Disconnect(_server), ERROR_SUCCESS);
-  for (const Call call : {Receive, SendTooMuch, Disconnect}) {
-    EXPECT_EQ(call(_server), ERROR_PIPE_NOT_CONNECTED);
-  }
-  // Wine lets a disconnected pipe be flushed.
-  EXPECT_EQ(Flush(_server), OnWine() ? ERROR_SUCCESS : ERROR_PIPE_NOT_CONNECTED);
-  EXPECT_NE(Receive(_client), ERROR_SUCCESS);
-}
-
 TEST_F(Pipes, CancelEndsEveryBlockedCallAndNothingElse) {
-  ExpectNothingToCancel();
   EXPECT_EQ(CancelBlocked(Connect, _server), ERROR_OPERATION_ABORTED);
   OpenAndConnect();
   EXPECT_EQ(CancelBlocked(Receive, _server), ERROR_OPERATION_ABORTED);
   EXPECT_EQ(CancelBlocked(Receive, _client), ERROR_OPERATION_ABORTED);
   ASSERT_EQ(Send(_server, "unread"), ERROR_SUCCESS);
   EXPECT_EQ(CancelBlocked(Flush, _server), ERROR_OPERATION_ABORTED);
-  ExpectNothingToCancel();
+  // Wine reports success when there is nothing to cancel.
+  EXPECT_EQ(Cancel(_server), OnWine() ? ERROR_SUCCESS : ERROR_NOT_FOUND);
   EXPECT_EQ(Read(_client), "unread");
   ExpectUsable();
   EXPECT_EQ(CancelBlocked(SendTooMuch, _server), ERROR_OPERATION_ABORTED);
@@ -212,22 +184,11 @@ TEST_F(Pipes, FlushWaitsForTheReader) {
   }
 }
 
-TEST_F(Pipes, BlockedWriteEndsWithThePipe) {
-  OpenAndConnect();
-  auto blocked = std::async(std::launch::async, SendTooMuch, _server);
-  ASSERT_EQ(Receive(_client), ERROR_SUCCESS);
-  Close(_client);
-  EXPECT_NE(blocked.get(), ERROR_SUCCESS);
-}
-
 TEST_F(Pipes, TerminatedThreadLeavesThePipeUsable) {
-  const auto connectAndRead = [](void* pipe) -> unsigned { return Connect(pipe) + Receive(pipe); };
-  const HANDLE thread =
-      reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, connectAndRead, _server, 0, nullptr));
+  TestThread thread([&] { return Connect(_server) + Receive(_server); });
   Open();
-  ASSERT_TRUE(TerminateThread(thread, 260));
-  EXPECT_EQ(WaitForSingleObject(thread, INFINITE), WAIT_OBJECT_0);
-  CloseHandle(thread);
+  ASSERT_TRUE(TerminateThread(thread.Handle(), 260));
+  thread.Join();
   ExpectUsable();
 }
 

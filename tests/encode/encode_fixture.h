@@ -6,8 +6,8 @@
 
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <sstream>
 #include <string>
-#include <vector>
 
 #include "common/product_log.h"
 #include "encode/zxp7_epc_gen2_encode.h"
@@ -37,10 +37,9 @@ class EncodeTest : public testing::Test {
     }
   }
 
-  /// The fault of one member; `text` goes with the exceptions.
-  static void Script(const std::string& member, const std::string& fault,
-                     const std::string& text = "disk full") {
-    const nlohmann::json script = {{member, {{"fault", fault}, {"text", text}}}};
+  /// The fault of one member.
+  static void Script(const std::string& member, const std::string& fault) {
+    const nlohmann::json script = {{member, {{"fault", fault}, {"text", "disk full"}}}};
     Simulator::ReplaceStateFile(Simulator::StateFilePath("faults.json"), script.dump());
   }
 
@@ -56,17 +55,18 @@ class EncodeTest : public testing::Test {
     return executor.ParseAndExecuteXML();
   }
 
-  /// Every finished call as "member=result", constructor and disposal included, in order.
-  static std::vector<std::string> Calls() {
-    std::vector<std::string> calls;
+  /// Every finished call since the last look as "member=result", constructor and disposal included,
+  /// in order.
+  static std::string TakeCalls() {
+    std::string calls;
     std::istringstream lines(Simulator::ReadStateFile(CallsPath()).value());
     for (std::string line; std::getline(lines, line);) {
       const auto call = nlohmann::json::parse(line);
-      if (call["event"] == "end") {
-        calls.push_back(call["member"].get<std::string>() + "=" +
-                        call["result"].get<std::string>());
-      }
+      if (call["event"] != "end") continue;
+      if (!calls.empty()) calls += ' ';
+      calls += std::string(call["member"]) + "=" + std::string(call["result"]);
     }
+    Simulator::ReplaceStateFile(CallsPath(), "");
     return calls;
   }
 

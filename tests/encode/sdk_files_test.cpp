@@ -40,8 +40,7 @@ class SdkFilesTest : public EncodeTest {
     startup.cb = sizeof(startup);
     PROCESS_INFORMATION process = {};
     EXPECT_TRUE(CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr,
-                               nullptr, &startup, &process))
-        << "error " << GetLastError();
+                               nullptr, &startup, &process));
     const ScopedHandle thread(process.hThread);
     const ScopedHandle started(process.hProcess);
     EXPECT_EQ(WaitForSingleObject(started.Get(), kLongMs), DWORD{WAIT_OBJECT_0});
@@ -52,7 +51,7 @@ class SdkFilesTest : public EncodeTest {
 TEST_F(SdkFilesTest, AreCheckedBeforeTheConnection) {
   Install(_bin + kComponent);
   EXPECT_EQ(RunJob(), "true");
-
+  EXPECT_THAT(TakeCalls(), testing::HasSubstr("Connect=true"));
   Remove(TEXT("\\Sxuptp.dll"));
   Remove(TEXT("\\ZXPSCReader.dll"));
   EXPECT_EQ(RunJob(), "false");
@@ -60,7 +59,7 @@ TEST_F(SdkFilesTest, AreCheckedBeforeTheConnection) {
               testing::HasSubstr("ZXP7EpcGen2Encode::VerifyManagedComponents: Required files are "
                                  "missing. The missing files are:\r\nZXPSCReader.dll, "
                                  "Sxuptp.dll\r\n"));
-  EXPECT_THAT(Calls(), testing::Contains("Connect=true").Times(1));
+  EXPECT_THAT(TakeCalls(), testing::Not(testing::HasSubstr("Connect=")));
 
   const struct {
     WideText component;
@@ -74,9 +73,7 @@ TEST_F(SdkFilesTest, AreCheckedBeforeTheConnection) {
   };
   for (const auto& expected : unusable) {
     Install(expected.component);
-    const std::string said = RunJob();
-    EXPECT_THAT(said, testing::HasSubstr(expected.reason));
-    EXPECT_THAT(said, testing::HasSubstr("sdk_files\\Tagwright.Managed.dll"));
+    EXPECT_THAT(RunJob(), testing::HasSubstr(expected.reason));
   }
   Remove(kComponent);
   EXPECT_THAT(RunJob(), testing::HasSubstr("LoadLibrary failed, error 0x0000007E"));

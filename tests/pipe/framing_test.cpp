@@ -48,13 +48,13 @@ TEST_F(FramingTest, JoinsPieces) {
   _client.SendBytes("<jo", 3);
   _client.SendBytes("b/>!", 4);
   _client.ExpectReply(0x200, 0);
-  // Two requests in one write come apart again.
-  const MessageHeader two[] = {Header(0x302), Header(0x301)};
+  // Two headers in one write come apart again. (Two requests with a reply each would not do: a pipe
+  // without buffers holds the writer until all is read, so the first reply would find nobody.)
+  MessageHeader two[] = {Header(0x301), Header(0x302)};
+  two[0].magic[0] = '!';
   _client.SendBytes(two, sizeof(two));
   _client.ExpectReply(0x302, 0);
-  _client.ExpectReply(0x301, 0);
-  EXPECT_THAT(_requests, testing::ElementsAre(Request{0x200, "<job/>!"}, Request{0x302, ""},
-                                              Request{0x301, ""}));
+  EXPECT_THAT(_requests, testing::ElementsAre(Request{0x200, "<job/>!"}, Request{0x302, ""}));
 }
 
 TEST_F(FramingTest, DropsAHeaderWithTheWrongMagicAndReadsOn) {

@@ -118,7 +118,8 @@ TEST_F(LifecycleTest, TheOwnersWaitTellsWhatHappened) {
   EXPECT_EQ(wait({off.Get(), on.Get(), alsoOn.Get()}), PipeServer::kUserEvent + 1);
   EXPECT_EQ(wait(std::vector<HANDLE>(62, on.Get())), PipeServer::kUserEvent);
   EXPECT_EQ(wait(std::vector<HANDLE>(63, on.Get())), PipeServer::kWaitFailed);
-  EXPECT_EQ(wait({INVALID_HANDLE_VALUE, on.Get()}), PipeServer::kWaitFailed);
+  const auto foreign = reinterpret_cast<HANDLE>(std::uintptr_t{0x7654});
+  EXPECT_EQ(wait({foreign, on.Get()}), PipeServer::kWaitFailed);
 
   const ScopedHandle mutex(CreateMutexW(nullptr, FALSE, nullptr));
   std::thread([&] { WaitForSingleObject(mutex.Get(), INFINITE); }).join();
@@ -194,10 +195,10 @@ INSTANTIATE_TEST_SUITE_P(
                  "PipeServer::ProcessMessagesThread: CException. Message = port busy"}},
         Failure{"memory",
                 [] { throw std::bad_alloc(); },
-                {"Error: Not enough", "Caught in [PipeServer::ProcessMessagesThread]"}},
+                {"Error: ", "Caught in [PipeServer::ProcessMessagesThread]"}},
         Failure{"frameworkMemory",
                 [] { throw new CMemoryException; },
-                {"Error: Not enough", "Caught in [PipeServer::ProcessMessagesThread]"}},
+                {"Error: ", "Caught in [PipeServer::ProcessMessagesThread]"}},
         Failure{"library",
                 [] { throw OException(1359, "Division by zero.", nullptr); },
                 {"Error: Division by zero.", kUnknownType}},

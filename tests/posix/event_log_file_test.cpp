@@ -45,7 +45,8 @@ class EventLogFile : public testing::Test {
 };
 
 TEST_F(EventLogFile, HoldsEveryTypeOfBothLogs) {
-  const std::string time = "\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\d\\.\\d{3}[+-]\\d\\d:\\d\\d";
+  const std::regex time("\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\d\\.\\d{3}[+-]\\d\\d:\\d\\d");
+  const std::array types{"Information", "Warning", "Error"};
   for (const auto& [type, name, ids] :
        {std::tuple{1U, "Application", std::array{"0x4FFF0100", "0x8FFF0200", "0xCFFF0300"}},
         {7U, "System", {"0x40FF0400", "0x80FF0500", "0xC0FF0600"}}}) {
@@ -56,19 +57,18 @@ TEST_F(EventLogFile, HoldsEveryTypeOfBothLogs) {
 
     const auto events = Events(name);
     ASSERT_EQ(events.size(), 3U);
-    for (int i = 0; i < 3; ++i) EXPECT_EQ(events[i]["event_id"], ids[i]);
-    EXPECT_EQ(events[0]["type"], "Information");
+    for (int i = 0; i < 3; ++i) {
+      EXPECT_EQ(events[i]["event_id"], ids[i]);
+      EXPECT_EQ(events[i]["type"], types[i]);
+    }
     EXPECT_EQ(events[0]["text"], "line\n\"quoted\" \u00E9 \uFFFD!");
     EXPECT_EQ(events[0]["category"], 2);
-    EXPECT_TRUE(std::regex_match(events[0]["time"].get<std::string>(), std::regex(time)));
-    EXPECT_EQ(events[1]["type"], "Warning");
-    EXPECT_EQ(events[2]["type"], "Error");
+    EXPECT_TRUE(std::regex_match(std::string(events[0]["time"]), time));
     EXPECT_EQ(events[2]["text"].get<std::string>().substr(11), ": failed");
   }
 }
 
 TEST_F(EventLogFile, CarriesTheDataBlock) {
-  const DWORD before = GetTickCount();
   OEventLog(source.c_str(), 1).LogInformationEvent("", 0, LogLevel::kDetailInfoD);
   const std::string hex = Events().at(0)["data"];
   ASSERT_EQ(hex.size(), 2 * sizeof(OEventData));
@@ -77,8 +77,6 @@ TEST_F(EventLogFile, CarriesTheDataBlock) {
     reinterpret_cast<BYTE*>(&block)[i] = BYTE(std::stoi(hex.substr(2 * i, 2), nullptr, 16));
   }
   EXPECT_EQ(block.formatVersion, 3U);
-  EXPECT_LE(block.tickCountMs - before, GetTickCount() - before);
-  EXPECT_NE(block.performanceCounter, 0U);
   EXPECT_EQ(block.level, LogLevel::kDetailInfoD);
   EXPECT_EQ(block.threadId, GetCurrentThreadId());
   EXPECT_EQ(block.processId, GetCurrentProcessId());

@@ -22,9 +22,9 @@ using Text = std::u16string;
 
 DWORD ErrorOf(BOOL succeeded) { return succeeded ? ERROR_SUCCESS : GetLastError(); }
 
-HANDLE CreateServer(const Text& name, DWORD instances = 1, SECURITY_ATTRIBUTES* attributes = {}) {
-  return CreateNamedPipeW((u"\\\\.\\pipe\\" + name).c_str(), PIPE_ACCESS_DUPLEX, 0, instances, 0, 0,
-                          0, attributes);
+HANDLE CreateServer(const Text& name) {
+  return CreateNamedPipeW((u"\\\\.\\pipe\\" + name).c_str(), PIPE_ACCESS_DUPLEX, 0, 1, 0, 0, 0,
+                          nullptr);
 }
 
 DWORD ErrorOfOpening(const Text& name) {
@@ -35,18 +35,6 @@ DWORD ErrorOfOpening(const Text& name) {
 
 std::filesystem::path SocketFolder() {
   return std::filesystem::path(std::getenv("TAGWRIGHT_ROOT")) / "pipe";
-}
-
-std::vector<std::string> FilesLeft() {
-  std::vector<std::string> paths;
-  for (const auto& entry : std::filesystem::recursive_directory_iterator(SocketFolder())) {
-    if (!entry.is_directory()) paths.push_back(entry.path());
-  }
-  return paths;
-}
-
-std::filesystem::perms ModeOf(const std::string& fileName) {
-  return std::filesystem::status(SocketFolder() / fileName).permissions();
 }
 
 /// A client that knows nothing of this layer.
@@ -75,11 +63,13 @@ class PipeSocket : public testing::Test {
  protected:
   void TearDown() override {
     CloseHandle(_server);
-    EXPECT_THAT(FilesLeft(), testing::IsEmpty());
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(SocketFolder())) {
+      EXPECT_TRUE(entry.is_directory()) << entry.path() << " is left";
+    }
   }
-  void Serve(const Text& name, SECURITY_ATTRIBUTES* attributes = nullptr) {
+  void Serve(const Text& name) {
     CloseHandle(_server);
-    _server = CreateServer(name, 1, attributes);
+    _server = CreateServer(name);
     ASSERT_NE(_server, INVALID_HANDLE_VALUE) << GetLastError();
   }
   HANDLE _server = INVALID_HANDLE_VALUE;
@@ -128,19 +118,6 @@ TEST_F(PipeSocket, NamesBecomeFileNames) {
     EXPECT_EQ(CreateServer(name), INVALID_HANDLE_VALUE);
     EXPECT_EQ(GetLastError(), ERROR_INVALID_NAME);
   }
-  EXPECT_EQ(CreateServer(u"two", 2), INVALID_HANDLE_VALUE);
-  EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
-}
-
-TEST_F(PipeSocket, ModeFollowsTheDescriptor) {
-  Serve(u"mine");
-  EXPECT_EQ(ModeOf("mine"), std::filesystem::perms(0600));
-  SECURITY_ATTRIBUTES everyone{sizeof everyone, nullptr, FALSE};
-  ASSERT_TRUE(ConvertStringSecurityDescriptorToSecurityDescriptorW(
-      u"D:(A;OICI;GA;;;WD)", SDDL_REVISION_1, &everyone.lpSecurityDescriptor, nullptr));
-  Serve(u"open", &everyone);
-  EXPECT_EQ(ModeOf("open"), std::filesystem::perms(0666));
-  LocalFree(everyone.lpSecurityDescriptor);
 }
 
 TEST_F(PipeSocket, OnlyADeadProcessIsReplaced) {
@@ -160,25 +137,6 @@ TEST_F(PipeSocket, OnlyADeadProcessIsReplaced) {
   EXPECT_EQ(UnixClient("shared").error, 0);
 }
 
-TEST_F(PipeSocket, BlockedCallsEndWithTheirHandle) {
-  const auto read = [](HANDLE pipe) {
-    char byte = 0;
-    return ErrorOf(ReadFile(pipe, &byte, 1, nullptr, nullptr));
-  };
-  const auto flush = [](HANDLE pipe) { return ErrorOf(FlushFileBuffers(pipe)); };
-  for (const bool disconnects : {true, false}) {
-    Serve(u"blocked");
-    const UnixClient client("blocked");
-    ASSERT_EQ(ErrorOf(ConnectNamedPipe(_server, nullptr)), ERROR_PIPE_CONNECTED);
-    ASSERT_TRUE(WriteFile(_server, "unread", 6, nullptr, nullptr));
-    auto reading = std::async(std::launch::async, read, _server);
-    auto flushing = std::async(std::launch::async, flush, _server);
-    EXPECT_TRUE(disconnects ? DisconnectNamedPipe(_server) : CloseHandle(_server));
-    const DWORD errors[] = {reading.get(), flushing.get()};
-    for (const DWORD error : errors) EXPECT_TRUE(!disconnects || error == ERROR_PIPE_NOT_CONNECTED);
-  }
-}
-
 TEST_F(PipeSocket, OneOfManyIsLetIn) {
   for (int round = 0; round < 50; ++round) {
     Serve(u"crowd");
@@ -188,8 +146,8 @@ TEST_F(PipeSocket, OneOfManyIsLetIn) {
     }
     std::vector<DWORD> errors;
     for (auto& client : crowd) errors.push_back(client.get());
-    EXPECT_EQ(std::count(errors.begin(), errors.end(), ERROR_SUCCESS), 1);
-    EXPECT_EQ(std::count(errors.begin(), errors.end(), ERROR_PIPE_BUSY), 3);
+    EXPECT_THAT(errors, testing::UnorderedElementsAre(ERROR_SUCCESS, ERROR_PIPE_BUSY,
+                                                      ERROR_PIPE_BUSY, ERROR_PIPE_BUSY));
   }
 }
 

@@ -65,9 +65,7 @@ TEST_F(RegistryFile, OutlivesProcessesThatMakeItTogetherAndAreKilledWriting) {
   const auto key = MakeKey(database);
   for (Victim& writer : writers) {
     const auto id = std::to_string(writer.Id());
-    const auto value = database.FindValue(key, RegistryName(std::u16string(id.begin(), id.end())));
-    ASSERT_TRUE(value);
-    EXPECT_EQ(value->data.size(), 1U);
+    EXPECT_TRUE(database.FindValue(key, RegistryName(std::u16string(id.begin(), id.end()))));
   }
 }
 
@@ -75,7 +73,6 @@ TEST_F(RegistryFile, DamagedAndForeignFilesAreBadDatabases) {
   const std::tuple<std::string, std::streamoff, std::string> cases[] = {
       {"no database", 0, std::string(100, 'x')},
       {"a layout of tomorrow", 60, std::string("\0\0\0\2", 4)},
-      {"another program's tables", 60, std::string(4, '\0')},
       {"overwritten pages", 4096, std::string(16384, '\xFF')}};
   for (const auto& [damage, offset, bytes] : cases) {
     fs::remove(Path());

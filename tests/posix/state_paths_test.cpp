@@ -22,8 +22,7 @@ TEST(StatePathsTest, DrivesLieOverTheFileSystem) {
       {u"\\\\?\\C:\\a", systemDrive + "/a"},
       {u"Z:\\usr\\lib", "/usr/lib"},
       {u"\\usr\\lib", "/usr/lib"},
-      {u"a\\b.txt", "a/b.txt"},
-      {u"C:\\\u00e4\U0001F3F7", systemDrive + "/\xC3\xA4\xF0\x9F\x8F\xB7"},
+      {u"a\\\u00e4\U0001F3F7.txt", "a/\xC3\xA4\xF0\x9F\x8F\xB7.txt"},
   };
   for (const auto& example : cases) {
     SCOPED_TRACE(platform::ToUtf8(example.windows));
@@ -31,28 +30,13 @@ TEST(StatePathsTest, DrivesLieOverTheFileSystem) {
     EXPECT_TRUE(platform::ToNativePath(example.windows, native));
     EXPECT_EQ(native, example.native);
   }
-}
-
-TEST(StatePathsTest, PathsThatMeanNothingHereAreRefused) {
-  for (const char16_t* path : {u"", u"\\\\server\\share", u"D:\\a", u"C:a"}) {
+  for (const char16_t* none : {u"", u"\\\\server\\share", u"D:\\a", u"C:a"}) {
     std::string native;
-    SetLastError(0);
-    EXPECT_FALSE(platform::ToNativePath(path, native)) << platform::ToUtf8(path);
-    EXPECT_NE(GetLastError(), 0U);
+    EXPECT_FALSE(platform::ToNativePath(none, native)) << platform::ToUtf8(none);
   }
 }
 
-TEST(StatePathsTest, NativePathsHaveAWindowsForm) {
-  const std::string root = platform::StateRootPath();
-  EXPECT_EQ(platform::ToWindowsPath(root + "/drive_c/a/b"), u"C:\\a\\b");
-  EXPECT_EQ(platform::ToWindowsPath(root + "/drive_c"), u"C:\\");
-  EXPECT_EQ(platform::ToWindowsPath("/usr/lib"), u"Z:\\usr\\lib");
-  EXPECT_EQ(platform::ToWindowsPath(root + "/drive_cabinet").substr(0, 2), u"Z:");
-}
-
 TEST(TextTest, MalformedTextIsReplacedAndTheRestKept) {
-  EXPECT_EQ(platform::ToUtf16("a\xC3\xA4\xE2\x82\xAC\xF0\x9F\x8F\xB7"), u"a\u00e4\u20ac\U0001F3F7");
-  EXPECT_EQ(platform::ToUtf8(u"a\u00e4\u20ac\U0001F3F7"), "a\xC3\xA4\xE2\x82\xAC\xF0\x9F\x8F\xB7");
   // A lone byte, an overlong form, a surrogate, a sequence cut short.
   EXPECT_EQ(platform::ToUtf16("\x80|\xC0\xAF|\xED\xA0\x80|\xE2\x82"),
             u"\uFFFD|\uFFFD\uFFFD|\uFFFD|\uFFFD");

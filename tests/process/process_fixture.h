@@ -7,8 +7,11 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <nlohmann/json.hpp>
 #include <optional>
+#include <sstream>
 #include <string>
+#include <vector>
 
 #include "common/pipe_client.h"
 #include "common/product_log.h"
@@ -65,6 +68,20 @@ class Program {
     _id = process.dwProcessId;
   }
 
+  /// Takes over a child of another process.
+  void Adopt(DWORD parentId) {
+    const ScopedHandle snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
+    PROCESSENTRY32W entry{};
+    entry.dwSize = sizeof(entry);
+    BOOL found = Process32FirstW(snapshot.Get(), &entry);
+    while (found && entry.th32ParentProcessID != parentId) {
+      found = Process32NextW(snapshot.Get(), &entry);
+    }
+    _id = entry.th32ProcessID;
+    _process = ScopedHandle(OpenProcess(SYNCHRONIZE | PROCESS_TERMINATE, FALSE, _id));
+    ASSERT_TRUE(found && _process.IsValid());
+  }
+
   bool IsRunning() const { return WaitForSingleObject(_process.Get(), 0) == WAIT_TIMEOUT; }
 
   /// Nothing when it still runs after `timeoutMs`.
@@ -73,6 +90,16 @@ class Program {
     DWORD exitCode = 0;
     EXPECT_TRUE(GetExitCodeProcess(_process.Get(), &exitCode));
     return exitCode;
+  }
+
+  /// Looks again and again, while the program runs, until `condition` holds.
+  template <class Condition>
+  void Await(Condition&& condition) {
+    const ULONGLONG end = GetTickCount64() + kLongMs;
+    while (!condition()) {
+      ASSERT_LT(GetTickCount64(), end) << "it does not happen";
+      ASSERT_EQ(WaitForSingleObject(_process.Get(), 5), DWORD{WAIT_TIMEOUT}) << "it has ended";
+    }
   }
 
   /// Connects as soon as the program has created the pipe.
@@ -127,6 +154,24 @@ class ProcessTest : public testing::Test {
   /// Faults of the simulated component, by member name: {"WriteEPC": {"fault": "false"}}.
   static void ScriptFaults(const std::string& json) {
     std::ofstream(SimulatorFolder() / "faults.json") << json;
+  }
+
+  /// From now on the component's calls are recorded.
+  static void RecordCalls() { std::ofstream(SimulatorFolder() / "calls.jsonl"); }
+  static std::vector<nlohmann::json> Calls() {
+    std::vector<nlohmann::json> calls;
+    std::istringstream lines(ReadWholeFile(SimulatorFolder() / "calls.jsonl"));
+    for (std::string line; std::getline(lines, line);) {
+      calls.push_back(nlohmann::json::parse(line, nullptr, false));
+    }
+    return calls;
+  }
+  /// Whether the process `id` has entered the component's `member`.
+  static bool HasCalled(DWORD id, const std::string& member) {
+    const auto calls = Calls();
+    return std::any_of(calls.begin(), calls.end(), [&](const nlohmann::json& call) {
+      return !call.is_discarded() && call["process"] == id && call["member"] == member;
+    });
   }
 
   void ExpectExit(DWORD exitCode = 0) { EXPECT_EQ(_tagwright.WaitForExit(), exitCode); }

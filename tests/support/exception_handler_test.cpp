@@ -21,12 +21,6 @@ std::string SystemText(DWORD code) {
   return std::string(text, length - 2);
 }
 
-TEST(Exception, TakesTheSystemsTextWhenItHasNone) {
-  EXPECT_EQ(OException(5, nullptr, nullptr).Message(), SystemText(5) + "\r\n");
-  EXPECT_EQ(OException(-1, nullptr, nullptr).Message(), SystemText(ERROR_INTERNAL_ERROR) + "\r\n");
-  EXPECT_EQ(OException(0x2FFFFFFF, nullptr, nullptr).Message(), nullptr);
-}
-
 class ExceptionHandler : public testing::Test {
  protected:
   static constexpr const char* kSource = "Tagwright Exception Handler Test";
@@ -48,25 +42,13 @@ class ExceptionHandler : public testing::Test {
 };
 
 TEST_F(ExceptionHandler, ReportsTheTrimmedTextAndTheFunction) {
-  const std::string report = ReportOf([](OExceptionHandler& handler) {
-    handler.Handle(OException(87, "\t went wrong \r\n", nullptr));
-  });
-  EXPECT_THAT(report, HasSubstr("Error: went wrong\r"));
-  EXPECT_THAT(report, HasSubstr("\nCaught in [Worker::Run]\r"));
-  EXPECT_EQ(lastError, DWORD{ERROR_INVALID_PARAMETER});
-}
-
-TEST_F(ExceptionHandler, NamesMemoryAndStandardFailures) {
-  EXPECT_THAT(ReportOf([](OExceptionHandler& handler) { handler.OutOfMemory(); }),
-              HasSubstr("Error: " + SystemText(ERROR_OUTOFMEMORY) + "\r"));
-  EXPECT_EQ(lastError, DWORD{ERROR_OUTOFMEMORY});
-  for (const char* description : {"bad cast", static_cast<const char*>(nullptr)}) {
-    const std::string report = ReportOf([&](OExceptionHandler& handler) {
-      handler.HandleStandardException(OStdException(description));
-    });
-    const std::string text = description ? description : SystemText(ERROR_INTERNAL_ERROR);
-    EXPECT_THAT(report, HasSubstr("Error: " + text + "\r"));
-    EXPECT_EQ(lastError, DWORD{ERROR_INTERNAL_ERROR});
+  for (const auto& [text, reported] :
+       {std::pair{"\t went wrong \r\n", std::string("went wrong")}, {nullptr, SystemText(87)}}) {
+    const std::string report = ReportOf(
+        [&](OExceptionHandler& handler) { handler.Handle(OException(87, text, nullptr)); });
+    EXPECT_THAT(report, HasSubstr("Error: " + reported + "\r"));
+    EXPECT_THAT(report, HasSubstr("\nCaught in [Worker::Run]\r"));
+    EXPECT_EQ(lastError, DWORD{ERROR_INVALID_PARAMETER});
   }
 }
 

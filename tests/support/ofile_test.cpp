@@ -4,9 +4,9 @@
 #include <gtest/gtest.h>
 
 #include "common/unique_name.h"
+#include "common/victim.h"
 #include "platform/windows_api.h"
 #include "support/process_utility.h"
-#include "support/scoped_handle.h"
 
 namespace {
 
@@ -16,12 +16,6 @@ class Files : public testing::Test {
   ~Files() override {
     DeleteFileW(file.wstring());
     for (const OString& folder : {below, above, root}) RemoveDirectoryW(folder.wstring());
-  }
-  void CreateFolderWithFile() const {
-    ASSERT_TRUE(OFile::CreateDirectoryPath(root));
-    const ScopedHandle created(CreateFileW(file.wstring(), GENERIC_WRITE, 0, nullptr, CREATE_NEW,
-                                           FILE_ATTRIBUTE_NORMAL, nullptr));
-    ASSERT_TRUE(created.IsValid());
   }
 
   const OString root = UniqueName(TEXT("C:\\Tagwright Test ")).c_str();
@@ -39,15 +33,19 @@ TEST_F(Files, FolderPathsAreCreatedWithTheirParents) {
 
 TEST_F(Files, OnlyWhatCanBeOpenedExistsAndNoFolderIsMadeBelowIt) {
   EXPECT_FALSE(OFile::Exists(file));
-  CreateFolderWithFile();
+  ASSERT_TRUE(OFile::CreateDirectoryPath(root));
+  CloseHandle(CreateFileW(file.wstring(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr));
   EXPECT_TRUE(OFile::Exists(file));
   EXPECT_FALSE(OFile::Exists(root)) << "a folder cannot be opened for reading";
   EXPECT_FALSE(OFile::CreateDirectoryPath(file + "\\below\\it"));
 }
 
-TEST(ProcessUtility, KnowsItsParentAndItsFolder) {
-  EXPECT_NE(ProcessUtility::GetParentProcessId(), ProcessUtility::kNoProcessId);
+const VictimRole kChild("child", [](VictimSide&, const std::string& parent) {
+  return ProcessUtility::GetParentProcessId() == std::stoul(parent) ? 7 : 1;
+});
 
+TEST(ProcessUtility, KnowsItsParentAndItsFolder) {
+  EXPECT_EQ(Victim("child", std::to_string(GetCurrentProcessId())).ExitCode(), 7U);
   const OString folder = ProcessUtility::GetCurrentModuleDirectory();
   WCHAR program[MAX_PATH];
   GetModuleFileNameW(nullptr, program, MAX_PATH);

@@ -9,21 +9,8 @@
 
 namespace {
 
-OString UniqueMutexName() { return OString(UniqueName(TEXT("Tagwright Test ")).c_str()); }
-
-/// What a wait for the mutex on another thread gives, without waiting.
-DWORD TryFromOtherThread(const OString& name) {
-  DWORD result = WAIT_FAILED;
-  std::jthread([&] {
-    const ScopedHandle mutex(CreateMutexW(nullptr, FALSE, name.wstring()));
-    result = WaitForSingleObject(mutex.Get(), 0);
-    if (result == WAIT_OBJECT_0) ReleaseMutex(mutex.Get());
-  }).join();
-  return result;
-}
-
 TEST(Locks, ExcludeOtherThreads) {
-  const OString name = UniqueMutexName();
+  const OString name = UniqueName(TEXT("Tagwright Test ")).c_str();
   OCriticalSection section;
   int byMutex = 0, bySection = 0;
   const auto work = [&] {
@@ -43,23 +30,22 @@ TEST(Locks, ExcludeOtherThreads) {
 }
 
 TEST(Locks, AreHeldForTheirScopeWhateverAnImpatientThreadDoes) {
-  const OString name = UniqueMutexName();
-  OMutex mutex(name, INFINITE);
+  const OString name = UniqueName(TEXT("Tagwright Test ")).c_str();
+  OMutex mutex(name, INFINITE), foreign(name, 10);
+  const ScopedHandle raw(CreateMutexW(nullptr, FALSE, name.wstring()));
+  DWORD result = WAIT_FAILED;
+  const auto tryElsewhere = [&] {
+    { const OAutoLock goesOnUnprotected(foreign); }
+    result = WaitForSingleObject(raw.Get(), 0);
+    if (result == WAIT_OBJECT_0) ReleaseMutex(raw.Get());
+  };
   {
     const OAutoLock lock(mutex), idle(mutex, OAutoLock::kDoNotAcquire);
-    std::jthread([&] {
-      OMutex impatient(name, 10);
-      const OAutoLock goesOnUnprotected(impatient);
-    }).join();
-    EXPECT_EQ(TryFromOtherThread(name), DWORD{WAIT_TIMEOUT}) << "only its owner gives it back";
+    std::jthread(tryElsewhere).join();
+    EXPECT_EQ(result, DWORD{WAIT_TIMEOUT}) << "only its owner gives it back";
   }
-  EXPECT_EQ(TryFromOtherThread(name), DWORD{WAIT_OBJECT_0});
-}
-
-TEST(Locks, WithoutANameExcludesNobody) {
-  OMutex first("", INFINITE), second("", INFINITE);
-  const OAutoLock lock(first);
-  std::jthread([&] { const OAutoLock other(second); }).join();
+  std::jthread(tryElsewhere).join();
+  EXPECT_EQ(result, DWORD{WAIT_OBJECT_0});
 }
 
 }  // namespace

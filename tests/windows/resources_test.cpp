@@ -47,12 +47,7 @@ class ResourceFile {
   HMODULE _module = nullptr;
 };
 
-/// UTF-16 bytes as they lie in a version block.
-std::string Utf16Bytes(const Text& text) {
-  return std::string(reinterpret_cast<const char*>(text.data()), text.size() * sizeof(WCHAR));
-}
-
-TEST(EventMessages, EveryEventShowsItsInsertionStringAlone) {
+TEST(EventMessages, EventsShowTheirInsertionStringAloneAndCategoriesANameOfTheirOwn) {
   const ResourceFile messages(TEXT("bkevtmsg.dll"));
   for (const DWORD id :
        {0x4FFF0100U, 0x8FFF0200U, 0xCFFF0300U, 0x40FF0400U, 0x80FF0500U, 0xC0FF0600U}) {
@@ -60,14 +55,7 @@ TEST(EventMessages, EveryEventShowsItsInsertionStringAlone) {
               TEXT("0001234.567: 100 %2 done"))
         << std::hex << id;
   }
-}
-
-TEST(EventMessages, BothCategoriesHaveNamesOfTheirOwn) {
-  const ResourceFile messages(TEXT("bkevtmsg.dll"));
-  EXPECT_NE(messages.Message(1, nullptr), TEXT(""));
-  EXPECT_NE(messages.Message(2, nullptr), TEXT(""));
-  EXPECT_NE(messages.Message(1, nullptr), messages.Message(2, nullptr));
-  EXPECT_EQ(messages.Message(3, nullptr), TEXT("")) << "two categories are registered";
+  EXPECT_NE(messages.Message(1, nullptr), messages.Message(2, nullptr)) << "two categories";
 }
 
 TEST(ProgramResources, ProgramsNameTheirProductAndTakeLongPaths) {
@@ -76,7 +64,8 @@ TEST(ProgramResources, ProgramsNameTheirProductAndTakeLongPaths) {
     const std::string manifest = program.Content(RT_MANIFEST);
     EXPECT_NE(manifest.find(">true</longPathAware>"), std::string::npos);
     EXPECT_EQ(manifest.find("<activeCodePage"), std::string::npos) << "the system's page stays";
-    EXPECT_NE(program.Content(RT_VERSION).find(Utf16Bytes(TEXT("Tagwright"))), std::string::npos);
+    EXPECT_NE(program.Content(RT_VERSION).find(std::string("T\0a\0g\0w\0r\0i\0g\0h\0t", 17)),
+              std::string::npos);
   }
 }
 

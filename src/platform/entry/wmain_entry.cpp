@@ -30,6 +30,7 @@ int main(int argc, char** argv) {
     arguments.push_back(platform::ToUtf16(std::string_view(argv[index])));
   }
   std::vector<WCHAR*> pointers;
+  pointers.reserve(arguments.size() + 1);
   for (auto& argument : arguments) pointers.push_back(argument.data());
   pointers.push_back(nullptr);
   return wmain(static_cast<int>(arguments.size()), pointers.data());

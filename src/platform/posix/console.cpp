@@ -24,9 +24,9 @@ namespace {
 
 /// STATUS_CONTROL_C_EXIT: the exit code of a process that a control event ended.
 constexpr UINT kEndedByControlEvent = 0xC000013AU;
-/// How long a process may go on after a handler has taken a close or shutdown event: the system's
-/// own patience with a closing console.
-constexpr DWORD kClosingGraceMs = 5000;
+/// How long a process may go on after a handler has taken a close or shutdown event: the longest
+/// that the system waits for one by default (WaitToKillServiceTimeout).
+constexpr DWORD kClosingGraceMs = 20000;
 
 struct ControlEvent {
   int signal;

@@ -6,7 +6,6 @@
 #include "platform/posix/kernel/kernel_scope.h"
 #include "platform/posix/kernel/wait_engine.h"
 
-using platform::Fail;
 using platform::KernelScope;
 
 namespace {

@@ -1,5 +1,6 @@
-/// The C library's heap, entered through a KernelScope: a thread that is terminated in the middle of
-/// an allocation would leave the heap's lock held, and every other thread would stop at its next one.
+/// The C library's heap, entered through a KernelScope: a thread that is terminated in the middle
+/// of an allocation would leave the heap's lock held, and every other thread would stop at its next
+/// one.
 #include <cerrno>
 #include <cstddef>
 
@@ -13,6 +14,9 @@ void* __libc_calloc(std::size_t count, std::size_t size);
 void* __libc_realloc(void* block, std::size_t size);
 void* __libc_memalign(std::size_t alignment, std::size_t size);
 void __libc_free(void* block);
+
+// The C library declares these with parameter names of its own.
+// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name)
 
 void* malloc(std::size_t size) {
   platform::KernelScope scope;
@@ -46,5 +50,7 @@ void free(void* block) {
   platform::KernelScope scope;
   __libc_free(block);
 }
+
+// NOLINTEND(readability-inconsistent-declaration-parameter-name)
 
 }  // extern "C"

@@ -119,7 +119,7 @@ std::string FindFile(const std::u16string& fileName) {
   if (IsBareName(fileName.c_str())) {
     const std::string program = platform::ProgramPath();
     const std::string folder = program.substr(0, program.rfind('/') + 1);
-    const std::string beside = Resolve(folder + platform::ToUtf8(fileName));
+    std::string beside = Resolve(folder + platform::ToUtf8(fileName));
     if (!beside.empty()) return beside;
   }
   std::string path;

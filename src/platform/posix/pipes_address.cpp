@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <limits>
 #include <mutex>
 #include <set>
 
@@ -40,11 +41,26 @@ std::string LockPath(const std::string& fileName) {
   return StateFolder(kLockFolder) + "/" + fileName;
 }
 
-struct flock WholeFile(short type) {
+// Of a lock file, byte 0 is the claim on the name; the byte after a socket's inode number says that
+// this very socket is served, so that one left behind by a dead process is not taken for it.
+constexpr off_t kClaim = 0;
+
+off_t ServedMark(ino_t socketInode) {
+  return 1 + static_cast<off_t>(socketInode & (std::numeric_limits<off_t>::max() >> 1));
+}
+
+struct flock OneByte(short type, off_t at) {
   struct flock range {};
   range.l_type = type;
   range.l_whence = SEEK_SET;
+  range.l_start = at;
+  range.l_len = 1;
   return range;
+}
+
+bool LockByte(int fd, off_t at) {
+  struct flock range = OneByte(F_WRLCK, at);
+  return fcntl(fd, F_OFD_SETLK, &range) == 0;
 }
 
 // The lock file may have been removed, or replaced, between opening and locking it.
@@ -59,8 +75,7 @@ DWORD TakeLock(const std::string& path, UniqueFd& lock) {
   for (;;) {
     UniqueFd file(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, kLockFileMode));
     if (!file) return ErrorFromErrno(errno);
-    struct flock range = WholeFile(F_WRLCK);
-    if (fcntl(file.Get(), F_OFD_SETLK, &range) != 0) {
+    if (!LockByte(file.Get(), kClaim)) {
       return errno == EAGAIN || errno == EACCES ? ERROR_PIPE_BUSY : ErrorFromErrno(errno);
     }
     if (IsStillAt(file.Get(), path)) {
@@ -70,10 +85,16 @@ DWORD TakeLock(const std::string& path, UniqueFd& lock) {
   }
 }
 
-bool IsServed(const std::string& fileName) {
+bool IsServed(const std::string& fileName, ino_t socketInode) {
   const UniqueFd file(open(LockPath(fileName).c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
-  struct flock range = WholeFile(F_WRLCK);
+  struct flock range = OneByte(F_WRLCK, ServedMark(socketInode));
   return file && fcntl(file.Get(), F_OFD_GETLK, &range) == 0 && range.l_type != F_UNLCK;
+}
+
+// 0 when there is no such file.
+ino_t InodeOf(const std::string& path) {
+  struct stat found {};
+  return stat(path.c_str(), &found) == 0 ? found.st_ino : 0;
 }
 
 }  // namespace
@@ -121,8 +142,10 @@ void PipeAddress::Release() {
   }
   unlink(LockPath(_fileName).c_str());
   // Said aloud: a child that is just being started may still share the descriptor for a moment.
-  struct flock range = WholeFile(F_UNLCK);
-  fcntl(_lock.Get(), F_OFD_SETLK, &range);
+  struct flock wholeFile {};
+  wholeFile.l_type = F_UNLCK;
+  wholeFile.l_whence = SEEK_SET;
+  fcntl(_lock.Get(), F_OFD_SETLK, &wholeFile);
 }
 
 UniqueFd PipeAddress::Listen() {
@@ -147,7 +170,7 @@ bool PipeAddress::Publish(int socket, const std::string& temporaryName) {
       fchmodat(_folder.Get(), temporaryName.c_str(), _forEveryone ? kModeForEveryone : kModeForUser,
                0) != 0 ||
       fstatat(_folder.Get(), temporaryName.c_str(), &created, AT_SYMLINK_NOFOLLOW) != 0 ||
-      listen(socket, 0) != 0 ||
+      listen(socket, 0) != 0 || !LockByte(_lock.Get(), ServedMark(created.st_ino)) ||
       renameat(_folder.Get(), temporaryName.c_str(), _folder.Get(), _fileName.c_str()) != 0) {
     return false;
   }
@@ -157,11 +180,16 @@ bool PipeAddress::Publish(int socket, const std::string& temporaryName) {
 
 DWORD ConnectToPipe(const std::string& fileName, UniqueFd& socket) {
   const std::string path = StateFolder(kSocketFolder) + "/" + fileName;
-  const int error = ConnectLocal(path, SOCK_STREAM, socket);
-  if (error == 0) return 0;
-  if (error == EAGAIN) return ERROR_PIPE_BUSY;  // one client is waiting to be accepted
-  if (error == ECONNREFUSED) return IsServed(fileName) ? ERROR_PIPE_BUSY : ERROR_FILE_NOT_FOUND;
-  return ErrorFromErrno(error);
+  for (;;) {
+    const ino_t inode = InodeOf(path);
+    const int error = ConnectLocal(path, SOCK_STREAM, socket);
+    if (error == 0) return 0;
+    if (error == EAGAIN) return ERROR_PIPE_BUSY;  // one client is waiting to be accepted
+    if (error != ECONNREFUSED) return ErrorFromErrno(error);
+    if (IsServed(fileName, inode)) return ERROR_PIPE_BUSY;
+    if (InodeOf(path) == inode) return ERROR_FILE_NOT_FOUND;
+    // Another socket has taken the name meanwhile.
+  }
 }
 
 }  // namespace platform

@@ -2,7 +2,9 @@
 /// that tells whether a live process serves it.
 ///
 ///   pipe/<name>        the socket
-///   pipe/.lock/<name>  locked (an open file description's lock) while the pipe lives
+///   pipe/.lock/<name>  locked (open file descriptions' locks) while the pipe lives: one byte for
+///   the
+///                      name, one for each socket served under it
 ///
 /// The lock goes with the process, so that a socket left behind by a dead one is recognised.
 #pragma once

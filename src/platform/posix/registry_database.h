@@ -1,9 +1,11 @@
 /// registry.db under the state root: keys and values in two tables of an SQLite database, shared by
 /// every process that uses the root.
 ///
-///   registry_keys(id, parent, folded, name)         the four roots have the ids 1 to 4 and parent
-///   0 registry_values(key, folded, name, type, data)  `type` is a REG_* number, `data` the raw
-///   bytes
+///   registry_keys(id, parent, folded, name)
+///   registry_values(key, folded, name, type, data)
+///
+/// The four roots have the ids 1 to 4 and the parent 0; `type` is a REG_* number, `data` the raw
+/// bytes.
 ///
 /// Ids are never used again, so a handle to a deleted key finds nothing.
 #pragma once

@@ -80,4 +80,4 @@ constexpr DWORD INFINITE = 0xFFFFFFFFU;
 /// The value of "no handle" that CreateFileW and CreateNamedPipeW return.
 inline const HANDLE INVALID_HANDLE_VALUE = reinterpret_cast<HANDLE>(~std::uintptr_t{0});
 
-#define LOWORD(value) (static_cast<WORD>((value) & 0xFFFFU))
+#define LOWORD(value) (static_cast<WORD>((value)&0xFFFFU))

@@ -1,5 +1,5 @@
-/// System error codes (values of the public Windows headers), the thread's last-error value, and the
-/// system's texts for the codes.
+/// System error codes (values of the public Windows headers), the thread's last-error value, and
+/// the system's texts for the codes.
 #pragma once
 
 #include "platform/posix/api/base.h"
@@ -75,10 +75,10 @@ constexpr DWORD FORMAT_MESSAGE_FROM_SYSTEM = 0x1000;
 constexpr DWORD FORMAT_MESSAGE_ARGUMENT_ARRAY = 0x2000;
 
 /// Writes the system's English text for `messageId`, ending in CR LF and NUL, to `buffer`.
-/// Provided: FORMAT_MESSAGE_FROM_SYSTEM, optionally with IGNORE_INSERTS or ARGUMENT_ARRAY, no source,
-/// no arguments. Returns the characters written without the NUL; 0 on failure, with last error
-/// ERROR_MR_MID_NOT_FOUND (317) for a code without a text, ERROR_INSUFFICIENT_BUFFER (122) for a
-/// short buffer and ERROR_INVALID_PARAMETER (87) for other flags.
+/// Provided: FORMAT_MESSAGE_FROM_SYSTEM, optionally with IGNORE_INSERTS or ARGUMENT_ARRAY, no
+/// source, no arguments. Returns the characters written without the NUL; 0 on failure, with last
+/// error ERROR_MR_MID_NOT_FOUND (317) for a code without a text, ERROR_INSUFFICIENT_BUFFER (122)
+/// for a short buffer and ERROR_INVALID_PARAMETER (87) for other flags.
 DWORD FormatMessageA(DWORD flags, LPCVOID source, DWORD messageId, DWORD languageId, LPSTR buffer,
                      DWORD bufferSize, void* arguments);
 constexpr DWORD ERROR_MR_MID_NOT_FOUND = 317;

@@ -66,8 +66,8 @@ BOOL CreateProcessW(LPCWSTR applicationName, LPWSTR commandLine,
                     LPCWSTR currentDirectory, LPSTARTUPINFOW startupInfo,
                     LPPROCESS_INFORMATION processInformation);
 
-/// The exit code of a child, of which the system keeps the low 8 bits (STILL_ACTIVE while it runs). A
-/// process that a signal ended has the exit code that TerminateProcess gave it when it was ended
+/// The exit code of a child, of which the system keeps the low 8 bits (STILL_ACTIVE while it runs).
+/// A process that a signal ended has the exit code that TerminateProcess gave it when it was ended
 /// through this handle, else 128 + signal. ERROR_NOT_SUPPORTED for a process that has ended and was
 /// not started by this one: nobody but the parent can know.
 BOOL GetExitCodeProcess(HANDLE process, LPDWORD exitCode);

@@ -25,7 +25,7 @@ bool IsContinuationByte(char byte) { return (byte & 0xC0) == 0x80; }
 }  // namespace
 
 std::string FileNameFor(const std::string& name) {
-  const std::string escaped = Escape(name);
+  std::string escaped = Escape(name);
   if (escaped.size() <= kMaxPlainBytes) return escaped;
   std::size_t size = kCutBytes;
   while (IsContinuationByte(escaped[size])) --size;

@@ -1,0 +1,60 @@
+/// A tagwright whose parent, a driver of this program's own, can be killed.
+#pragma once
+
+#include <optional>
+
+#include "bench/timings.h"
+#include "client/server_process.h"
+#include "platform/windows_api.h"
+#include "support/scoped_handle.h"
+
+namespace Bench {
+
+/// What the system's list of processes says of the first process that `matches`; nothing when there
+/// is none.
+template <class Matches>
+std::optional<PROCESSENTRY32W> FindProcess(Matches&& matches) {
+  const ScopedHandle snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
+  PROCESSENTRY32W entry{};
+  entry.dwSize = sizeof(entry);
+  for (BOOL found = Process32FirstW(snapshot.Get(), &entry); found != FALSE;
+       found = Process32NextW(snapshot.Get(), &entry)) {
+    if (matches(entry)) return entry;
+  }
+  return std::nullopt;
+}
+
+/// Calls `condition` again and again until it holds; after a minute throws
+/// std::runtime_error(what).
+void Await(const char* what, bool (*condition)(void*), void* context);
+template <class Condition>
+void Await(const char* what, Condition condition) {
+  Await(
+      what, [](void* context) -> bool { return (*static_cast<Condition*>(context))(); },
+      &condition);
+}
+
+class DrivenProcess {
+ public:
+  /// Returns when tagwright runs; its pipe may not be there yet. Throws std::runtime_error.
+  explicit DrivenProcess(Tagwright::ServerKind kind);
+  /// Ends both processes.
+  ~DrivenProcess();
+  DrivenProcess(const DrivenProcess&) = delete;
+  DrivenProcess& operator=(const DrivenProcess&) = delete;
+
+  const Tagwright::WideString& Name() const { return _name; }
+
+  /// How long tagwright lives on after its driver was killed.
+  Microseconds TimeToEndAfterDriver();
+
+ private:
+  void StartDriver(Tagwright::ServerKind kind);
+
+  const Tagwright::WideString _name;
+  ScopedHandle _driver;
+  DWORD _driverId = 0;
+  ScopedHandle _tagwright;
+};
+
+}  // namespace Bench

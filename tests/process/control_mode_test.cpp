@@ -1,0 +1,176 @@
+/// tagwright as a controller: which encoder pipes it creates, what their clients may do to it, and
+/// how all of them end together.
+#include <gmock/gmock.h>
+
+#include <set>
+#include <thread>
+
+#include "process/control_fixture.h"
+
+namespace {
+
+using std::string_literals::operator""s;
+
+class ControlModeTest : public ControlTest {
+ protected:
+  int Ended() const { return _log.Count("WaitForEncoderThreadShutdown: all threads signaled"); }
+  int Terminated() const {
+    return _log.Count("TerminateEncoderThreads: Terminating thread id: 0x");
+  }
+};
+
+TEST_F(ControlModeTest, AnswersByTypeAndName) {
+  StartController();
+  const std::string name = _pipeName + " e";
+  const std::string accented = name + "\xE9\xDF";
+  struct Case {
+    std::uint32_t type;
+    std::string payload;
+    std::uint32_t status;
+    std::string pipe;  // The pipe that is there then, if any.
+  };
+  const Case cases[] = {
+      {0x302, "", 0, ""},
+      {0x302, "with a payload", 0, ""},
+      {0x200, "<zsdk_job/>", 200002, ""},
+      {0x301, "", 200002, ""},
+      {0x300, "", 0, ""},
+      {0x300, "\0"s, 200004, ""},
+      {0x300, "\0"s + name, 200004, ""},
+      {0x300, name + '\0', 0, name},
+      {0x300, name + '\0', 200005, ""},
+      {0x300, name + "2", 0, name + "2"},
+      {0x300, name + "3\0 and more"s, 0, name + "3"},
+      {0x300, accented + '\0', 0, accented},
+      {0x300, name + std::string(200 - name.size(), 'n'), 0,
+       name + std::string(200 - name.size(), 'n')},
+      {0x300, name + std::string(256 - name.size(), 'n'), 200005, ""},
+  };
+  for (const Case& request : cases) {
+    SCOPED_TRACE(testing::Message() << std::hex << request.type << " " << request.payload);
+    _client.Expect(request.status, request.type, request.payload);
+    if (request.pipe.empty()) continue;
+    _encoders.emplace_back().Connect(request.pipe);
+    _encoders.back().Expect(200002, 0x302);
+  }
+  // A server that has ended keeps its name.
+  _encoders.front().Expect(0, 0x100);
+  _client.Expect(200005, 0x300, name + '\0');
+  ShutDown();
+  for (PipeClient& encoder : _encoders) encoder.ExpectClosed();
+  EXPECT_EQ(Ended(), 1);
+  EXPECT_EQ(_log.Count("eAddEncoder unable to create pipe"), 3);
+  EXPECT_EQ(_log.Count("TagwrightController::ParseIncomingMessage: eKeepAlive received"), 2);
+}
+
+TEST_F(ControlModeTest, NoClientHarmsIt) {
+  RecordCalls();
+  ScriptFaults(R"({"WriteEPC": {"fault": "delay", "delay_ms": 100}})");
+  StartController();
+  const std::string job = Example("encode-epc.xml");
+  const std::string missed = Name(100);
+  _client.Expect(0, 0x300, missed);
+  AddEncoder().SendBytes("#@BK\0", 5);  // Goes within a header,
+  _encoders.back().Close();
+  PipeClient& cutOff = AddEncoder();  // within a payload,
+  cutOff.SendHeader(Header(0x200, job.size()));
+  cutOff.SendBytes(job.data(), job.size() / 2);
+  cutOff.Close();
+  PipeClient& impatient = AddEncoder();  // before the reply,
+  impatient.Send(0x200, job);
+  _tagwright.Await([&] { return HasCalled(_tagwright.Id(), "WriteEPC"); });
+  impatient.Close();
+  AddEncoder().Send(0x201, "<zsdk_job/>");  // never reads it,
+  _tagwright.Await([&] { return _log.Has("Connection attempt timed out"); });
+  PipeClient late;  // comes too late.
+  late.TryConnect(missed.substr(0, missed.size() - 1));
+  _client.Expect(200005, 0x300, missed);
+  AddEncoder().Expect(0, 0x200, job);
+  ShutDown();
+  late.ExpectClosed();
+  EXPECT_TRUE(_log.Has("Could not write reply message"));
+  EXPECT_EQ(Ended(), 1) << "nobody had to be terminated";
+}
+
+TEST_F(ControlModeTest, EndsAsManyEncodersAsItCanWaitFor) {
+  for (const auto& [encoders, line] : {std::pair{0, "There are no threads to wait for"},
+                                       std::pair{64, "all threads signaled as shutdown"},
+                                       std::pair{65, "WaitForMultipleObjects failed"}}) {
+    SCOPED_TRACE(encoders);
+    _pipeName = UniquePipeName();
+    _client.Close();
+    StartController();
+    for (int i = 0; i < encoders; ++i) _client.Expect(0, 0x300, Name(i));
+    ShutDown();
+    EXPECT_EQ(_log.Count("WaitForEncoderThreadShutdown: "s + line), 1);
+  }
+}
+
+TEST_F(ControlModeTest, AComponentThatHangsHoldsUpNobodyForLong) {
+  RecordCalls();
+  ScriptFaults(R"({"WriteEPC": {"fault": "hang"}})");
+  StartController();
+  const std::string job = Example("encode-epc.xml");
+  AddEncoder().Send(0x200, job);
+  _tagwright.Await([&] { return HasCalled(_tagwright.Id(), "WriteEPC"); });
+  AddEncoder();
+  ScriptFaults("{}");
+  Program other;
+  PipeClient otherClient;
+  const std::string otherName = UniquePipeName();
+  other.Start("tagwright", "/n " + otherName);
+  other.Connect(otherClient, otherName);
+  otherClient.Send(0x200, job);  // Has to wait for the hanging job.
+  other.Await([&] { return _log.Count("Aquiring _Zxp7EncodeMutex") == 2; });
+
+  const ULONGLONG start = GetTickCount64();
+  _client.Expect(0, 0x100);
+  EXPECT_LT(GetTickCount64() - start, 15000U + 10000U);
+  EXPECT_EQ(Terminated(), 1) << "before the reply";
+  otherClient.ExpectReply(0x200, 0);
+  ExpectExit();
+  for (PipeClient& encoder : _encoders) encoder.ExpectClosed();
+  otherClient.Expect(0, 0x100);
+  EXPECT_EQ(other.WaitForExit(), DWORD{0});
+}
+
+TEST_F(ControlModeTest, OneJobAtATimeAmongProcesses) {
+  RecordCalls();
+  ScriptFaults(R"({"WriteEPC": {"fault": "delay", "delay_ms": 5}})");
+  StartController();
+  AddEncoder();
+  AddEncoder();
+  const std::string single = UniquePipeName();
+  Program other;
+  other.Start("tagwright", "/n " + single);
+  other.Connect(_encoders.emplace_back(), single);
+  std::vector<std::thread> drivers;
+  for (PipeClient& encoder : _encoders) {
+    drivers.emplace_back([&encoder, job = Example("encode-epc.xml")] {
+      for (int i = 0; i < 8; ++i) encoder.Expect(0, 0x200, job);
+    });
+  }
+  for (std::thread& driver : drivers) driver.join();
+  _encoders.back().Expect(0, 0x100);
+  EXPECT_EQ(other.WaitForExit(), DWORD{0});
+  ShutDown();
+
+  int inside = 0;
+  for (const std::string& text : _log.Texts()) {
+    inside += text.ends_with("Aquired _Zxp7EncodeMutex");
+    inside -= text.ends_with("Releasing _Zxp7EncodeMutex");
+    EXPECT_THAT(inside, testing::AnyOf(0, 1)) << text;
+  }
+  // Once another component object is called, the one before is never called again; what is left of
+  // it is disposed of when the next job may have begun.
+  std::vector<std::pair<DWORD, int>> objects;
+  for (const auto& call : Calls()) {
+    const std::pair object(call["process"].get<DWORD>(), call["object"].get<int>());
+    if (object.second == 0 || call["member"] == "Dispose") continue;
+    if (objects.empty() || objects.back() != object) objects.push_back(object);
+  }
+  EXPECT_EQ(objects.size(), 24U);
+  EXPECT_EQ(std::set(objects.begin(), objects.end()).size(), 24U);
+}
+
+}  // namespace

@@ -1,0 +1,59 @@
+/// The end of tagwright on a signal, and what it leaves behind in the file system: nothing.
+#include <gmock/gmock.h>
+#include <signal.h>
+
+#include "process/control_fixture.h"
+
+namespace {
+
+using std::filesystem::recursive_directory_iterator;
+
+class SignalTest : public ControlTest {
+ protected:
+  void Signal(int signal) { kill(static_cast<pid_t>(_tagwright.Id()), signal); }
+
+  static std::vector<std::string> FilesOfPipes() {
+    std::vector<std::string> files;
+    const auto folder = std::filesystem::path(std::getenv("TAGWRIGHT_ROOT")) / "pipe";
+    for (const auto& entry : recursive_directory_iterator(folder)) {
+      if (!entry.is_directory()) files.push_back(entry.path());
+    }
+    return files;
+  }
+};
+
+TEST_F(SignalTest, EveryControlSignalEndsItInOrder) {
+  int ended = 0;
+  for (const int signal : {SIGINT, SIGQUIT, SIGHUP, SIGTERM}) {
+    SCOPED_TRACE(signal);
+    _pipeName = UniquePipeName();
+    _encoders.clear();
+    StartTagwright();
+    _client.Expect(200002, 0x301);  // It serves, so its handler is in place.
+    Signal(signal);
+    Signal(signal);
+    ExpectExit();
+    StartController();
+    AddEncoder();
+    Signal(signal);
+    ExpectExit();
+    _encoders.back().ExpectClosed();
+    _client.Close();
+    EXPECT_EQ(_log.Count("wmain: Tagwright Exit"), ended += 2);
+    EXPECT_THAT(FilesOfPipes(), testing::IsEmpty());
+  }
+  EXPECT_EQ(_log.Count("TagwrightController::ShutdownAllPipes: Leave"), 4);
+}
+
+TEST_F(SignalTest, ASystemThatGoesDownLeavesTimeForAComponentThatHangs) {
+  RecordCalls();
+  ScriptFaults(R"({"WriteEPC": {"fault": "hang"}})");
+  StartTagwright();
+  _client.Send(0x200, Example("encode-epc.xml"));
+  _tagwright.Await([&] { return HasCalled(_tagwright.Id(), "WriteEPC"); });
+  Signal(SIGTERM);
+  ExpectExit();
+  EXPECT_TRUE(_log.Has("wmain: Tagwright Exit"));
+}
+
+}  // namespace

@@ -1,0 +1,121 @@
+/// How tagwright ends when the driver that started it dies, whatever it was doing.
+#include <gmock/gmock.h>
+
+#include "common/victim.h"
+#include "process/process_fixture.h"
+
+namespace {
+
+/// The driver's process: starts tagwright as its child and lives until it is killed.
+const VictimRole kDriver("driver", [](VictimSide& side, const std::string& arguments) {
+  Program tagwright;
+  tagwright.Start("tagwright", arguments);
+  side.Ready();
+  side.WaitUntilReleased();
+  return 0;
+});
+
+enum Mode { kSingle, kControl };
+
+/// A tagwright whose driver can be killed, and the connections to its pipes.
+class Driven {
+ public:
+  explicit Driven(Mode mode)
+      : _driver("driver", (mode == kControl ? "\"/c /n " : "\"/n ") + _name + "\""), _mode(mode) {
+    _driver.WaitUntilReady();
+    _tagwright.Adopt(_driver.Id());
+    _tagwright.Connect(_first, _name);
+    // The thread that watches the driver has no line of its own: here it gets its turn.
+    for (int i = 0; i < 20; ++i) _first.Expect(200002, 0x301);
+    if (mode == kSingle) return;
+    _first.Expect(0, 0x300, _name + "-encoder");
+    _first.Expect(0, 0x300, _name + "-nobody");
+    _encoder.Connect(_name + "-encoder");
+  }
+
+  void SendJob() { (_mode == kControl ? _encoder : _first).Send(0x200, Example("encode-epc.xml")); }
+  void KillDriver() {
+    _driver.Kill();
+    _killedAt = GetTickCount64();
+  }
+
+  /// The end has to come within `boundMs` of the driver's death; the margin is for a busy machine.
+  void ExpectEnd(DWORD boundMs) {
+    constexpr DWORD kMarginMs = 10000;
+    EXPECT_EQ(WaitForSingleObject(_tagwright.Handle(), Program::kLongMs), WAIT_OBJECT_0);
+    EXPECT_LT(GetTickCount64() - _killedAt, boundMs + kMarginMs);
+    _first.ExpectClosed();
+    EXPECT_EQ(PipeClient().TryConnect(_name), DWORD{ERROR_FILE_NOT_FOUND});
+  }
+
+  Program& Tagwright() { return _tagwright; }
+  PipeClient& First() { return _first; }
+
+ private:
+  const std::string _name = UniquePipeName();
+  Victim _driver;
+  Mode _mode;
+  Program _tagwright;
+  PipeClient _first;
+  PipeClient _encoder;
+  ULONGLONG _killedAt = 0;
+};
+
+class LifetimeTest : public ProcessTest {
+ protected:
+  /// Both have a job: the first one's is in the component, the second one's waits for it.
+  void SendJobs(Driven& first, Driven& second) {
+    RecordCalls();
+    first.SendJob();
+    first.Tagwright().Await([&] { return HasCalled(first.Tagwright().Id(), "WriteEPC"); });
+    second.SendJob();
+    second.Tagwright().Await([&] { return _log.Count("Aquiring _Zxp7EncodeMutex") == 2; });
+  }
+};
+
+TEST_F(LifetimeTest, AfterTheDriversDeathItFinishesTheJobAndEnds) {
+  ScriptFaults(R"({"WriteEPC": {"fault": "delay", "delay_ms": 1000}})");
+  Driven silentSingle(kSingle), silentControl(kControl), single(kSingle), control(kControl);
+  SendJobs(control, single);
+  for (Driven* driven : {&silentSingle, &silentControl, &control, &single}) driven->KillDriver();
+  for (Driven* driven : {&silentSingle, &silentControl, &control, &single}) driven->ExpectEnd(5000);
+  EXPECT_EQ(_log.Count("WatchParentProcessThreadProc: The parent process has terminated"), 4);
+  EXPECT_EQ(_log.Count("Releasing _Zxp7EncodeMutex"), 2);
+  EXPECT_EQ(_log.Count("wmain: Watch Parent and Watch Idle successfully aborted"), 4);
+  EXPECT_EQ(_log.Count("wmain: Tagwright Exit"), 4);
+  EXPECT_FALSE(_log.Has("Calling TerminateThread") || _log.Has("Terminating thread"));
+}
+
+TEST_F(LifetimeTest, AfterTheDriversDeathAComponentThatHangsIsLeftBehind) {
+  ScriptFaults(R"({"WriteEPC": {"fault": "hang"}})");
+  Driven single(kSingle), control(kControl);
+  SendJobs(single, control);
+  single.KillDriver();
+  control.KillDriver();
+  single.ExpectEnd(5000);
+  EXPECT_TRUE(_log.Has("WaitForMultipeObjectsOrPipeTermination: Calling TerminateThread"));
+  // The mutex of the terminated job has gone to the next one, which hangs as well.
+  control.Tagwright().Await([&] { return HasCalled(control.Tagwright().Id(), "WriteEPC"); });
+  control.ExpectEnd(15000);
+  EXPECT_EQ(_log.Count("ShutdownAllPipes: Forcing Encoder Threads Termination"), 1);
+  EXPECT_EQ(_log.Count("TerminateEncoderThreads: Terminating thread id: 0x"), 1);
+  EXPECT_EQ(_log.Count("wmain: Tagwright Exit"), 2);
+}
+
+TEST_F(LifetimeTest, NoEncoderIsLostWhenTheDriverDiesWhileItAdds) {
+  for (int round = 1; round <= 6; ++round) {
+    SCOPED_TRACE(round);
+    Driven driven(kControl);
+    // The death falls anywhere between two requests or within one.
+    for (int i = 0; driven.First().Ask(0x300, UniquePipeName()); ++i) {
+      if (i == round) driven.KillDriver();
+    }
+    driven.ExpectEnd(5000);
+  }
+  EXPECT_EQ(_log.Count("PipeServer::PipeServer: Constructor called"),
+            _log.Count("PipeServer::~PipeServer: Destructor called"));
+  EXPECT_EQ(_log.Count("ShutdownAllPipes: Leave"), 6);
+  EXPECT_FALSE(_log.Has("Terminating thread"));
+}
+
+}  // namespace

@@ -1,0 +1,57 @@
+/// tagwrightctl as it is used: its exit code and what it did.
+#include <gmock/gmock.h>
+
+#include "process/process_fixture.h"
+
+namespace {
+
+class TagwrightctlTest : public ProcessTest {
+ protected:
+  static DWORD Run(const std::string& arguments) {
+    Program ctl;
+    ctl.Start("tagwrightctl", arguments);
+    return ctl.WaitForExit().value_or(~DWORD{0});
+  }
+  static std::string Job(const std::string& name) {
+    return "\"" + std::string(TAGWRIGHT_EXAMPLES_DIR) + "/" + name + "\" ";
+  }
+  static std::string Tag() { return ReadWholeFile(SimulatorFolder() / "USB001.json"); }
+};
+
+TEST_F(TagwrightctlTest, RunsJobsInAProcessOfItsOwn) {
+  EXPECT_EQ(Run("run " + Job("card.xml")), 0U);
+  const std::string encoded = Tag();
+  EXPECT_NE(encoded.find("E200"), std::string::npos) << encoded;
+  EXPECT_EQ(Run("run " + Job("card.xml")), 1U) << "its EPC is locked now";
+  EXPECT_EQ(Tag(), encoded);
+  EXPECT_EQ(Run("run --control 1 " + Job("rewrite-card.xml") + Job("kill.xml")), 0U);
+  EXPECT_EQ(_log.Count("wmain: Tagwright Exit"), 3);
+}
+
+TEST_F(TagwrightctlTest, SendsItsVerbsOnOneConnection) {
+  _tagwright.Start("tagwright", "/n " + _pipeName);
+  { _tagwright.Connect(_client, _pipeName); }
+  const std::string send = "send --pipe " + _pipeName + " ";
+  EXPECT_EQ(Run(send + "shutdown"), 5U) << "the pipe has its one client";
+  _client.Expect(0, 0x100);
+  ExpectExit();
+  EXPECT_EQ(Run(send + "shutdown"), 4U) << "nobody serves the pipe";
+}
+
+TEST_F(TagwrightctlTest, TellsTimeOutFromAServerThatWentAway) {
+  ScriptFaults(R"({"WriteEPC": {"fault": "hang"}})");
+  EXPECT_EQ(Run("run --timeout 300 " + Job("encode-epc.xml")), 7U);
+  ScriptFaults(R"({"ZebraSDK": {"fault": "throw-unknown"}})");
+  EXPECT_EQ(Run("run " + Job("encode-epc.xml")), 6U);
+}
+
+TEST_F(TagwrightctlTest, SetsTheLogMask) {
+  EXPECT_EQ(Run("log-mask errors,file"), 0U);
+  StartTagwright();
+  _client.Expect(0, 0x100);
+  ExpectExit();
+  EXPECT_EQ(_log.Content(), "");
+  EXPECT_EQ(Run("log-mask errors,nonsense"), 2U);
+}
+
+}  // namespace
