@@ -22,7 +22,8 @@
 #define WIN32_LEAN_AND_MEAN
 #endif
 
-// clang-format off: the other headers need windows.h before them and say so nowhere
+// The other headers need windows.h before them and say so nowhere.
+// clang-format off
 #include <windows.h>
 
 #include <dbghelp.h>
