@@ -4,7 +4,6 @@
 #include <string>
 
 #include "common/scratch_key.h"
-#include "common/test_thread.h"
 
 namespace {
 
@@ -76,23 +75,6 @@ TEST_F(Registry, DeletesKeysWithoutSubkeysEvenWhileOpen) {
   EXPECT_EQ(RegDeleteKeyW(parent, TEXT("c")), ERROR_FILE_NOT_FOUND);
   EXPECT_EQ(Set(child, TEXT("V"), "1"), ERROR_KEY_DELETED);
   EXPECT_EQ(Find(scratch.Create(TEXT("P\\C")), TEXT("V")), ERROR_FILE_NOT_FOUND);
-}
-
-TEST_F(Registry, StaysUsableWhenAWritingThreadIsTerminated) {
-  const HKEY key = scratch.Create(TEXT("T"));
-  const HANDLE written = CreateEventW(nullptr, FALSE, FALSE, nullptr);
-  for (int round = 0; round < 10; ++round) {
-    TestThread writer([&]() -> unsigned {
-      for (char text = 0;; ++text) {
-        Set(key, TEXT("V"), std::string(1, text));
-        SetEvent(written);
-      }
-    });
-    ASSERT_EQ(WaitForSingleObject(written, TestThread::kBoundMs), WAIT_OBJECT_0);
-    TerminateThread(writer.Handle(), 260);
-    ASSERT_EQ(Set(key, TEXT("Other"), "1"), ERROR_SUCCESS);
-  }
-  CloseHandle(written);
 }
 
 }  // namespace
