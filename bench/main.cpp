@@ -1,6 +1,6 @@
 /// tagwright_bench: round trips of a real tagwright process beside bare echoes of the same run;
 /// with
-/// --lifetime how the process grows and ends.
+/// --lifetime how the process grows and ends, with --crashes what a crash costs.
 ///
 /// Everything happens under the caller's state root, with the log mask that is set there; the jobs
 /// go to a simulated tag of their own, at the port address "bench".
@@ -9,6 +9,7 @@
 #include <stdexcept>
 #include <thread>
 
+#include "bench/crashes.h"
 #include "bench/echo.h"
 #include "bench/lifetime.h"
 #include "bench/resident_memory.h"
@@ -128,6 +129,8 @@ extern "C" int wmain(int argc, WCHAR** argv) {
       ->capture_default_str();
   bool lifetime = false;
   app.add_flag("--lifetime", lifetime, "Measure how the process grows and ends");
+  bool crashes = false;
+  app.add_flag("--crashes", crashes, "Measure how soon a crash is reported");
   std::string drivenPipe;
   app.add_option("--play-driver", drivenPipe)->group("");
   bool control = false;
@@ -142,7 +145,13 @@ extern "C" int wmain(int argc, WCHAR** argv) {
           control ? Tagwright::ServerKind::kController : Tagwright::ServerKind::kEncoder);
     }
     PrintBuild();
-    lifetime ? Bench::MeasureLifetime() : Measure(repetitions);
+    if (lifetime) {
+      Bench::MeasureLifetime();
+    } else if (crashes) {
+      Bench::MeasureCrashes(repetitions);
+    } else {
+      Measure(repetitions);
+    }
   } catch (const CLI::ParseError& error) {
     return app.exit(error);
   } catch (const std::exception& error) {

@@ -20,6 +20,21 @@ int Deeper(int depth) {
   return Deeper(depth + 1) + frame[0];
 }
 
+void ThrowIfEnough() {
+  if (enough) throw 0;
+}
+
+struct Local {
+  ~Local() { sink = 0; }
+};
+
+[[gnu::noinline]] void CrashBesideADestructor() {
+  const Local local;
+  ThrowIfEnough();
+  sink = *nowhere;
+  ThrowIfEnough();
+}
+
 }  // namespace
 
 void CrashByReading() { sink = *nowhere; }
@@ -29,5 +44,7 @@ void CrashByDividing() { sink = one / zero; }
 void CrashByIllegalInstruction() { __builtin_trap(); }
 
 void CrashByUsingUpTheStack() { sink = Deeper(0); }
+
+void CrashUnderNoexcept() noexcept { CrashBesideADestructor(); }
 
 }  // namespace Simulator

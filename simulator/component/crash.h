@@ -8,4 +8,7 @@ void CrashByDividing();
 void CrashByIllegalInstruction();
 void CrashByUsingUpTheStack();
 
+/// The others' crashes unwind; this one's exception finds no way out.
+void CrashUnderNoexcept() noexcept;
+
 }  // namespace Simulator

@@ -51,6 +51,9 @@ bool PlayFault(const Fault& fault, std::string_view member) {
     case FaultKind::kCrashStack:
       CrashByUsingUpTheStack();
       break;
+    case FaultKind::kCrashNoexcept:
+      CrashUnderNoexcept();
+      break;
     case FaultKind::kNone:
     case FaultKind::kDelay:
       break;

@@ -24,6 +24,7 @@ FaultKind KindOf(const std::string& name) {
       {"crash-divide", FaultKind::kCrashDivide},
       {"crash-illegal", FaultKind::kCrashIllegal},
       {"crash-stack", FaultKind::kCrashStack},
+      {"crash-noexcept", FaultKind::kCrashNoexcept},
   };
   const auto found = kKinds.find(name);
   if (found == kKinds.end()) throw std::invalid_argument("no such fault: " + name);

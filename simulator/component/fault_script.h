@@ -25,6 +25,7 @@ enum class FaultKind {
   kCrashDivide,     ///< "crash-divide": divides an integer by zero
   kCrashIllegal,    ///< "crash-illegal": executes an illegal instruction
   kCrashStack,      ///< "crash-stack": recurses until the stack is used up
+  kCrashNoexcept,   ///< "crash-noexcept": crashes where no exception gets out
 };
 
 struct Fault {

@@ -5,8 +5,8 @@
 #include <utility>
 
 #include "sdk/call_result.h"
+#include "sdk/component_guard.h"
 #include "sdk/component_library.h"
-#include "support/oexception.h"
 
 namespace Tagwright {
 namespace {
@@ -15,18 +15,6 @@ namespace {
 TagwrightText WideText(const OString& text) {
   const WCHAR* characters = text.wstring();
   return {characters, std::char_traits<WCHAR>::length(characters)};
-}
-
-/// Runs one call of the component. A crash in it arrives as an OException, with the stack ready for
-/// the next one: after an overflow it would otherwise have no guard any more.
-template <class Work>
-void CallGuarded(Work&& work) {
-  try {
-    work();
-  } catch (const OException& exception) {
-    if (exception.ErrorCode() == ERROR_STACK_OVERFLOW) _resetstkoflw();
-    throw;
-  }
 }
 
 }  // namespace
@@ -49,7 +37,7 @@ void ComponentObject::Dispose() noexcept {
   // Nobody is left to whom a failed disposal could be reported, a crash in it included.
   try {
     TagwrightCallResult ignored{};
-    CallGuarded([&] { Component().DisposeObject(std::exchange(_object, nullptr), &ignored); });
+    GuardComponentCall([&] { Component().DisposeObject(std::exchange(_object, nullptr), &ignored); });
   } catch (...) {
   }
 }
@@ -57,7 +45,7 @@ void ComponentObject::Dispose() noexcept {
 ComponentObject ComponentObject::Create() {
   TagwrightCallResult result{};
   ComponentObject created;
-  CallGuarded([&] { created._object = Component().CreateObject(&result); });
+  GuardComponentCall([&] { created._object = Component().CreateObject(&result); });
   ReturnOrThrow(result);
   if (created._object == nullptr) throw std::runtime_error("The component created no object");
   return created;
@@ -65,14 +53,14 @@ ComponentObject ComponentObject::Create() {
 
 void ComponentObject::TestManagedCodeAccessible() {
   TagwrightCallResult result{};
-  CallGuarded([&] { Component().TestManagedCodeAccessible(&result); });
+  GuardComponentCall([&] { Component().TestManagedCodeAccessible(&result); });
   ReturnOrThrow(result);
 }
 
 template <class Member, class... Arguments>
 bool ComponentObject::Call(Member member, Arguments... arguments) {
   TagwrightCallResult result{};
-  CallGuarded([&] { (Component().*member)(_object, arguments..., &result); });
+  GuardComponentCall([&] { (Component().*member)(_object, arguments..., &result); });
   return ReturnOrThrow(result);
 }
 

@@ -12,10 +12,10 @@ class TestThread {
  public:
   static constexpr DWORD kBoundMs = 60000;
 
-  explicit TestThread(std::function<unsigned()> body)
+  explicit TestThread(std::function<unsigned()> body, unsigned stackBytes = 0)
       : _body(std::make_unique<std::function<unsigned()>>(std::move(body))),
-        _handle(
-            reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, Run, _body.get(), 0, nullptr))) {}
+        _handle(reinterpret_cast<HANDLE>(
+            _beginthreadex(nullptr, stackBytes, Run, _body.get(), 0, nullptr))) {}
   /// Waits for the body's end; a body that does not end fails the test and is terminated. (Not at
   /// once: a thread terminated on its way out may hold locks of the process for good.)
   ~TestThread() {

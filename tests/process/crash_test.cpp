@@ -23,9 +23,11 @@ class CrashTest : public ProcessTest {
 };
 
 TEST_F(CrashTest, ACallThatCrashesFailsItsJobAndNothingElse) {
+  const ProductLog component("Brennick Tagwright.Managed");
   StartTagwright();
   int count = 0;
-  for (const char* kind : {"crash-read", "crash-divide", "crash-illegal", "crash-stack"}) {
+  for (const char* kind :
+       {"crash-read", "crash-divide", "crash-illegal", "crash-stack", "crash-noexcept"}) {
     for (int round = 0; round < 2; ++round) {
       Crash("WriteEPC", kind);
       _client.Expect(200003, 0x200, Example("encode-epc.xml"));
@@ -38,14 +40,17 @@ TEST_F(CrashTest, ACallThatCrashesFailsItsJobAndNothingElse) {
   }
   for (const auto& [kind, code] :
        {std::pair{"crash-read", "C0000005"}, std::pair{"crash-divide", "C0000094"},
-        std::pair{"crash-illegal", "C000001D"}, std::pair{"crash-stack", "C00000FD"}}) {
+        std::pair{"crash-illegal", "C000001D"}, std::pair{"crash-stack", "C00000FD"},
+        std::pair{"crash-noexcept", "C0000005"}}) {
     Crash("TestManagedCodeAccessible", kind);
     _client.Expect(200003, 0x200, Example("encode-epc.xml"));
     EXPECT_TRUE(_log.Has(std::string("DLLs are missing. ExceptionCode:") + code)) << kind;
   }
-  ProductLog component("Brennick Tagwright.Managed");
   Crash("Connect", "crash-read");
   _client.Expect(200003, 0x200, Example("encode-epc.xml"));
+  EXPECT_TRUE(
+      component.Has("ZebraSDKManagedBridge::Connect Unknown exception - likely a structured "
+                    "exception handler exception"));
   Crash("Dispose", "crash-read");
   _client.Expect(0, 0x200, Example("encode-epc.xml"));
   _client.Expect(0, 0x100);

@@ -5,7 +5,6 @@
 #include <set>
 
 #include "common/dump_folder.h"
-#include "common/on_wine.h"
 #include "common/product_log.h"
 #include "common/test_thread.h"
 #include "support/oevent_log.h"
@@ -34,6 +33,16 @@ int Recurse(int depth) {
   return zero == 0 ? Recurse(depth + 1) + frame[0] : 0;
 }
 void Overflow() { sink = Recurse(0); }
+
+int locals = 0;
+struct Local {
+  int number;
+  ~Local() { --locals; }
+};
+int RecurseWithLocal(int depth) {
+  const Local local{++locals};
+  return zero == 0 ? RecurseWithLocal(depth + 1) + local.number : 0;
+}
 
 struct Crash {
   void (*function)();
@@ -90,8 +99,6 @@ TEST(SeTranslation, EveryCodeHasItsErrorCodeAndText) {
 void SurviveEveryCrash() {
   const OExceptionHandler outer("outer", 0);
   for (const Crash& crash : kCrashes) {
-    // Wine leaves no room on a used up stack to handle that.
-    if (crash.code == EXCEPTION_STACK_OVERFLOW && OnWine()) continue;
     { const OExceptionHandler inner("inner", 0); }
     bool isUnwound = false;
     try {
@@ -112,6 +119,43 @@ TEST(StructuredExceptions, ArriveInTheCatchBlocksOfTheirThread) {
     SurviveEveryCrash();
     TestThread([] { return SurviveEveryCrash(), 0U; }).Join();
   }
+}
+
+/// The stack ends in another instruction each time, some of which set up the function's frame.
+TEST(StructuredExceptions, DestroyLocalsWhereverTheStackEnds) {
+  constexpr unsigned kSmallStackBytes = 512 * 1024;
+  constexpr std::size_t kAlignment = 16;
+  for (std::size_t shift = kAlignment; shift <= 8 * kAlignment; shift += kAlignment) {
+    TestThread(
+        [shift] {
+          const OExceptionHandler handler("handler", 0);
+          static_cast<volatile char*>(__builtin_alloca(shift))[0] = 0;
+          try {
+            sink = RecurseWithLocal(0);
+          } catch (const OException& exception) {
+            EXPECT_EQ(exception.ErrorCode(), ERROR_STACK_OVERFLOW);
+          }
+          EXPECT_EQ(locals, 0);
+          return 0U;
+        },
+        kSmallStackBytes)
+        .Join();
+  }
+}
+
+/// The failing instruction is the first that the catch block is for.
+[[gnu::noinline, gnu::optimize("O2")]] bool Catches(volatile int* address) {
+  try {
+    *address = 1;
+  } catch (const OException&) {
+    return true;
+  }
+  return false;
+}
+
+TEST(StructuredExceptions, ArriveFromTheFirstInstructionOfATryBlock) {
+  const OExceptionHandler handler("handler", 0);
+  EXPECT_TRUE(Catches(nowhere));
 }
 
 class CrashReport : public testing::Test {

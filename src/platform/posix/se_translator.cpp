@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "platform/posix/kernel/crash_site.h"
+#include "platform/posix/kernel/failed_function.h"
 #include "platform/posix/kernel/kernel_scope.h"
 #include "platform/posix/kernel/thread.h"
 
@@ -119,6 +120,8 @@ void OnCrash(int signal, siginfo_t* info, void* registers) {
   if (t_translator != nullptr && t_site != nullptr && !isSent) {
     DescribeCrash(signal, *info, registers, *t_site);
     CopyStack(*t_site);
+    if (t_site->record.ExceptionCode == EXCEPTION_STACK_OVERFLOW) OpenStackReserve(*t_site);
+    platform::LeaveFailedFunction(*static_cast<ucontext_t*>(registers));
     t_translator(t_site->record.ExceptionCode, &t_site->pointers);
   }
   LeaveToPreviousHandler(signal, *info);
@@ -136,6 +139,11 @@ void InstallSignalHandlers() {
 }
 
 }  // namespace
+
+int _resetstkoflw() {
+  if (t_site != nullptr) CloseStackReserve(*t_site);
+  return 1;
+}
 
 SeTranslator _set_se_translator(SeTranslator translator) {
   const KernelScope scope;

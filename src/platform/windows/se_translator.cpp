@@ -2,6 +2,32 @@
 
 #include <utility>
 
+#include "platform/exception_table.h"
+
+/// What handles exceptions in this program's functions.
+extern "C" void __gxx_personality_seh0();
+
+/// Aligns the stack, which an instruction that fails need not have done, and calls the translator.
+extern "C" void TagwrightEnterTranslator();
+asm(R"(
+    .text
+    .globl TagwrightEnterTranslator
+    .def TagwrightEnterTranslator; .scl 2; .type 32; .endef
+    .seh_proc TagwrightEnterTranslator
+TagwrightEnterTranslator:
+    pushq %rbp
+    .seh_pushreg %rbp
+    movq %rsp, %rbp
+    .seh_setframe %rbp, 0
+    .seh_endprologue
+    cld
+    andq $-16, %rsp
+    subq $32, %rsp
+    call TagwrightCallTranslator
+    ud2
+    .seh_endproc
+)");
+
 namespace {
 
 /// What a thread with a translator keeps. The records that the system passes lie on the stack that
@@ -42,28 +68,98 @@ bool IsForTranslators(DWORD code) {
          code == static_cast<DWORD>(EXCEPTION_BREAKPOINT);
 }
 
+bool IsInProlog(const RUNTIME_FUNCTION& function, DWORD64 image, DWORD64 offset) {
+  constexpr int kPrologSizeByte = 1;  // Of the unwind information.
+  return offset < reinterpret_cast<const BYTE*>(image + function.UnwindData)[kPrologSizeByte];
+}
+
+/// Where a call made by the instruction that failed would return to. The exception table is looked
+/// up just before that address: it has to lie behind the instruction's first byte. A function whose
+/// table does not expect the instruction to fail, as none does while the function sets up its
+/// frame, is left: its own call is the one that failed then.
+DWORD64 LeaveFailedInstruction(CONTEXT& registers) {
+  DWORD64 image = 0;
+  RUNTIME_FUNCTION* const function = RtlLookupFunctionEntry(registers.Rip, &image, nullptr);
+  if (function == nullptr) return registers.Rip + 1;
+  const DWORD64 offset = registers.Rip - image - function->BeginAddress;
+  CONTEXT caller = registers;
+  void* table = nullptr;
+  DWORD64 frame = 0;
+  const auto handler = reinterpret_cast<void (*)()>(RtlVirtualUnwind(
+      UNW_FLAG_EHANDLER, image, registers.Rip, function, &caller, &table, &frame, nullptr));
+  const bool isUnexpected = handler == &__gxx_personality_seh0 &&
+                            !platform::IsInExceptionTable(static_cast<BYTE*>(table), offset);
+  if (!isUnexpected && !IsInProlog(*function, image, offset)) return registers.Rip + 1;
+  registers = caller;
+  return registers.Rip;
+}
+
+MEMORY_BASIC_INFORMATION MemoryAt(const void* address) {
+  MEMORY_BASIC_INFORMATION memory{};
+  VirtualQuery(address, &memory, sizeof memory);
+  return memory;
+}
+
+/// Whether the calling thread could push something there.
+bool IsOnStack(DWORD64 stackPointer) {
+  const auto* const below = reinterpret_cast<const DWORD64*>(stackPointer) - 1;
+  const auto memory = MemoryAt(below);
+  return memory.AllocationBase == MemoryAt(&memory).AllocationBase &&
+         memory.Protect == PAGE_READWRITE && stackPointer % sizeof(*below) == 0;
+}
+
+/// Goes on, once all handlers have returned, as if the instruction had called the translator: then
+/// the translator's exception finds its way by what the compiler has laid down for calls.
 LONG CALLBACK OnException(EXCEPTION_POINTERS* pointers) {
   if (!IsForTranslators(pointers->ExceptionRecord->ExceptionCode)) return EXCEPTION_CONTINUE_SEARCH;
   ThreadState* const state = CurrentState();
   if (state == nullptr || state->translator == nullptr) return EXCEPTION_CONTINUE_SEARCH;
+  CONTEXT& registers = *pointers->ContextRecord;
+  if (!IsOnStack(registers.Rsp)) return EXCEPTION_CONTINUE_SEARCH;
   state->record = *pointers->ExceptionRecord;
-  state->context = *pointers->ContextRecord;
-  state->translator(state->record.ExceptionCode, &state->pointers);
-  return EXCEPTION_CONTINUE_SEARCH;
+  state->context = registers;
+  const DWORD64 returnAddress = LeaveFailedInstruction(registers);
+  registers.Rsp -= sizeof(returnAddress);
+  *reinterpret_cast<DWORD64*>(registers.Rsp) = returnAddress;
+  registers.Rip = reinterpret_cast<DWORD64>(&TagwrightEnterTranslator);
+  return EXCEPTION_CONTINUE_EXECUTION;
+}
+
+/// Makes sure that a used up stack is told of while there is room to handle that. A system that has
+/// the whole stack committed, with its guard page at the very end, does not heed the guarantee
+/// (Wine); then the guard is put where the guarantee begins.
+void ReserveStackForHandler() {
+  ULONG guaranteeBytes = kStackGuaranteeBytes;
+  SetThreadStackGuarantee(&guaranteeBytes);
+  SYSTEM_INFO system{};
+  GetSystemInfo(&system);
+  auto* const stack = static_cast<BYTE*>(MemoryAt(&system).AllocationBase);
+  BYTE* const guard = stack + system.dwPageSize + kStackGuaranteeBytes;
+  const auto memory = MemoryAt(guard);
+  if (memory.State != MEM_COMMIT || memory.Protect != PAGE_READWRITE) return;
+  DWORD previous = 0;
+  VirtualProtect(guard, system.dwPageSize, PAGE_READWRITE | PAGE_GUARD, &previous);
 }
 
 ThreadState& PrepareThread() {
   static const void* const handler = AddVectoredExceptionHandler(1, OnException);
   static_cast<void>(handler);
   if (ThreadState* const state = CurrentState()) return *state;
-  ULONG guaranteeBytes = kStackGuaranteeBytes;
-  SetThreadStackGuarantee(&guaranteeBytes);
+  ReserveStackForHandler();
   auto* const state = new ThreadState;
   FlsSetValue(StateSlot(), state);
   return *state;
 }
 
 }  // namespace
+
+extern "C" void TagwrightCallTranslator() {
+  ThreadState& state = *CurrentState();
+  state.translator(state.record.ExceptionCode, &state.pointers);
+  // It did not throw: the instruction fails again, and nobody translates that.
+  state.translator = nullptr;
+  RtlRestoreContext(&state.context, nullptr);
+}
 
 SeTranslator _set_se_translator(SeTranslator translator) {
   return std::exchange(PrepareThread().translator, translator);

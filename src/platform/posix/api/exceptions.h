@@ -61,6 +61,6 @@ struct EXCEPTION_POINTERS {
   CONTEXT* ContextRecord;
 };
 
-/// Makes a stack that has overflowed usable once more. Here its guard stays where it is: nothing to
-/// do, never fails.
-inline int _resetstkoflw() { return 1; }
+/// Gives the calling thread's stack its guard back after it has overflowed; call it when the stack
+/// has been left far enough. Never fails (0 would be failure).
+int _resetstkoflw();

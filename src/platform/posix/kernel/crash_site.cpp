@@ -27,9 +27,12 @@ void FindStack(CrashSite& site) {
   void* low = nullptr;
   std::size_t sizeBytes = 0;
   pthread_attr_getstack(&attributes, &low, &sizeBytes);
+  std::size_t guardBytes = 0;
+  pthread_attr_getguardsize(&attributes, &guardBytes);
   pthread_attr_destroy(&attributes);
   site.stackLow = reinterpret_cast<ULONG_PTR>(low);
   site.stackHigh = site.stackLow + sizeBytes;
+  site.reserveBytes = guardBytes > kPageBytes ? guardBytes - kPageBytes : 0;
 }
 
 bool UseAlternateStack(CrashSite& site) {
@@ -44,6 +47,12 @@ void StopUsingAlternateStack(const CrashSite& site) {
   if (stack.ss_sp != site.alternateStack) return;
   stack.ss_flags = SS_DISABLE;
   sigaltstack(&stack, nullptr);
+}
+
+void ProtectStackReserve(const CrashSite& site, int protection) {
+  if (site.reserveBytes == 0) return;
+  mprotect(reinterpret_cast<void*>(site.stackLow - site.reserveBytes), site.reserveBytes,
+           protection);
 }
 
 }  // namespace
@@ -61,6 +70,7 @@ OwnedCrashSite PrepareCrashSite() {
   OwnedCrashSite site(new (memory) CrashSite);
   site->pointers = {&site->record, &site->context};
   FindStack(*site);
+  CloseStackReserve(*site);  // The stack may be that of a thread which has ended with it open.
   return UseAlternateStack(*site) ? std::move(site) : nullptr;
 }
 
@@ -68,6 +78,10 @@ void CrashSiteDeleter::operator()(CrashSite* site) const {
   StopUsingAlternateStack(*site);
   munmap(reinterpret_cast<BYTE*>(site) - kPageBytes, kMappedBytes);
 }
+
+void OpenStackReserve(const CrashSite& site) { ProtectStackReserve(site, PROT_READ | PROT_WRITE); }
+
+void CloseStackReserve(const CrashSite& site) { ProtectStackReserve(site, PROT_NONE); }
 
 const CrashSite* FindCrashSite(const EXCEPTION_POINTERS* pointers) {
   const CrashSite* const site = Thread::Current().FindCrashSite();

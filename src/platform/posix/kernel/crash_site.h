@@ -12,6 +12,10 @@
 
 namespace platform {
 
+/// The guard of a thread's stack: a page that nothing may ever touch, and above it the room in
+/// which the exception of a used up stack finds its way.
+constexpr std::size_t kStackGuardBytes = 132 * 1024;
+
 struct CrashSite {
   /// Enough for the frames of all that matter; of a used up stack only the innermost frames fit.
   static constexpr std::size_t kStackCopyBytes = 512 * 1024;
@@ -24,6 +28,8 @@ struct CrashSite {
   /// Lowest and one past the highest address of the thread's own stack.
   ULONG_PTR stackLow;
   ULONG_PTR stackHigh;
+  /// What lies below stackLow for the handling of a used up stack; 0 when the thread has none.
+  std::size_t reserveBytes;
   /// Where the copied part of the stack begins and how long it is; 0 bytes before the first crash.
   ULONG_PTR copyStart;
   std::size_t copyBytes;
@@ -39,6 +45,11 @@ using OwnedCrashSite = std::unique_ptr<CrashSite, CrashSiteDeleter>;
 /// A site for the calling thread, whose signals go to its alternate stack from now on; null when
 /// there is no memory. A page that nothing may touch lies below and above.
 OwnedCrashSite PrepareCrashSite();
+
+/// Makes the reserve below the calling thread's stack usable, or unusable again. May be called in
+/// signal handlers.
+void OpenStackReserve(const CrashSite& site);
+void CloseStackReserve(const CrashSite& site);
 
 /// The site of the calling thread that the pointers belong to; null when they are not a crash's.
 const CrashSite* FindCrashSite(const EXCEPTION_POINTERS* pointers);

@@ -17,11 +17,13 @@ namespace {
 
 [[gnu::tls_model("initial-exec")]] constinit thread_local Thread* t_current = nullptr;
 
-/// Thread attributes with a stack size, freed at the end of the scope.
+/// Thread attributes with a stack size and a guard that leaves room to handle a used up stack; freed
+/// at the end of the scope.
 class ThreadAttributes {
  public:
   explicit ThreadAttributes(std::size_t stackSizeBytes) {
     pthread_attr_init(&_attributes);
+    pthread_attr_setguardsize(&_attributes, kStackGuardBytes);
     if (stackSizeBytes == 0) return;
     pthread_attr_setstacksize(&_attributes,
                               std::max<std::size_t>(stackSizeBytes, PTHREAD_STACK_MIN));

@@ -1,0 +1,60 @@
+#include "platform/posix/kernel/failed_function.h"
+
+#include <unwind.h>
+
+#include "platform/exception_table.h"
+
+namespace platform {
+namespace {
+
+struct Search {
+  ucontext_t& registers;
+  bool isFunctionFound = false;
+};
+
+/// The registers that a function leaves as they were, by their numbers in the unwinder (System V
+/// ABI for x86-64, "DWARF Register Number Mapping").
+constexpr struct {
+  int place;
+  int number;
+} kPreserved[] = {{REG_RBX, 3},  {REG_RBP, 6},  {REG_R12, 12},
+                  {REG_R13, 13}, {REG_R14, 14}, {REG_R15, 15}};
+
+bool Expects(_Unwind_Context* frame, _Unwind_Ptr instruction) {
+  const auto* const table = static_cast<const BYTE*>(_Unwind_GetLanguageSpecificData(frame));
+  return table == nullptr || IsInExceptionTable(table, instruction - _Unwind_GetRegionStart(frame));
+}
+
+/// The unwinder takes the instruction of a signal's registers as it is, that of a call from the
+/// byte before its return address.
+void BecomeCaller(ucontext_t& registers, _Unwind_Context* frame) {
+  auto& values = registers.uc_mcontext.gregs;
+  for (const auto& preserved : kPreserved) {
+    values[preserved.place] = static_cast<greg_t>(_Unwind_GetGR(frame, preserved.number));
+  }
+  values[REG_RSP] = static_cast<greg_t>(_Unwind_GetCFA(frame));
+  values[REG_RIP] = static_cast<greg_t>(_Unwind_GetIP(frame) - 1);
+}
+
+_Unwind_Reason_Code OnFrame(_Unwind_Context* frame, void* context) {
+  auto& search = *static_cast<Search*>(context);
+  if (search.isFunctionFound) {
+    BecomeCaller(search.registers, frame);
+    return _URC_NORMAL_STOP;
+  }
+  int isSignalled = 0;
+  const _Unwind_Ptr instruction = _Unwind_GetIPInfo(frame, &isSignalled);
+  if (isSignalled == 0) return _URC_NO_REASON;  // A frame of the handler's own.
+  if (Expects(frame, instruction)) return _URC_NORMAL_STOP;
+  search.isFunctionFound = true;
+  return _URC_NO_REASON;
+}
+
+}  // namespace
+
+void LeaveFailedFunction(ucontext_t& registers) {
+  Search search{registers};
+  _Unwind_Backtrace(OnFrame, &search);
+}
+
+}  // namespace platform
