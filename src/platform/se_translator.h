@@ -13,10 +13,14 @@ using SeTranslator = void (*)(unsigned code, EXCEPTION_POINTERS* pointers);
 /// the Windows runtime's; the function is this layer's own on both systems, because the runtime's
 /// does not reach the exceptions of this compiler.
 ///
-/// What the translator throws unwinds from the instruction that failed. So the code it passes has
-/// to be built with -fnon-call-exceptions; a function built without may lie on the way as long as
-/// the failing instruction is not in a function of its kind that has destructors to run or
-/// exceptions to catch: that ends the process, and so does a noexcept function on the way.
+/// What the translator throws unwinds from the instruction that failed, through code that has to be
+/// built with -fnon-call-exceptions. Where a function's exception table does not expect that
+/// instruction to fail, the call of the function has failed: its own destructors and catch blocks
+/// are passed over (Windows: in this program's own module; elsewhere that ends the process). A
+/// noexcept function on the way ends the process.
+///
+/// A used up stack is told of while there is room left for its exception; the guard that takes
+/// comes back with _resetstkoflw.
 ///
 /// Threads without a translator, C++ exceptions and the system's informational exceptions are left
 /// alone.

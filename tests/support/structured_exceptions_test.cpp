@@ -200,6 +200,8 @@ class CrashReport : public testing::Test {
 TEST_F(CrashReport, NamesTheDumpThatFillsTheFirstGap) {
   for (const char* name : {"bkcrash_0000.dmp", "bkcrash_0002.dmp"}) DumpFolder::Occupy(name);
   UseLibrary("no-such-library.dll");  // The system's is used instead.
+  char kept[24];
+  for (int i = 0; i < 24; ++i) kept[i] = static_cast<char>('A' + i * one);
   Report(Read);
   EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_ADDRESS});
   Report(Divide);
@@ -208,6 +210,7 @@ TEST_F(CrashReport, NamesTheDumpThatFillsTheFirstGap) {
   EXPECT_THAT(DumpFiles(),
               testing::ElementsAre(EndsWith("\\Brennick\\Drivers\\Dump\\bkcrash_0001.dmp"),
                                    DumpFolder::Path("bkcrash_0003.dmp")));
+  EXPECT_THAT(DumpFolder::Content(DumpFiles()[0]), HasSubstr(std::string(kept, sizeof kept)));
 }
 
 TEST_F(CrashReport, SaysWhenThereIsNoDump) {
