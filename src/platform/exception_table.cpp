@@ -20,23 +20,23 @@ ULONG_PTR ReadUnsignedLeb128(const BYTE*& at) {
 
 }  // namespace
 
-bool IsInExceptionTable(const BYTE* table, ULONG_PTR offset) {
+int FindCallSite(const BYTE* table, ULONG_PTR offset) {
   const BYTE landingPadBase = *table++;
-  if (landingPadBase != kOmitted) return true;
+  if (landingPadBase != kOmitted) return 0;
   const BYTE typeTable = *table++;
   if (typeTable != kOmitted) ReadUnsignedLeb128(table);
   const BYTE callSites = *table++;
-  if (callSites != kUnsignedLeb128) return true;
+  if (callSites != kUnsignedLeb128) return 0;
   const ULONG_PTR callSiteBytes = ReadUnsignedLeb128(table);
   const BYTE* const end = table + callSiteBytes;
-  while (table < end) {
+  for (int index = 0; table < end; ++index) {
     const ULONG_PTR start = ReadUnsignedLeb128(table);
     const ULONG_PTR length = ReadUnsignedLeb128(table);
     ReadUnsignedLeb128(table);  // The landing pad,
     ReadUnsignedLeb128(table);  // and what it is for.
-    if (start <= offset && offset < start + length) return true;
+    if (start <= offset && offset < start + length) return index;
   }
-  return false;
+  return kNoCallSite;
 }
 
 }  // namespace platform

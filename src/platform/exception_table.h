@@ -5,11 +5,13 @@
 
 namespace platform {
 
-/// Whether the C++ exception table of a function (its language-specific data, in the format of
+/// Which record of a function's C++ exception table (its language-specific data, in the format of
 /// GCC's `except_tab` sections: the call-site records of the Itanium C++ ABI's exception handling)
-/// has a record for the instruction at `offset` bytes from the function's start. An exception
-/// thrown from an instruction without one ends the process. Also true for a table of a form that no
+/// is for the instruction at `offset` bytes from the function's start; kNoCallSite when none is: an
+/// exception thrown from there ends the process. 0 for any offset when the table has a form that no
 /// compiler of this program writes.
-bool IsInExceptionTable(const BYTE* table, ULONG_PTR offset);
+int FindCallSite(const BYTE* table, ULONG_PTR offset);
+
+constexpr int kNoCallSite = -1;
 
 }  // namespace platform

@@ -9,7 +9,8 @@
 /// to stay as they are until the thread raises its next one or ends.
 using SeTranslator = void (*)(unsigned code, EXCEPTION_POINTERS* pointers);
 
-/// Installs the calling thread's translator, null for none, and returns the one before. The name is
+/// Installs the calling thread's translator, null for none, and returns the one before. Without
+/// memory for it the thread goes without. The name is
 /// the Windows runtime's; the function is this layer's own on both systems, because the runtime's
 /// does not reach the exceptions of this compiler.
 ///

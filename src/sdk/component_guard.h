@@ -9,9 +9,9 @@ namespace Tagwright {
 /// Calls `call(argument)`, on any thread; calls of one thread do not nest. A crash in it is thrown
 /// as the OException of the thread's structured exceptions, and the stack is fit for the next one.
 ///
-/// The exception runs the destructors of the component's code as far as that was built for it. Code
-/// that was not has the runtime end the process instead; that, and a second crash on the way, is
-/// met by leaving the rest of the component's frames as they are.
+/// The exception runs the destructors of the component's code as far as that was built for it.
+/// Where it finds no way out, and at a second crash in the same call, the rest of the component's
+/// frames is left as it is, destructors and all.
 void GuardComponentCall(void (*call)(void*), void* argument);
 
 template <class Call>

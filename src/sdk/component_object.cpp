@@ -37,7 +37,9 @@ void ComponentObject::Dispose() noexcept {
   // Nobody is left to whom a failed disposal could be reported, a crash in it included.
   try {
     TagwrightCallResult ignored{};
-    GuardComponentCall([&] { Component().DisposeObject(std::exchange(_object, nullptr), &ignored); });
+    const auto& component = Component();
+    auto* const object = std::exchange(_object, nullptr);
+    GuardComponentCall([&] { component.DisposeObject(object, &ignored); });
   } catch (...) {
   }
 }
@@ -45,7 +47,8 @@ void ComponentObject::Dispose() noexcept {
 ComponentObject ComponentObject::Create() {
   TagwrightCallResult result{};
   ComponentObject created;
-  GuardComponentCall([&] { created._object = Component().CreateObject(&result); });
+  const auto& component = Component();
+  GuardComponentCall([&] { created._object = component.CreateObject(&result); });
   ReturnOrThrow(result);
   if (created._object == nullptr) throw std::runtime_error("The component created no object");
   return created;
@@ -53,14 +56,16 @@ ComponentObject ComponentObject::Create() {
 
 void ComponentObject::TestManagedCodeAccessible() {
   TagwrightCallResult result{};
-  GuardComponentCall([&] { Component().TestManagedCodeAccessible(&result); });
+  const auto& component = Component();
+  GuardComponentCall([&] { component.TestManagedCodeAccessible(&result); });
   ReturnOrThrow(result);
 }
 
 template <class Member, class... Arguments>
 bool ComponentObject::Call(Member member, Arguments... arguments) {
   TagwrightCallResult result{};
-  GuardComponentCall([&] { (Component().*member)(_object, arguments..., &result); });
+  const auto function = Component().*member;
+  GuardComponentCall([&] { function(_object, arguments..., &result); });
   return ReturnOrThrow(result);
 }
 

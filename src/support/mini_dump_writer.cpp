@@ -1,5 +1,6 @@
 #include "support/mini_dump_writer.h"
 
+#include "platform/se_translator.h"
 #include "support/ofile.h"
 #include "support/oregistry.h"
 #include "support/osynchronizer.h"
@@ -87,8 +88,12 @@ bool WriteWith(const ScopedLibrary& library, EXCEPTION_POINTERS* pointers, OStri
   exception.ThreadId = GetCurrentThreadId();
   exception.ExceptionPointers = pointers;
   exception.ClientPointers = TRUE;
-  return writeDump(GetCurrentProcess(), GetCurrentProcessId(), file.Get(), kDumpType, &exception,
-                   nullptr, nullptr) != FALSE;
+  // The library handles the bad addresses it meets by itself.
+  const SeTranslator translator = _set_se_translator(nullptr);
+  const BOOL isWritten = writeDump(GetCurrentProcess(), GetCurrentProcessId(), file.Get(),
+                                   kDumpType, &exception, nullptr, nullptr);
+  _set_se_translator(translator);
+  return isWritten != FALSE;
 }
 
 }  // namespace

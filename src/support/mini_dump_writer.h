@@ -10,5 +10,6 @@
 /// LOCAL_MACHINE:Software/Brennick/Drivers/Debug/dbghelp names, else "dbghelp.dll".
 ///
 /// True when the dump was written. `fileName` is set as soon as the file has been created; a file
-/// that could not be filled stays. Threads and processes that write dumps take turns.
+/// that could not be filled stays. Threads and processes that write dumps take turns; nobody waits
+/// longer than a minute for his.
 bool WriteMiniDumpFile(EXCEPTION_POINTERS* pointers, OString& fileName);

@@ -31,8 +31,8 @@ void OExceptionHandler::Handle(const OException& exception) {
   if ((_flags & kReportToLog) != 0) {
     try {
       Report(exception, dump);
-    } catch (const std::bad_alloc&) {
-      // What ran out of memory may leave none for the report: the last error alone tells of it.
+    } catch (...) {
+      // Memory may have run out, or the heap be damaged: the last error alone tells of it.
     }
   }
   if ((_flags & kSetLastError) != 0) {
@@ -41,7 +41,7 @@ void OExceptionHandler::Handle(const OException& exception) {
   }
 }
 
-bool OExceptionHandler::WriteMiniDump(EXCEPTION_POINTERS* pointers) {
+bool OExceptionHandler::WriteMiniDump(EXCEPTION_POINTERS* pointers) try {
   OString fileName;
   const bool isWritten = WriteMiniDumpFile(pointers, fileName);
   if (fileName.IsEmpty()) return false;
@@ -49,6 +49,8 @@ bool OExceptionHandler::WriteMiniDump(EXCEPTION_POINTERS* pointers) {
   const std::size_t length = std::min(std::strlen(name), std::size(_dumpFileName) - 1);
   *std::copy_n(name, length, _dumpFileName) = 0;
   return isWritten;
+} catch (...) {
+  return false;  // What the crash has left behind may make this crash as well.
 }
 
 void OExceptionHandler::Report(const OException& exception, Dump dump) {

@@ -5,13 +5,14 @@
 #include <cstdio>
 
 #include "common/dump_folder.h"
-#include "common/victim.h"
+#include "common/test_thread.h"
 #include "platform/posix/kernel/state_paths.h"
 #include "support/thread_guard.h"
 
 namespace {
 
 using testing::ContainsRegex;
+using testing::HasSubstr;
 
 int* volatile nowhere = nullptr;
 volatile int sink = 0;
@@ -24,6 +25,12 @@ volatile int sink = 0;
   FunctionThatCrashes();
   sink = 2;
 }
+
+/// Made up while the program runs, so that the program's file does not hold it.
+void Mark(char (&text)[32], int step) {
+  for (int i = 0; i < 32; ++i) text[i] = static_cast<char>('!' + i * step);
+}
+char inData[32];
 
 std::string OutputOf(const std::string& command) {
   std::string output;
@@ -48,6 +55,23 @@ TEST(CrashDumps, TheDebuggerShowsWhereItCrashedAndHowItGotThere) {
   EXPECT_THAT(output, ContainsRegex("frame #1: .*FunctionThatCallsIt"));
   EXPECT_THAT(output, ContainsRegex("frame #[0-9]+: .*`main"));
   EXPECT_THAT(output, ContainsRegex("SIGSEGV"));
+}
+
+TEST(CrashDumps, HoldOtherThreadsStacksAndTheProgramsData) {
+  const DumpFolder dumps;
+  char onStack[32];
+  Mark(onStack, 2);
+  Mark(inData, 3);
+  TestThread([&onStack] {
+    OExceptionHandler handler("Worker::Run", 0);
+    // What points there must not keep more than itself out of the dump.
+    const void* const pointers[] = {onStack + 2048, inData};
+    RunGuarded(handler, [&pointers] { sink = *nowhere + static_cast<int>(*pointers != nullptr); });
+    return 0U;
+  }).Join();
+  const std::string dump = DumpFolder::Content(DumpFolder::Path("bkcrash_0000.dmp"));
+  EXPECT_THAT(dump, HasSubstr(std::string(onStack, sizeof onStack)));
+  EXPECT_THAT(dump, HasSubstr(std::string(inData, sizeof inData)));
 }
 
 }  // namespace

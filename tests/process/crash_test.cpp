@@ -1,13 +1,8 @@
 /// Crashes of the component, and what is left of them.
-#include <gmock/gmock.h>
-
 #include "common/dump_folder.h"
 #include "process/process_fixture.h"
 
 namespace {
-
-using testing::HasSubstr;
-using testing::Not;
 
 class CrashTest : public ProcessTest {
  protected:

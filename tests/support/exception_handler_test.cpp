@@ -52,6 +52,17 @@ TEST_F(ExceptionHandler, ReportsTheTrimmedTextAndTheFunction) {
   }
 }
 
+TEST_F(ExceptionHandler, KnowsWhatStandsForOtherFailures) {
+  EXPECT_THAT(ReportOf([](OExceptionHandler& handler) { handler.OutOfMemory(); }),
+              HasSubstr("Error: " + SystemText(14) + "\r"));
+  EXPECT_EQ(lastError, DWORD{ERROR_OUTOFMEMORY});
+  const auto fail = [](OExceptionHandler& handler) {
+    handler.HandleStandardException(OStdException(nullptr));
+  };
+  EXPECT_THAT(ReportOf(fail), HasSubstr("Error: " + SystemText(1359) + "\r"));
+  EXPECT_EQ(lastError, DWORD{ERROR_INTERNAL_ERROR});
+}
+
 TEST_F(ExceptionHandler, DoesOnlyWhatItsFlagsSay) {
   const auto fail = [](OExceptionHandler& handler) {
     handler.Handle(OException(-3, "x", nullptr));

@@ -1,12 +1,14 @@
 #include "platform/posix/api/crash_dumps.h"
 
 #include <signal.h>
+#include <sys/mman.h>
 #include <sys/utsname.h>
 #include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <mutex>
+#include <new>
 
 #include "platform/posix/api/processes.h"
 #include "platform/posix/api/threads.h"
@@ -59,8 +61,8 @@ DWORD SignalOf(DWORD code) {
   }
 }
 
-/// One dump. Its working memory is static, because neither the heap nor a crashed thread's stack is
-/// to be relied on: one dump at a time.
+/// One dump at a time, in memory of its own: neither the heap nor a crashed thread's stack is to be
+/// relied on.
 class DumpWriter {
  public:
   void Begin(int file, DWORD types, const MINIDUMP_EXCEPTION_INFORMATION* exception);
@@ -174,7 +176,6 @@ void DumpWriter::AddCrashedThread() {
   } else {
     AddStackOf(record, pointers->ContextRecord->Rsp);
   }
-  if ((_types & MiniDumpWithIndirectlyReferencedMemory) != 0) AddReferencedMemory();
 }
 
 void DumpWriter::AddStackOf(ThreadRecord& record, ULONG_PTR stackPointer) {
@@ -222,7 +223,10 @@ void DumpWriter::AddException() {
 }
 
 void DumpWriter::AddMemory() {
+  // What something points to comes last: its small blocks must not keep whole ranges out.
   if ((_types & MiniDumpWithDataSegs) != 0) _memory.AddModuleData();
+  const bool isReferencedWanted = (_types & MiniDumpWithIndirectlyReferencedMemory) != 0;
+  if (isReferencedWanted && _exception != nullptr) AddReferencedMemory();
   // The stacks are there already, one after another at the list's start.
   for (const MemoryRange& range : _memory.Ranges()) {
     const auto isStack = [&](const MemoryDescriptor& other) { return other.start == range.start; };
@@ -248,12 +252,24 @@ void DumpWriter::AddHeader() {
   _file.OverwriteAt(_headerOffset, &header, sizeof header);
 }
 
+/// Null when there is no memory. It has memory of its own, because that of the layer's module is in
+/// every dump.
+DumpWriter* TheWriter() {
+  static DumpWriter* const writer = [] {
+    void* const memory = mmap(nullptr, sizeof(DumpWriter), PROT_READ | PROT_WRITE,
+                              MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    return memory == MAP_FAILED ? nullptr : new (memory) DumpWriter;
+  }();
+  return writer;
+}
+
 bool WriteDump(int file, DWORD types, const MINIDUMP_EXCEPTION_INFORMATION* exception) {
   static std::mutex oneAtATime;
-  static DumpWriter writer;
   const std::lock_guard guard(oneAtATime);
-  writer.Begin(file, types, exception);
-  return writer.Write();
+  DumpWriter* const writer = TheWriter();
+  if (writer == nullptr) return false;
+  writer->Begin(file, types, exception);
+  return writer->Write();
 }
 
 }  // namespace

@@ -58,17 +58,3 @@ BOOL DisconnectNamedPipe(HANDLE pipe) {
   const DWORD error = server->Disconnect();
   return error == 0 ? TRUE : Fail(error);
 }
-
-BOOL PeekNamedPipe(HANDLE pipe, LPVOID buffer, DWORD bufferSize, LPDWORD bytesRead,
-                   LPDWORD totalBytesAvailable, LPDWORD bytesLeftThisMessage) {
-  const KernelScope scope;
-  const auto end = Lookup<PipeEnd>(pipe);
-  if (!end) return FALSE;
-  DWORD copied = 0;
-  DWORD available = 0;
-  if (const DWORD error = end->Peek(buffer, bufferSize, copied, available)) return Fail(error);
-  if (bytesRead != nullptr) *bytesRead = copied;
-  if (totalBytesAvailable != nullptr) *totalBytesAvailable = available;
-  if (bytesLeftThisMessage != nullptr) *bytesLeftThisMessage = 0;
-  return TRUE;
-}

@@ -31,11 +31,6 @@ DWORD PipeEnd::Flush() {
   return Run([](PipeStream& stream, PendingIo& pending) { return stream.Flush(pending); });
 }
 
-DWORD PipeEnd::Peek(void* buffer, DWORD size, DWORD& copied, DWORD& available) {
-  return Run(
-      [&](PipeStream& stream, PendingIo&) { return stream.Peek(buffer, size, copied, available); });
-}
-
 int PipeEnd::CancelPending() { return _pending.EndAll(ERROR_OPERATION_ABORTED); }
 
 ClientPipe::ClientPipe(UniqueFd socket, bool canRead, bool canWrite)

@@ -18,7 +18,6 @@ class PipeEnd : public IoObject {
   DWORD Read(void* buffer, DWORD size, DWORD& done) override;
   DWORD Write(const void* buffer, DWORD size, DWORD& done) override;
   DWORD Flush() override;
-  DWORD Peek(void* buffer, DWORD size, DWORD& copied, DWORD& available);
   int CancelPending() override;
 
  protected:

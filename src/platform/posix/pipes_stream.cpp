@@ -95,20 +95,6 @@ DWORD PipeStream::WaitUntilRead(PendingIo& pending) {
   return error == 0 ? 0 : ERROR_BROKEN_PIPE;
 }
 
-DWORD PipeStream::Peek(void* buffer, DWORD size, DWORD& copied, DWORD& available) {
-  char probe = 0;
-  void* const target = buffer != nullptr && size > 0 ? buffer : &probe;
-  const DWORD wanted = target == &probe ? 1 : size;
-  const ssize_t count = recv(_socket.Get(), target, wanted, MSG_DONTWAIT | MSG_PEEK);
-  if (count == 0) return ERROR_BROKEN_PIPE;
-  if (count < 0) return IsTransient(errno) ? 0 : ReadError(errno);
-  copied = target == &probe ? 0 : static_cast<DWORD>(count);
-  int unread = 0;
-  ioctl(_socket.Get(), SIOCINQ, &unread);
-  available = static_cast<DWORD>(unread);
-  return 0;
-}
-
 bool PipeStream::PeerHasGone() const {
   pollfd state{_socket.Get(), 0, 0};
   return poll(&state, 1, 0) == 1 && (state.revents & POLLHUP) != 0;

@@ -20,8 +20,6 @@ class PipeStream {
   DWORD Write(PendingIo& pending, const void* buffer, DWORD size, DWORD& done);
   /// Blocks until the peer has read everything. ERROR_BROKEN_PIPE when it closes before.
   DWORD Flush(PendingIo& pending);
-  /// Bytes there to be read, and a copy of the first of them. ERROR_BROKEN_PIPE as for Read.
-  DWORD Peek(void* buffer, DWORD size, DWORD& copied, DWORD& available);
 
   /// Whether the other end has been closed altogether (one that only stopped sending is still
   /// there).

@@ -40,8 +40,8 @@ constexpr ULONG_PTR kRedZoneBytes = 128;
 bool IsStackUsedUp(const CrashSite& site, ULONG_PTR address) {
   const ULONG_PTR stackPointer = site.context.Rsp;
   return site.stackLow != 0 && stackPointer < site.stackLow + kStackEndBytes &&
-         stackPointer + kStackEndBytes > site.stackLow && address + kStackEndBytes > stackPointer &&
-         address < stackPointer + kStackEndBytes;
+         stackPointer + kStackEndBytes > site.stackLow && address < site.stackLow &&
+         address + kStackEndBytes > stackPointer;
 }
 
 DWORD CodeOfFailedArithmetic(int reason) {
@@ -121,8 +121,12 @@ void OnCrash(int signal, siginfo_t* info, void* registers) {
     DescribeCrash(signal, *info, registers, *t_site);
     CopyStack(*t_site);
     if (t_site->record.ExceptionCode == EXCEPTION_STACK_OVERFLOW) OpenStackReserve(*t_site);
-    platform::LeaveFailedFunction(*static_cast<ucontext_t*>(registers));
+    auto& changed = *static_cast<ucontext_t*>(registers);
+    gregset_t original;
+    std::memcpy(original, changed.uc_mcontext.gregs, sizeof original);
+    platform::LeaveFailedFunction(changed);
     t_translator(t_site->record.ExceptionCode, &t_site->pointers);
+    std::memcpy(changed.uc_mcontext.gregs, original, sizeof original);  // It did not throw.
   }
   LeaveToPreviousHandler(signal, *info);
 }

@@ -1,5 +1,6 @@
 #include "platform/se_translator.h"
 
+#include <new>
 #include <utility>
 
 #include "platform/exception_table.h"
@@ -68,29 +69,74 @@ bool IsForTranslators(DWORD code) {
          code == static_cast<DWORD>(EXCEPTION_BREAKPOINT);
 }
 
-bool IsInProlog(const RUNTIME_FUNCTION& function, DWORD64 image, DWORD64 offset) {
-  constexpr int kPrologSizeByte = 1;  // Of the unwind information.
-  return offset < reinterpret_cast<const BYTE*>(image + function.UnwindData)[kPrologSizeByte];
+/// The function that an instruction belongs to, as the unwinder knows it.
+struct Function {
+  DWORD64 image = 0;
+  RUNTIME_FUNCTION* entry = nullptr;  // Null for a leaf function.
+
+  explicit Function(DWORD64 instruction)
+      : entry(RtlLookupFunctionEntry(instruction, &image, nullptr)) {}
+  DWORD64 Start() const { return image + entry->BeginAddress; }
+  DWORD64 End() const { return image + entry->EndAddress; }
+  bool IsSettingUpFrameAt(DWORD64 instruction) const {
+    constexpr int kPrologSizeByte = 1;  // Of the unwind information.
+    const auto* const information = reinterpret_cast<const BYTE*>(image + entry->UnwindData);
+    return instruction < Start() + information[kPrologSizeByte];
+  }
+};
+
+/// What the unwinder makes of a frame.
+struct Frame {
+  CONTEXT caller;
+  void* handlerData = nullptr;
+  DWORD64 establisher = 0;
+  PEXCEPTION_ROUTINE handler;  // Last: finding it fills in the others.
+
+  Frame(const Function& function, const CONTEXT& registers, DWORD64 instruction)
+      : caller(registers),
+        handler(RtlVirtualUnwind(UNW_FLAG_EHANDLER, function.image, instruction, function.entry,
+                                 &caller, &handlerData, &establisher, nullptr)) {}
+
+  bool IsLike(const Frame& other) const {
+    return handler == other.handler && caller.Rsp == other.caller.Rsp &&
+           caller.Rip == other.caller.Rip && establisher == other.establisher;
+  }
+  /// The record that this program's kind of handler finds for an instruction.
+  int CallSite(const Function& function, DWORD64 instruction) const {
+    if (reinterpret_cast<void (*)()>(handler) != &__gxx_personality_seh0) return 0;
+    return platform::FindCallSite(static_cast<const BYTE*>(handlerData),
+                                  instruction - function.Start());
+  }
+};
+
+/// An address for which the unwinder takes a call from `instruction` to have been made: handlers
+/// look up the byte before it, and nothing that starts there may look like the end of the function.
+/// 0 when there is none.
+DWORD64 FindReturnAddress(const Function& function, const Frame& frame, const CONTEXT& registers) {
+  constexpr DWORD64 kLongestInstruction = 15;
+  const DWORD64 instruction = registers.Rip;
+  const int callSite = frame.CallSite(function, instruction);
+  if (callSite == platform::kNoCallSite) return 0;
+  for (DWORD64 length = 1; length <= kLongestInstruction; ++length) {
+    const DWORD64 address = instruction + length;
+    if (address >= function.End()) return 0;
+    if (frame.CallSite(function, address - 1) != callSite) return 0;
+    if (Frame(function, registers, address).IsLike(frame)) return address;
+  }
+  return 0;
 }
 
-/// Where a call made by the instruction that failed would return to. The exception table is looked
-/// up just before that address: it has to lie behind the instruction's first byte. A function whose
-/// table does not expect the instruction to fail, as none does while the function sets up its
-/// frame, is left: its own call is the one that failed then.
+/// Where a call made by the instruction that failed would return to. A function that no exception
+/// can be thrown from there, as none can while the function sets up its frame, is left: its own
+/// call is the one that failed then.
 DWORD64 LeaveFailedInstruction(CONTEXT& registers) {
-  DWORD64 image = 0;
-  RUNTIME_FUNCTION* const function = RtlLookupFunctionEntry(registers.Rip, &image, nullptr);
-  if (function == nullptr) return registers.Rip + 1;
-  const DWORD64 offset = registers.Rip - image - function->BeginAddress;
-  CONTEXT caller = registers;
-  void* table = nullptr;
-  DWORD64 frame = 0;
-  const auto handler = reinterpret_cast<void (*)()>(RtlVirtualUnwind(
-      UNW_FLAG_EHANDLER, image, registers.Rip, function, &caller, &table, &frame, nullptr));
-  const bool isUnexpected = handler == &__gxx_personality_seh0 &&
-                            !platform::IsInExceptionTable(static_cast<BYTE*>(table), offset);
-  if (!isUnexpected && !IsInProlog(*function, image, offset)) return registers.Rip + 1;
-  registers = caller;
+  const Function function(registers.Rip);
+  if (function.entry == nullptr) return registers.Rip + 1;
+  const Frame frame(function, registers, registers.Rip);
+  if (!function.IsSettingUpFrameAt(registers.Rip)) {
+    if (const DWORD64 address = FindReturnAddress(function, frame, registers)) return address;
+  }
+  registers = frame.caller;
   return registers.Rip;
 }
 
@@ -141,14 +187,15 @@ void ReserveStackForHandler() {
   VirtualProtect(guard, system.dwPageSize, PAGE_READWRITE | PAGE_GUARD, &previous);
 }
 
-ThreadState& PrepareThread() {
+/// Null when there is no memory.
+ThreadState* PrepareThread() {
   static const void* const handler = AddVectoredExceptionHandler(1, OnException);
   static_cast<void>(handler);
-  if (ThreadState* const state = CurrentState()) return *state;
+  if (ThreadState* const state = CurrentState()) return state;
   ReserveStackForHandler();
-  auto* const state = new ThreadState;
-  FlsSetValue(StateSlot(), state);
-  return *state;
+  auto* const state = new (std::nothrow) ThreadState;
+  if (state != nullptr) FlsSetValue(StateSlot(), state);
+  return state;
 }
 
 }  // namespace
@@ -162,5 +209,6 @@ extern "C" void TagwrightCallTranslator() {
 }
 
 SeTranslator _set_se_translator(SeTranslator translator) {
-  return std::exchange(PrepareThread().translator, translator);
+  ThreadState* const state = PrepareThread();
+  return state == nullptr ? nullptr : std::exchange(state->translator, translator);
 }

@@ -33,11 +33,6 @@ BOOL ConnectNamedPipe(HANDLE pipe, LPOVERLAPPED overlapped);
 /// the server has not read is lost.
 BOOL DisconnectNamedPipe(HANDLE pipe);
 
-/// Bytes that can be read at once, and a copy of the first of them; for callers that want to know
-/// without blocking. Every pointer may be null. Fails as ReadFile does.
-BOOL PeekNamedPipe(HANDLE pipe, LPVOID buffer, DWORD bufferSize, LPDWORD bytesRead,
-                   LPDWORD totalBytesAvailable, LPDWORD bytesLeftThisMessage);
-
 /// Ends every pending operation on the handle with ERROR_OPERATION_ABORTED, whichever thread issued
 /// it; `overlapped` must be null. FALSE with ERROR_NOT_FOUND (1168) when nothing was pending.
 BOOL CancelIoEx(HANDLE file, LPOVERLAPPED overlapped);

@@ -4,9 +4,12 @@
 #include <signal.h>
 #include <sys/mman.h>
 #include <ucontext.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <cstring>
 #include <new>
+#include <utility>
 
 #include "platform/posix/kernel/thread.h"
 
@@ -41,12 +44,19 @@ bool UseAlternateStack(CrashSite& site) {
   return sigaltstack(&stack, nullptr) == 0;
 }
 
-void StopUsingAlternateStack(const CrashSite& site) {
-  stack_t stack{};
-  sigaltstack(nullptr, &stack);
-  if (stack.ss_sp != site.alternateStack) return;
-  stack.ss_flags = SS_DISABLE;
-  sigaltstack(&stack, nullptr);
+/// 0 for a thread whose stack does not grow, or may grow without end.
+rlim_t GrowthLimit() {
+  rlimit limit{};
+  if (gettid() != getpid() || getrlimit(RLIMIT_STACK, &limit) != 0) return 0;
+  return limit.rlim_cur == RLIM_INFINITY ? 0 : limit.rlim_cur;
+}
+
+/// The stack of the main thread grows, up to the process's limit, when it is touched.
+void SetGrowthLimit(rlim_t bytes) {
+  rlimit limit{};
+  if (getrlimit(RLIMIT_STACK, &limit) != 0) return;
+  limit.rlim_cur = std::min(bytes, limit.rlim_max);
+  setrlimit(RLIMIT_STACK, &limit);
 }
 
 void ProtectStackReserve(const CrashSite& site, int protection) {
@@ -69,19 +79,36 @@ OwnedCrashSite PrepareCrashSite() {
   // Not value-initialized: that would touch, and so take, all of the memory.
   OwnedCrashSite site(new (memory) CrashSite);
   site->pointers = {&site->record, &site->context};
+  site->stackLow = site->stackHigh = 0;
+  site->reserveBytes = site->copyBytes = 0;
+  site->growthLimitBytes = GrowthLimit();
   FindStack(*site);
   CloseStackReserve(*site);  // The stack may be that of a thread which has ended with it open.
   return UseAlternateStack(*site) ? std::move(site) : nullptr;
 }
 
 void CrashSiteDeleter::operator()(CrashSite* site) const {
-  StopUsingAlternateStack(*site);
+  LeaveAlternateStack(*site);
   munmap(reinterpret_cast<BYTE*>(site) - kPageBytes, kMappedBytes);
 }
 
-void OpenStackReserve(const CrashSite& site) { ProtectStackReserve(site, PROT_READ | PROT_WRITE); }
+void LeaveAlternateStack(const CrashSite& site) {
+  stack_t stack{};
+  sigaltstack(nullptr, &stack);
+  if (stack.ss_sp != site.alternateStack) return;
+  stack.ss_flags = SS_DISABLE;
+  sigaltstack(&stack, nullptr);
+}
 
-void CloseStackReserve(const CrashSite& site) { ProtectStackReserve(site, PROT_NONE); }
+void OpenStackReserve(const CrashSite& site) {
+  if (site.growthLimitBytes != 0) SetGrowthLimit(site.growthLimitBytes + kStackGuardBytes);
+  ProtectStackReserve(site, PROT_READ | PROT_WRITE);
+}
+
+void CloseStackReserve(const CrashSite& site) {
+  if (site.growthLimitBytes != 0) SetGrowthLimit(site.growthLimitBytes);
+  ProtectStackReserve(site, PROT_NONE);
+}
 
 const CrashSite* FindCrashSite(const EXCEPTION_POINTERS* pointers) {
   const CrashSite* const site = Thread::Current().FindCrashSite();

@@ -5,6 +5,8 @@
 /// innermost part of it is copied when the crash happens.
 #pragma once
 
+#include <sys/resource.h>
+
 #include <memory>
 #include <span>
 
@@ -30,6 +32,8 @@ struct CrashSite {
   ULONG_PTR stackHigh;
   /// What lies below stackLow for the handling of a used up stack; 0 when the thread has none.
   std::size_t reserveBytes;
+  /// How far the stack of the main thread may grow; 0 for any other.
+  rlim_t growthLimitBytes;
   /// Where the copied part of the stack begins and how long it is; 0 bytes before the first crash.
   ULONG_PTR copyStart;
   std::size_t copyBytes;
@@ -45,6 +49,9 @@ using OwnedCrashSite = std::unique_ptr<CrashSite, CrashSiteDeleter>;
 /// A site for the calling thread, whose signals go to its alternate stack from now on; null when
 /// there is no memory. A page that nothing may touch lies below and above.
 OwnedCrashSite PrepareCrashSite();
+
+/// Ends the use of the site's alternate stack, if the calling thread is the one that uses it.
+void LeaveAlternateStack(const CrashSite& site);
 
 /// Makes the reserve below the calling thread's stack usable, or unusable again. May be called in
 /// signal handlers.

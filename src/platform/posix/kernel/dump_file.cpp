@@ -20,7 +20,7 @@ Location DumpFile::Append(const void* bytes, std::size_t sizeBytes) {
     const ssize_t count = pwrite(_file, from, left, _end);
     if (count < 0 && errno == EINTR) continue;
     if (count <= 0) {
-      _hasFailed = errno != EFAULT;
+      _hasFailed = count == 0 || errno != EFAULT;
       break;
     }
     from += count;

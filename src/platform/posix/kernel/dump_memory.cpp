@@ -10,8 +10,8 @@ namespace {
 /// As much as the field's dump writers take.
 constexpr ULONG_PTR kReferencedBytes = 1024;
 
-/// Of one module's data. Ours have a few pages.
-constexpr std::size_t kMaxModuleDataBytes = 1024 * 1024;
+/// Of one mapping with data. Ours have a few pages.
+constexpr std::size_t kMaxModuleDataBytes = 256 * 1024;
 
 }  // namespace
 
@@ -56,8 +56,13 @@ void DumpMemory::AddReferenced(std::span<const ULONG_PTR> words) {
 }
 
 void DumpMemory::AddModuleData() {
+  const Mapping* before = nullptr;
   for (const Mapping& mapping : _mappings) {
-    if (!mapping.isWritable || !mapping.IsOfFile()) continue;
+    // Variables without a value in the file follow it.
+    const bool isRest = before != nullptr && before->IsOfFile() && mapping.path[0] == 0 &&
+                        mapping.start == before->end;
+    before = &mapping;
+    if (!mapping.isWritable || !(mapping.IsOfFile() || isRest)) continue;
     Add(mapping.start, std::min<std::size_t>(mapping.end - mapping.start, kMaxModuleDataBytes));
   }
 }

@@ -22,7 +22,8 @@ constexpr struct {
 
 bool Expects(_Unwind_Context* frame, _Unwind_Ptr instruction) {
   const auto* const table = static_cast<const BYTE*>(_Unwind_GetLanguageSpecificData(frame));
-  return table == nullptr || IsInExceptionTable(table, instruction - _Unwind_GetRegionStart(frame));
+  return table == nullptr ||
+         FindCallSite(table, instruction - _Unwind_GetRegionStart(frame)) != kNoCallSite;
 }
 
 /// The unwinder takes the instruction of a signal's registers as it is, that of a call from the
@@ -50,9 +51,23 @@ _Unwind_Reason_Code OnFrame(_Unwind_Context* frame, void* context) {
   return _URC_NO_REASON;
 }
 
+/// Whether no instruction could be read, which is what comes of calling a bad address.
+bool IsOfCall(const ucontext_t& registers) {
+  constexpr greg_t kInstructionFetch = 0x10;  // Of the processor's error code of a page fault.
+  return (registers.uc_mcontext.gregs[REG_ERR] & kInstructionFetch) != 0;
+}
+
+/// The caller's instruction, as from the byte before the return address on top of the stack.
+void LeaveCallee(ucontext_t& registers) {
+  auto& values = registers.uc_mcontext.gregs;
+  values[REG_RIP] = *reinterpret_cast<const greg_t*>(values[REG_RSP]) - 1;
+  values[REG_RSP] += sizeof(greg_t);
+}
+
 }  // namespace
 
 void LeaveFailedFunction(ucontext_t& registers) {
+  if (IsOfCall(registers)) LeaveCallee(registers);
   Search search{registers};
   _Unwind_Backtrace(OnFrame, &search);
 }

@@ -63,6 +63,13 @@ KernelPause::KernelPause() : _depth(t_depth.load(std::memory_order_relaxed)) {
 
 KernelPause::~KernelPause() { ChangeDepth(_depth); }
 
+int KernelDepth() { return t_depth.load(std::memory_order_relaxed); }
+
+void ReturnToKernelDepth(int depth) {
+  ChangeDepth(depth);
+  EndIfPending();
+}
+
 bool IsTerminationPending() {
   const auto* flag = t_terminationFlag.load(std::memory_order_relaxed);
   return flag != nullptr && flag->load();

@@ -44,6 +44,11 @@ bool IsTerminationPending();
 /// outlives the thread or the next call.
 void BindTerminationFlag(const std::atomic<bool>* flag);
 
+/// How many scopes of the calling thread are open.
+int KernelDepth();
+/// Counts those as left that were opened since; for a jump over their frames.
+void ReturnToKernelDepth(int depth);
+
 /// Opens a scope that is never left: the rest of a thread that ends by itself.
 void EnterKernelForGood();
 

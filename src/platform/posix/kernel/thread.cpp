@@ -17,8 +17,8 @@ namespace {
 
 [[gnu::tls_model("initial-exec")]] constinit thread_local Thread* t_current = nullptr;
 
-/// Thread attributes with a stack size and a guard that leaves room to handle a used up stack; freed
-/// at the end of the scope.
+/// Thread attributes with a stack size and a guard that leaves room to handle a used up stack;
+/// freed at the end of the scope.
 class ThreadAttributes {
  public:
   explicit ThreadAttributes(std::size_t stackSizeBytes) {
@@ -120,6 +120,8 @@ Thread::~Thread() {
 }
 
 bool Thread::FinishUnlessPending(DWORD exitCode) {
+  // Who waits for the thread may free the site while the thread is still on its way out.
+  if (_crashSite) LeaveAlternateStack(*_crashSite);
   Remains remains;
   std::lock_guard lock(EngineLock());
   if (_isTerminationPending) return false;
