@@ -1,8 +1,6 @@
 #include "client/client.h"
 
-#include <gmock/gmock.h>
-
-#include <vector>
+#include <gtest/gtest.h>
 
 #include "client/fake_server.h"
 

@@ -6,7 +6,6 @@
 #include <string>
 #include <thread>
 #include <utility>
-#include <vector>
 
 #include "client/client.h"
 #include "client/server_process.h"

@@ -3,21 +3,18 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <cstring>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
+#include "common/unique_name.h"
 #include "pipe/message_header.h"
 #include "platform/windows_api.h"
 
 /// A pipe name that no other test uses.
 inline std::string UniquePipeName() {
-  static std::atomic<int> counter{0};
-  return "tagwright-test-" + std::to_string(GetCurrentProcessId()) + "-" +
-         std::to_string(GetTickCount()) + "-" + std::to_string(++counter);
+  const auto name = UniqueName(TEXT("tagwright-test-"));
+  return {name.begin(), name.end()};
 }
 
 inline Tagwright::MessageHeader Header(std::uint32_t type, std::size_t payloadBytes = 0) {
@@ -30,7 +27,6 @@ inline Tagwright::MessageHeader Header(std::uint32_t type, std::size_t payloadBy
 class PipeClient {
  public:
   PipeClient() = default;
-  explicit PipeClient(const std::string& pipeName) { Connect(pipeName); }
   ~PipeClient() { Close(); }
   PipeClient(const PipeClient&) = delete;
   PipeClient& operator=(const PipeClient&) = delete;

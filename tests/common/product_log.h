@@ -8,7 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/windows_api.h"
+#include "common/shared_file.h"
+#include "common/widen.h"
 
 /// Turns everything on for the source before its log is constructed, starts with an empty file, and
 /// takes both away at the end.
@@ -25,7 +26,7 @@ class ProductLog {
   ~ProductLog() {
     DeleteFileW(Path().c_str());
     HKEY key = MaskKey();
-    RegDeleteValueW(key, Wide(_source).c_str());
+    RegDeleteValueW(key, Widen(_source).c_str());
     RegCloseKey(key);
   }
   ProductLog(const ProductLog&) = delete;
@@ -33,26 +34,13 @@ class ProductLog {
 
   void SetMask(DWORD mask) const {
     HKEY key = MaskKey();
-    RegSetValueExW(key, Wide(_source).c_str(), 0, REG_DWORD, reinterpret_cast<const BYTE*>(&mask),
+    RegSetValueExW(key, Widen(_source).c_str(), 0, REG_DWORD, reinterpret_cast<const BYTE*>(&mask),
                    sizeof(mask));
     RegCloseKey(key);
   }
 
   /// The file as it lies on the disk, line ends included.
-  std::string Content() const {
-    const HANDLE file =
-        CreateFileW(Path().c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                    OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (file == INVALID_HANDLE_VALUE) return {};
-    std::string content;
-    char piece[4096];
-    DWORD count = 0;
-    while (ReadFile(file, piece, sizeof(piece), &count, nullptr) && count > 0) {
-      content.append(piece, count);
-    }
-    CloseHandle(file);
-    return content;
-  }
+  std::string Content() const { return ReadSharedFile(Path()); }
 
   std::vector<std::string> Lines() const {
     std::vector<std::string> lines;
@@ -81,14 +69,10 @@ class ProductLog {
   bool Has(const std::string& text) const { return Count(text) > 0; }
 
  private:
-  static std::basic_string<WCHAR> Wide(const std::string& ascii) {
-    return {ascii.begin(), ascii.end()};
-  }
-
   std::basic_string<WCHAR> Path() const {
     std::string file = _source;
     std::replace(file.begin(), file.end(), ' ', '_');
-    return TEXT("C:\\Log Files\\") + Wide(file) + TEXT(".txt");
+    return TEXT("C:\\Log Files\\") + Widen(file) + TEXT(".txt");
   }
 
   static HKEY MaskKey() {

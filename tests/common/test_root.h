@@ -2,7 +2,6 @@
 /// another or of the user. It is removed at the end unless TAGWRIGHT_KEEP_TEST_ROOT is set.
 #pragma once
 
-#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <random>

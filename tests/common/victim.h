@@ -18,15 +18,15 @@
 #include <optional>
 #include <string>
 
+#include "common/child_process.h"
 #include "common/unique_name.h"
-#include "platform/windows_api.h"
 
 /// What a role sees of its parent.
 class VictimSide {
  public:
   explicit VictimSide(const std::string& pipePath)
-      : _pipe(CreateFileW(std::basic_string<WCHAR>(pipePath.begin(), pipePath.end()).c_str(),
-                          GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr)) {}
+      : _pipe(CreateFileW(Widen(pipePath).c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
+                          OPEN_EXISTING, 0, nullptr)) {}
   ~VictimSide() { CloseHandle(_pipe); }
   VictimSide(const VictimSide&) = delete;
   VictimSide& operator=(const VictimSide&) = delete;
@@ -67,7 +67,7 @@ class VictimRole {
 };
 
 /// A running child. It is killed with this object if it has not ended.
-class Victim {
+class Victim : public ChildProcess {
  public:
   using Text = std::basic_string<WCHAR>;
 
@@ -79,26 +79,13 @@ class Victim {
     WCHAR program[MAX_PATH] = {};
     GetModuleFileNameW(nullptr, program, MAX_PATH);
     const Text blank(1, ' ');
-    Text commandLine = TEXT("\"") + Text(program) + TEXT("\" --victim ");
-    commandLine += Text(role.begin(), role.end()) + blank + path + blank +
-                   Text(argument.begin(), argument.end());
-    STARTUPINFOW startup{};
-    startup.cb = sizeof startup;
-    const BOOL isStarted = CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0,
-                                          nullptr, nullptr, &startup, &_process);
-    EXPECT_TRUE(isStarted) << GetLastError();
-    CloseHandle(_process.hThread);
+    Start(TEXT("\"") + Text(program) + TEXT("\" --victim ") + Widen(role) + blank + path + blank +
+          Widen(argument));
   }
   ~Victim() {
-    Kill();
-    CloseHandle(_process.hProcess);
+    Kill();  // Before it sees its pipe go.
     CloseHandle(_pipe);
   }
-  Victim(const Victim&) = delete;
-  Victim& operator=(const Victim&) = delete;
-
-  HANDLE Handle() const { return _process.hProcess; }
-  DWORD Id() const { return _process.dwProcessId; }
 
   void WaitUntilReady() {
     char signal = 0;
@@ -112,22 +99,6 @@ class Victim {
     WriteFile(_pipe, "g", 1, &written, nullptr);
   }
 
-  /// Waits for its end.
-  DWORD ExitCode() {
-    EXPECT_EQ(WaitForSingleObject(Handle(), kBoundMs), WAIT_OBJECT_0);
-    DWORD exitCode = 0;
-    EXPECT_TRUE(GetExitCodeProcess(Handle(), &exitCode));
-    return exitCode;
-  }
-
-  void Kill(UINT exitCode = 99) {
-    TerminateProcess(Handle(), exitCode);
-    EXPECT_EQ(WaitForSingleObject(Handle(), kBoundMs), WAIT_OBJECT_0);
-  }
-
  private:
-  static constexpr DWORD kBoundMs = 60000;
-
   HANDLE _pipe = INVALID_HANDLE_VALUE;
-  PROCESS_INFORMATION _process{};
 };

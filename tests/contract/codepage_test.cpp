@@ -48,16 +48,4 @@ TEST(CodePages, ReplaceWhatHasNoCounterpart) {
   EXPECT_TRUE(ToWide(CP_UTF8, "a\xffz") == TEXT("a\xfffdz"));
 }
 
-TEST(CodePages, CountOrFailWithThePreciseError) {
-  EXPECT_EQ(WideCharToMultiByte(932, 0, TEXT("\x30bd"), -1, nullptr, 0, nullptr, nullptr), 3);
-  char narrow[4];
-  const auto errorOf = [&](UINT page, LPCWSTR text, int length) {
-    EXPECT_EQ(WideCharToMultiByte(page, 0, text, length, narrow, 4, nullptr, nullptr), 0);
-    return GetLastError();
-  };
-  EXPECT_EQ(errorOf(932, TEXT("\x30bd\x30bd"), -1), DWORD{ERROR_INSUFFICIENT_BUFFER});
-  EXPECT_EQ(errorOf(1252, TEXT("a"), 0), DWORD{ERROR_INVALID_PARAMETER});
-  EXPECT_EQ(errorOf(4711, TEXT("a"), -1), DWORD{ERROR_INVALID_PARAMETER});
-}
-
 }  // namespace

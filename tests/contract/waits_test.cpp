@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <vector>
 
 #include "common/test_thread.h"
@@ -66,36 +65,6 @@ TEST_F(WaitTest, WaitForAllTakesEverythingOrNothing) {
   EXPECT_EQ(waiter.ExitCode(), WAIT_OBJECT_0);
   EXPECT_FALSE(IsSet(events[0]));
   EXPECT_FALSE(IsSet(events[1]));
-}
-
-TEST_F(WaitTest, AutoResetEventLetsOneWaiterThroughForEachSet) {
-  const HANDLE gate = NewEvent(kAuto);
-  const HANDLE passed = NewEvent(kAuto);
-  std::atomic<int> count{0};
-  const auto body = [&] {
-    const DWORD result = WaitForSingleObject(gate, kBoundMs);
-    ++count;
-    SetEvent(passed);
-    return result;
-  };
-  TestThread first(body), second(body), third(body);
-  for (int round = 1; round <= 3; ++round) {
-    SetEvent(gate);
-    ASSERT_EQ(WaitForSingleObject(passed, kBoundMs), WAIT_OBJECT_0);
-    EXPECT_EQ(count, round);
-  }
-  EXPECT_FALSE(IsSet(gate));
-}
-
-TEST_F(WaitTest, AtMostSixtyFourObjects) {
-  std::vector<HANDLE> events;
-  while (events.size() < MAXIMUM_WAIT_OBJECTS) events.push_back(NewEvent(kManual));
-  SetEvent(events.back());
-  EXPECT_EQ(WaitAny(events), WAIT_OBJECT_0 + 63);
-
-  events.push_back(NewEvent(kManual, true));
-  EXPECT_EQ(WaitAny(events), WAIT_FAILED);
-  EXPECT_EQ(GetLastError(), 87U);
 }
 
 TEST_F(WaitTest, BadHandlesAreToldFromGoodOnes) {

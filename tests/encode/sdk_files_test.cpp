@@ -1,8 +1,8 @@
 /// What happens when the files beside the program are not what they should be. The program under
 /// test is a copy of its own, in the folder sdk_files beside this one.
+#include "common/child_process.h"
 #include "encode/encode_fixture.h"
 #include "support/process_utility.h"
-#include "support/scoped_handle.h"
 
 namespace {
 
@@ -14,7 +14,6 @@ class SdkFilesTest : public EncodeTest {
   static constexpr const WCHAR* kMakersFiles[] = {TEXT("\\ZXPSCReader.dll"),
                                                   TEXT("\\ZBRSXBridge.dll"),
                                                   TEXT("\\Zbscfgsrv.dll"), TEXT("\\Sxuptp.dll")};
-  static constexpr DWORD kLongMs = 60000;
 
   const WideText _bin = ProcessUtility::GetCurrentModuleDirectory().wstring();
   const WideText _folder = _bin + TEXT("\\sdk_files");
@@ -35,15 +34,9 @@ class SdkFilesTest : public EncodeTest {
   std::string RunJob() {
     const WideText result = Simulator::StateFilePath("result.txt");
     DeleteFileW(result.c_str());
-    WideText commandLine = TEXT("\"") + _folder + TEXT("\\run_job\"");
-    STARTUPINFOW startup = {};
-    startup.cb = sizeof(startup);
-    PROCESS_INFORMATION process = {};
-    EXPECT_TRUE(CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr,
-                               nullptr, &startup, &process));
-    const ScopedHandle thread(process.hThread);
-    const ScopedHandle started(process.hProcess);
-    EXPECT_EQ(WaitForSingleObject(started.Get(), kLongMs), DWORD{WAIT_OBJECT_0});
+    ChildProcess job;
+    job.Start(TEXT("\"") + _folder + TEXT("\\run_job\""));
+    EXPECT_EQ(job.ExitCode(), DWORD{0});
     return Simulator::ReadStateFile(result).value_or("no result");
   }
 };

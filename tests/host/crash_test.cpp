@@ -1,14 +1,12 @@
 /// A crash on each thread of the program: a report, a dump file, and the end of that thread alone.
 #include "common/dump_folder.h"
-#include "common/pipe_client.h"
-#include "common/product_log.h"
 #include "common/test_thread.h"
 #include "common/victim.h"
 #include "host/process_state.h"
 #include "host/server_process.h"
 #include "host/watch_idle.h"
 #include "host/watch_parent.h"
-#include "support/oevent_log.h"
+#include "pipe/server_fixture.h"
 
 namespace {
 
@@ -20,20 +18,14 @@ const VictimRole kProgram("program", [](VictimSide&, const std::string&) -> int 
 });
 
 /// Crashes the n-th time that one of its threads looks for a shutdown.
-class CrashingServer : public PipeServer {
+class CrashingServer : public ScriptedServer {
  public:
   CrashingServer(const std::string& pipeName, int crashingLook)
-      : PipeServer(pipeName.c_str()), _looksLeft(crashingLook) {}
+      : ScriptedServer(pipeName, {}), _looksLeft(crashingLook) {}
 
   bool IsShutdown() override {
     if (--_looksLeft == 0) *static_cast<volatile int*>(kNowhere) = 1;
     return PipeServer::IsShutdown();
-  }
-
- protected:
-  bool ParseIncomingMessage(const Tagwright::MessageHeader&, const BYTE*,
-                            Tagwright::MessageHeader&) override {
-    return false;
   }
 
  private:

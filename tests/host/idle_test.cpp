@@ -2,15 +2,12 @@
 /// thread's decision.
 #include <gmock/gmock.h>
 
-#include <atomic>
 #include <thread>
 
-#include "common/pipe_client.h"
-#include "common/product_log.h"
 #include "host/idle_decision.h"
 #include "host/process_state.h"
 #include "host/watch_idle.h"
-#include "support/oevent_log.h"
+#include "pipe/server_fixture.h"
 #include "support/scoped_handle.h"
 
 namespace {
@@ -57,31 +54,14 @@ TEST(IdleWatchTest, AFailedWaitEndsIt) {
   EXPECT_THAT(SignalsOver(Minutes(15), WAIT_FAILED), ElementsAre(15));
 }
 
-class StoppableServer : public PipeServer {
- public:
-  StoppableServer() : PipeServer("idle-decision") {}
-
- protected:
-  bool ParseIncomingMessage(const Tagwright::MessageHeader&, const BYTE*,
-                            Tagwright::MessageHeader&) override {
-    return true;
-  }
-};
-
-class IdleDecisionTest : public testing::Test {
+class IdleDecisionTest : public ServerTest {
  protected:
   IdleDecisionTest()
-      : _name(UniquePipeName()),
-        _log(_name),
-        _mutex(_name.c_str(), INFINITE),
+      : _mutex(_pipeName.c_str(), INFINITE),
         _idleEvent(CreateEventW(nullptr, TRUE, TRUE, nullptr)) {
-    Z7SvEventLog.reset(new OEventLog(_name.c_str(), OEventLog::kApplicationLog));
-    pServer = &_server;
+    pServer = &_idleServer;
   }
-  ~IdleDecisionTest() override {
-    pServer = nullptr;
-    Z7SvEventLog.reset();
-  }
+  ~IdleDecisionTest() override { pServer = nullptr; }
 
   void Decide() { DecideIdleShutdown(_mutex, _idleEvent.Get()); }
   bool IsIdleEventSet() const { return WaitForSingleObject(_idleEvent.Get(), 0) == WAIT_OBJECT_0; }
@@ -90,25 +70,22 @@ class IdleDecisionTest : public testing::Test {
   bool IsMutexFree() const {
     DWORD result = WAIT_FAILED;
     std::thread([&] {
-      const ScopedHandle mutex(CreateMutexW(
-          nullptr, FALSE, std::basic_string<WCHAR>(_name.begin(), _name.end()).c_str()));
+      const ScopedHandle mutex(CreateMutexW(nullptr, FALSE, Widen(_pipeName).c_str()));
       result = WaitForSingleObject(mutex.Get(), 0);
       if (result == WAIT_OBJECT_0) ReleaseMutex(mutex.Get());
     }).join();
     return result == WAIT_OBJECT_0;
   }
 
-  std::string _name;
-  ProductLog _log;
   OMutex _mutex;
   ScopedHandle _idleEvent;
-  StoppableServer _server;
+  ScriptedServer _idleServer{_pipeName, Acknowledge};
 };
 
 TEST_F(IdleDecisionTest, WithoutActivityTheServerStopsAndTheMutexIsKept) {
   PipeActivity = 0;
   Decide();
-  EXPECT_TRUE(_server.IsShutdown());
+  EXPECT_TRUE(_idleServer.IsShutdown());
   EXPECT_TRUE(IsIdleEventSet());
   EXPECT_FALSE(IsMutexFree());
   EXPECT_TRUE(_log.Has("wmain: hIdleEvent was signaled. Taking Shutdown mutex"));
@@ -118,7 +95,7 @@ TEST_F(IdleDecisionTest, WithoutActivityTheServerStopsAndTheMutexIsKept) {
 TEST_F(IdleDecisionTest, ActivityAfterTheSignalKeepsTheServer) {
   OnPipeActivityCallback();
   Decide();
-  EXPECT_FALSE(_server.IsShutdown());
+  EXPECT_FALSE(_idleServer.IsShutdown());
   EXPECT_FALSE(IsIdleEventSet());
   EXPECT_TRUE(IsMutexFree());
   EXPECT_EQ(PipeActivity, 1U) << "the watcher has to see it, too";
@@ -132,7 +109,7 @@ TEST_F(IdleDecisionTest, LooksOnlyWhenItHasTheMutex) {
   const ScopedHandle held(CreateEventW(nullptr, TRUE, FALSE, nullptr));
   const ScopedHandle release(CreateEventW(nullptr, TRUE, FALSE, nullptr));
   std::thread holder([&] {
-    OMutex other(_name.c_str(), INFINITE);
+    OMutex other(_pipeName.c_str(), INFINITE);
     other.Acquire();
     SetEvent(held.Get());
     WaitForSingleObject(release.Get(), INFINITE);
@@ -144,11 +121,11 @@ TEST_F(IdleDecisionTest, LooksOnlyWhenItHasTheMutex) {
   SetEvent(release.Get());
   Decide();
   holder.join();
-  EXPECT_FALSE(_server.IsShutdown());
+  EXPECT_FALSE(_idleServer.IsShutdown());
 }
 
 TEST(ConsoleHandlerTest, TakesEverythingButLogoff) {
-  StoppableServer server;
+  ScriptedServer server("console", {});
   pServer = &server;
   EXPECT_FALSE(ConsoleHandler(CTRL_LOGOFF_EVENT));
   EXPECT_FALSE(server.IsShutdown());

@@ -1,6 +1,4 @@
-/// The encoder server's answers, and one job at a time among several servers.
-#include <gmock/gmock.h>
-
+/// The encoder server's answers.
 #include "pipe/server_fixture.h"
 #include "service/tagwright_server.h"
 
@@ -55,35 +53,6 @@ TEST_F(EncoderServerTest, EndsAfterItsLastReply) {
     _client.Close();
     _server.reset();
   }
-}
-
-TEST_F(EncoderServerTest, OneJobAtATimeAmongServers) {
-  ServeEncoder();
-  const std::string secondName = UniquePipeName();
-  TagwrightServer second{OString(secondName.c_str())};
-  ASSERT_TRUE(second.CreateServerPipe());
-  ASSERT_TRUE(second.StartProcessMessageThread(kLongMs));
-  PipeClient secondClient(secondName);
-  const auto sendJobs = [](PipeClient& client) {
-    for (int i = 0; i < 10; ++i) client.Expect(0, 0x200, kEmptyJob);
-  };
-  std::thread other([&] { sendJobs(secondClient); });
-  sendJobs(_client);
-  other.join();
-  second.Shutdown();
-  second.WaitForMultipeObjectsOrPipeTermination(0, nullptr, kLongMs, kLongMs);
-
-  int inside = 0;
-  int jobs = 0;
-  for (const std::string& line : _log.Texts()) {
-    if (line.ends_with("Aquired _Zxp7EncodeMutex")) {
-      EXPECT_EQ(++inside, 1) << "job " << ++jobs;
-    } else if (line.ends_with("Releasing _Zxp7EncodeMutex")) {
-      --inside;
-    }
-  }
-  EXPECT_EQ(inside, 0);
-  EXPECT_EQ(_log.Count("Serializing all Encoding - Releasing _Zxp7EncodeMutex"), 20);
 }
 
 }  // namespace

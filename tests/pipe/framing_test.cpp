@@ -1,8 +1,9 @@
 /// Requests as they come over the wire: in pieces, damaged, cut off, too long.
 #include <gmock/gmock.h>
 
+#include <cstring>
+
 #include "pipe/server_fixture.h"
-#include "support/olist.h"
 
 namespace {
 
@@ -66,6 +67,7 @@ TEST_F(FramingTest, DropsAHeaderWithTheWrongMagicAndReadsOn) {
   StopServer();
   EXPECT_THAT(_requests, testing::ElementsAre(Request{0x302, ""}));
   EXPECT_EQ(_log.Count("PipeServer::ProcessMessages: Invalid header"), 1);
+  EXPECT_EQ(_log.Count("Errors, Thread"), 1);
   EXPECT_EQ(_log.Count("Payload error"), 0);
 }
 

@@ -147,18 +147,6 @@ TEST_F(LifecycleTest, AHandlerThatNeverReturnsIsTerminated) {
   EXPECT_TRUE(_log.Has("Calling TerminateThread"));
 }
 
-TEST_F(LifecycleTest, TheLastReplyArrivesBeforeTheServerEnds) {
-  Serve([](const auto& request, const BYTE* payload, auto& reply) {
-    Acknowledge(request, payload, reply);
-    return false;
-  });
-  _client.Send(0x100);
-  _client.ExpectReply(0x100, 0);
-  EXPECT_EQ(WaitForEnd(), PipeServer::kShutdownSignaled);
-  _server.reset();
-  _client.ExpectClosed();
-}
-
 struct Failure {
   const char* name;
   void (*raise)();

@@ -6,7 +6,8 @@
 
 #include "common/victim.h"
 #include "platform/windows_api.h"
-#include "support/ostring.h"
+#include "support/oregistry.h"
+#include "support/scoped_key.h"
 
 namespace {
 
@@ -31,18 +32,16 @@ const VictimRole kUsePage932("ansi-932", [](VictimSide&, const std::string&) {
 
 class AnsiCodePage : public testing::Test {
  protected:
-  ~AnsiCodePage() override { RegDeleteKeyW(HKEY_LOCAL_MACHINE, kKey); }
-
-  static void SetPage(const std::basic_string<WCHAR>& page) {
-    HKEY key = nullptr;
-    RegCreateKeyExW(HKEY_LOCAL_MACHINE, kKey, 0, nullptr, 0, KEY_WRITE, nullptr, &key, nullptr);
-    RegSetValueExW(key, TEXT("ACP"), 0, REG_SZ, reinterpret_cast<const BYTE*>(page.c_str()),
-                   static_cast<DWORD>((page.size() + 1) * sizeof(WCHAR)));
-    RegCloseKey(key);
+  ~AnsiCodePage() override {
+    RegDeleteKeyW(HKEY_LOCAL_MACHINE, TEXT("SYSTEM\\CurrentControlSet\\Control\\Nls\\CodePage"));
   }
 
- private:
-  static constexpr LPCWSTR kKey = TEXT("SYSTEM\\CurrentControlSet\\Control\\Nls\\CodePage");
+  static void SetPage(const std::basic_string<WCHAR>& page) {
+    const ScopedKey key(
+        ORegistry().OpenKey("2:SYSTEM/CurrentControlSet/Control/Nls/CodePage", true));
+    RegSetValueExW(key.Get(), TEXT("ACP"), 0, REG_SZ, reinterpret_cast<const BYTE*>(page.c_str()),
+                   static_cast<DWORD>((page.size() + 1) * sizeof(WCHAR)));
+  }
 };
 
 TEST_F(AnsiCodePage, IsTheRegistrysOrElseWestern) {

@@ -131,7 +131,7 @@ TEST_F(ControlModeTest, AComponentThatHangsHoldsUpNobodyForLong) {
   ExpectExit();
   for (PipeClient& encoder : _encoders) encoder.ExpectClosed();
   otherClient.Expect(0, 0x100);
-  EXPECT_EQ(other.WaitForExit(), DWORD{0});
+  EXPECT_EQ(other.ExitCode(), DWORD{0});
 }
 
 TEST_F(ControlModeTest, OneJobAtATimeAmongProcesses) {
@@ -152,7 +152,7 @@ TEST_F(ControlModeTest, OneJobAtATimeAmongProcesses) {
   }
   for (std::thread& driver : drivers) driver.join();
   _encoders.back().Expect(0, 0x100);
-  EXPECT_EQ(other.WaitForExit(), DWORD{0});
+  EXPECT_EQ(other.ExitCode(), DWORD{0});
   ShutDown();
 
   int inside = 0;

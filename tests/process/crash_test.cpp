@@ -21,25 +21,22 @@ TEST_F(CrashTest, ACallThatCrashesFailsItsJobAndNothingElse) {
   const ProductLog component("Brennick Tagwright.Managed");
   StartTagwright();
   int count = 0;
-  for (const char* kind :
-       {"crash-read", "crash-divide", "crash-illegal", "crash-stack", "crash-noexcept"}) {
-    for (int round = 0; round < 2; ++round) {
-      Crash("WriteEPC", kind);
-      _client.Expect(200003, 0x200, Example("encode-epc.xml"));
-      EXPECT_EQ(
-          _log.Count("ZXP7EpcGen2Encode::ParseNextElement unknown exception occurred. Likely a "
-                     "SEH Exception."),
-          ++count)
-          << kind;
-    }
-  }
   for (const auto& [kind, code] :
        {std::pair{"crash-read", "C0000005"}, std::pair{"crash-divide", "C0000094"},
         std::pair{"crash-illegal", "C000001D"}, std::pair{"crash-stack", "C00000FD"},
         std::pair{"crash-noexcept", "C0000005"}}) {
+    SCOPED_TRACE(kind);
+    Crash("WriteEPC", kind);
+    for (int round = 0; round < 2; ++round) {
+      _client.Expect(200003, 0x200, Example("encode-epc.xml"));
+      EXPECT_EQ(
+          _log.Count("ZXP7EpcGen2Encode::ParseNextElement unknown exception occurred. Likely a "
+                     "SEH Exception."),
+          ++count);
+    }
     Crash("TestManagedCodeAccessible", kind);
     _client.Expect(200003, 0x200, Example("encode-epc.xml"));
-    EXPECT_TRUE(_log.Has(std::string("DLLs are missing. ExceptionCode:") + code)) << kind;
+    EXPECT_TRUE(_log.Has(std::string("DLLs are missing. ExceptionCode:") + code));
   }
   Crash("Connect", "crash-read");
   _client.Expect(200003, 0x200, Example("encode-epc.xml"));

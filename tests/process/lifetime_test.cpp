@@ -1,6 +1,4 @@
 /// How tagwright ends when the driver that started it dies, whatever it was doing.
-#include <gmock/gmock.h>
-
 #include "common/victim.h"
 #include "process/process_fixture.h"
 

@@ -1,33 +1,22 @@
 /// The real program, started as the driver starts it and watched from outside.
 #pragma once
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
-#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <nlohmann/json.hpp>
-#include <optional>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "common/child_process.h"
 #include "common/pipe_client.h"
 #include "common/product_log.h"
 #include "support/scoped_handle.h"
 
 using WideText = std::basic_string<WCHAR>;
-
-inline WideText Widen(const std::string& ascii) { return {ascii.begin(), ascii.end()}; }
-
-/// The folder in which the test program and everything under test lie.
-inline WideText ProgramFolder() {
-  WCHAR path[MAX_PATH] = {};
-  GetModuleFileNameW(nullptr, path, MAX_PATH);
-  const WideText full(path);
-  return full.substr(0, full.find_last_of(TEXT('\\')));
-}
 
 inline std::string ReadWholeFile(const std::filesystem::path& path) {
   std::ifstream file(path, std::ios::binary);
@@ -40,32 +29,17 @@ inline std::string Example(const std::string& name) {
   return text;
 }
 
-/// A started program; ended at the latest with this object.
-class Program {
+/// A program that lies beside the test program.
+class Program : public ChildProcess {
  public:
-  /// Far longer than anything here takes; only a fault reaches it.
-  static constexpr DWORD kLongMs = 60000;
-
-  Program() = default;
-  Program(Program&&) = default;
-  Program& operator=(Program&&) = default;
-  ~Program() {
-    if (_process.IsValid()) TerminateProcess(_process.Get(), 1);
-  }
-
   /// `name` without its ending, which is the test program's own.
   void Start(const std::string& name, const std::string& arguments) {
-    const WideText path = ProgramFolder() + TEXT("\\") + Widen(name) + OwnEnding();
-    WideText command = TEXT("\"") + path + TEXT("\" ") + Widen(arguments);
-    STARTUPINFOW startup = {};
-    startup.cb = sizeof(startup);
-    PROCESS_INFORMATION process = {};
-    ASSERT_TRUE(CreateProcessW(path.c_str(), command.data(), nullptr, nullptr, FALSE, 0, nullptr,
-                               nullptr, &startup, &process))
-        << "error " << GetLastError();
-    CloseHandle(process.hThread);
-    _process = ScopedHandle(process.hProcess);
-    _id = process.dwProcessId;
+    WCHAR path[MAX_PATH] = {};
+    GetModuleFileNameW(nullptr, path, MAX_PATH);
+    const WideText own(path);
+    const WideText ending = own.ends_with(TEXT(".exe")) ? TEXT(".exe") : TEXT("");
+    ChildProcess::Start(TEXT("\"") + own.substr(0, own.rfind(TEXT('\\')) + 1) + Widen(name) +
+                        ending + TEXT("\" ") + Widen(arguments));
   }
 
   /// Takes over a child of another process.
@@ -77,19 +51,9 @@ class Program {
     while (found && entry.th32ParentProcessID != parentId) {
       found = Process32NextW(snapshot.Get(), &entry);
     }
-    _id = entry.th32ProcessID;
-    _process = ScopedHandle(OpenProcess(SYNCHRONIZE | PROCESS_TERMINATE, FALSE, _id));
-    ASSERT_TRUE(found && _process.IsValid());
-  }
-
-  bool IsRunning() const { return WaitForSingleObject(_process.Get(), 0) == WAIT_TIMEOUT; }
-
-  /// Nothing when it still runs after `timeoutMs`.
-  std::optional<DWORD> WaitForExit(DWORD timeoutMs = kLongMs) {
-    if (WaitForSingleObject(_process.Get(), timeoutMs) != WAIT_OBJECT_0) return {};
-    DWORD exitCode = 0;
-    EXPECT_TRUE(GetExitCodeProcess(_process.Get(), &exitCode));
-    return exitCode;
+    _process.dwProcessId = entry.th32ProcessID;
+    _process.hProcess = OpenProcess(SYNCHRONIZE | PROCESS_TERMINATE, FALSE, Id());
+    ASSERT_TRUE(found && Handle() != nullptr);
   }
 
   /// Looks again and again, while the program runs, until `condition` holds.
@@ -98,35 +62,18 @@ class Program {
     const ULONGLONG end = GetTickCount64() + kLongMs;
     while (!condition()) {
       ASSERT_LT(GetTickCount64(), end) << "it does not happen";
-      ASSERT_EQ(WaitForSingleObject(_process.Get(), 5), DWORD{WAIT_TIMEOUT}) << "it has ended";
+      ASSERT_EQ(WaitForSingleObject(Handle(), 5), DWORD{WAIT_TIMEOUT}) << "it has ended";
     }
   }
 
   /// Connects as soon as the program has created the pipe.
   void Connect(PipeClient& client, const std::string& pipeName) {
     DWORD error = client.TryConnect(pipeName);
-    while (error == ERROR_FILE_NOT_FOUND &&
-           WaitForSingleObject(_process.Get(), 2) == WAIT_TIMEOUT) {
+    while (error == ERROR_FILE_NOT_FOUND && WaitForSingleObject(Handle(), 2) == WAIT_TIMEOUT) {
       error = client.TryConnect(pipeName);
     }
     ASSERT_EQ(error, DWORD{ERROR_SUCCESS});
   }
-
-  void Kill() { TerminateProcess(_process.Get(), 9); }
-  DWORD Id() const { return _id; }
-  HANDLE Handle() const { return _process.Get(); }
-
- private:
-  static WideText OwnEnding() {
-    WCHAR path[MAX_PATH] = {};
-    GetModuleFileNameW(nullptr, path, MAX_PATH);
-    const WideText full(path);
-    const auto dot = full.rfind(TEXT('.'));
-    return dot == full.npos || dot < full.rfind(TEXT('\\')) ? WideText() : full.substr(dot);
-  }
-
-  ScopedHandle _process;
-  DWORD _id = 0;
 };
 
 /// The folder of the simulated printer's tags and faults.
@@ -174,7 +121,7 @@ class ProcessTest : public testing::Test {
     });
   }
 
-  void ExpectExit(DWORD exitCode = 0) { EXPECT_EQ(_tagwright.WaitForExit(), exitCode); }
+  void ExpectExit(DWORD exitCode = 0) { EXPECT_EQ(_tagwright.ExitCode(), exitCode); }
 
   std::string _pipeName;
   ProductLog _log;

@@ -1,6 +1,4 @@
 /// tagwrightctl as it is used: its exit code and what it did.
-#include <gmock/gmock.h>
-
 #include "process/process_fixture.h"
 
 namespace {
@@ -10,7 +8,7 @@ class TagwrightctlTest : public ProcessTest {
   static DWORD Run(const std::string& arguments) {
     Program ctl;
     ctl.Start("tagwrightctl", arguments);
-    return ctl.WaitForExit().value_or(~DWORD{0});
+    return ctl.ExitCode();
   }
   static std::string Job(const std::string& name) {
     return "\"" + std::string(TAGWRIGHT_EXAMPLES_DIR) + "/" + name + "\" ";

@@ -103,6 +103,7 @@ TEST(OEventLog, RegistersItsSourceUnderOneLogOnce) {
     EXPECT_EQ(types, 7U);
     OEventLog(log.name.c_str(), type).LogInformationEvent("is registered", 0, 0);
     EXPECT_FALSE(create(foreign, after)) << "nothing was touched";
+    EXPECT_EQ(log.file.Content(), "") << "a mask without a copy";
   }
 }
 

@@ -1,12 +1,10 @@
-/// Files, folders and what the process knows of itself.
+/// Files and folders.
 #include "support/ofile.h"
 
 #include <gtest/gtest.h>
 
 #include "common/unique_name.h"
-#include "common/victim.h"
 #include "platform/windows_api.h"
-#include "support/process_utility.h"
 
 namespace {
 
@@ -38,19 +36,6 @@ TEST_F(Files, OnlyWhatCanBeOpenedExistsAndNoFolderIsMadeBelowIt) {
   EXPECT_TRUE(OFile::Exists(file));
   EXPECT_FALSE(OFile::Exists(root)) << "a folder cannot be opened for reading";
   EXPECT_FALSE(OFile::CreateDirectoryPath(file + "\\below\\it"));
-}
-
-const VictimRole kChild("child", [](VictimSide&, const std::string& parent) {
-  return ProcessUtility::GetParentProcessId() == std::stoul(parent) ? 7 : 1;
-});
-
-TEST(ProcessUtility, KnowsItsParentAndItsFolder) {
-  EXPECT_EQ(Victim("child", std::to_string(GetCurrentProcessId())).ExitCode(), 7U);
-  const OString folder = ProcessUtility::GetCurrentModuleDirectory();
-  WCHAR program[MAX_PATH];
-  GetModuleFileNameW(nullptr, program, MAX_PATH);
-  const OString path(program);
-  EXPECT_EQ(path.Left(path.ReverseFind('\\')).Compare(folder), 0);
 }
 
 }  // namespace

@@ -8,6 +8,8 @@
 #include "common/product_log.h"
 #include "common/test_thread.h"
 #include "support/oevent_log.h"
+#include "support/oregistry.h"
+#include "support/scoped_key.h"
 #include "support/se_translation.h"
 #include "support/thread_guard.h"
 
@@ -173,7 +175,7 @@ class CrashReport : public testing::Test {
  protected:
   static constexpr const char* kSource = "Tagwright Crash Test";
 
-  ~CrashReport() override { UseLibrary(""); }
+  ~CrashReport() override { UseLibrary(TEXT("")); }
 
   static void Report(const std::function<void()>& crash) {
     OExceptionHandler handler("Worker::Run", kThreadHandlerFlags);
@@ -194,14 +196,11 @@ class CrashReport : public testing::Test {
     return files;
   }
 
-  static void UseLibrary(const std::string& name) {
-    HKEY key = nullptr;
-    RegCreateKeyExW(HKEY_LOCAL_MACHINE, TEXT("Software\\Brennick\\Drivers\\Debug"), 0, nullptr,
-                    REG_OPTION_NON_VOLATILE, KEY_WRITE, nullptr, &key, nullptr);
-    const std::basic_string<WCHAR> text(name.begin(), name.end());
-    RegSetValueExW(key, TEXT("dbghelp"), 0, REG_SZ, reinterpret_cast<const BYTE*>(text.c_str()),
-                   static_cast<DWORD>((text.size() + 1) * sizeof(WCHAR)));
-    RegCloseKey(key);
+  static void UseLibrary(const std::basic_string<WCHAR>& name) {
+    const ScopedKey key(ORegistry().OpenKey("2:Software/Brennick/Drivers/Debug", true));
+    RegSetValueExW(key.Get(), TEXT("dbghelp"), 0, REG_SZ,
+                   reinterpret_cast<const BYTE*>(name.c_str()),
+                   static_cast<DWORD>((name.size() + 1) * sizeof(WCHAR)));
   }
 
   DumpFolder _dumps;
@@ -209,23 +208,25 @@ class CrashReport : public testing::Test {
 };
 
 TEST_F(CrashReport, NamesTheDumpThatFillsTheFirstGap) {
-  for (const char* name : {"bkcrash_0000.dmp", "bkcrash_0002.dmp"}) DumpFolder::Occupy(name);
-  UseLibrary("no-such-library.dll");  // The system's is used instead.
+  for (int i = 0; i < 3; ++i) Report(Read);
+  DeleteFileW(Widen(DumpFolder::Path("bkcrash_0001.dmp")).c_str());
+  UseLibrary(TEXT("no-such-library.dll"));  // The system's is used instead.
   char kept[24];
   for (int i = 0; i < 24; ++i) kept[i] = static_cast<char>('A' + i * one);
   Report(Read);
   EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_ADDRESS});
   Report(Divide);
   EXPECT_TRUE(_log.Has("Error: Division by zero."));
-  EXPECT_EQ(_log.Count("Caught in [Worker::Run]"), 2);
+  EXPECT_EQ(_log.Count("Caught in [Worker::Run]"), 5);
   EXPECT_THAT(DumpFiles(),
-              testing::ElementsAre(EndsWith("\\Brennick\\Drivers\\Dump\\bkcrash_0001.dmp"),
-                                   DumpFolder::Path("bkcrash_0003.dmp")));
-  EXPECT_THAT(DumpFolder::Content(DumpFiles()[0]), HasSubstr(std::string(kept, sizeof kept)));
+              testing::ElementsAre(EndsWith("\\Brennick\\Drivers\\Dump\\bkcrash_0000.dmp"),
+                                   EndsWith("_0001.dmp"), EndsWith("_0002.dmp"),
+                                   EndsWith("_0001.dmp"), DumpFolder::Path("bkcrash_0003.dmp")));
+  EXPECT_THAT(DumpFolder::Content(DumpFiles()[3]), HasSubstr(std::string(kept, sizeof kept)));
 }
 
 TEST_F(CrashReport, SaysWhenThereIsNoDump) {
-  UseLibrary("Shell32.dll");
+  UseLibrary(TEXT("Shell32.dll"));
   Report(Read);
   EXPECT_TRUE(_log.Has("Attemped to generate minidump file but failed"));
   EXPECT_FALSE(_log.Has(kReported));
