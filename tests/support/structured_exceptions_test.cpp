@@ -29,6 +29,7 @@ void Read() { sink = *nowhere; }
 void Write() { *nowhere = 1; }
 void Divide() { sink = one / zero; }
 void Trap() { __builtin_trap(); }
+void Break() { asm volatile("int3"); }
 void (*volatile noFunction)() = nullptr;
 void CallNothing() {
   noFunction();
@@ -64,6 +65,7 @@ const Crash kCrashes[] = {
     {CallNothing, EXCEPTION_ACCESS_VIOLATION, ERROR_INVALID_ADDRESS},
     {Divide, EXCEPTION_INT_DIVIDE_BY_ZERO, ERROR_INTERNAL_ERROR},
     {Trap, EXCEPTION_ILLEGAL_INSTRUCTION, ERROR_INTERNAL_ERROR},
+    {Break, EXCEPTION_BREAKPOINT, ERROR_UNIDENTIFIED_ERROR},
     {Overflow, EXCEPTION_STACK_OVERFLOW, ERROR_STACK_OVERFLOW},
     {OverflowWithLocals, EXCEPTION_STACK_OVERFLOW, ERROR_STACK_OVERFLOW},
 };

@@ -53,6 +53,8 @@ DWORD SignalOf(DWORD code) {
       return SIGBUS;
     case EXCEPTION_ILLEGAL_INSTRUCTION:
       return SIGILL;
+    case EXCEPTION_BREAKPOINT:
+      return SIGTRAP;
     case EXCEPTION_ACCESS_VIOLATION:
     case EXCEPTION_STACK_OVERFLOW:
       return SIGSEGV;

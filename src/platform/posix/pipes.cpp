@@ -11,7 +11,6 @@ using platform::Fail;
 using platform::KernelScope;
 using platform::Lookup;
 using platform::PipeAddress;
-using platform::PipeEnd;
 using platform::ServerPipe;
 
 namespace {

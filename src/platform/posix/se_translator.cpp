@@ -25,7 +25,7 @@ namespace {
 [[gnu::tls_model("initial-exec")]] constinit thread_local SeTranslator t_translator = nullptr;
 [[gnu::tls_model("initial-exec")]] constinit thread_local CrashSite* t_site = nullptr;
 
-constexpr int kSignals[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL};
+constexpr int kSignals[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP};
 
 /// What was installed for each signal before.
 struct sigaction g_previous[std::size(kSignals)];
@@ -69,6 +69,8 @@ DWORD CodeOf(int signal, const siginfo_t& info, const CrashSite& site) {
       return CodeOfFailedArithmetic(info.si_code);
     case SIGILL:
       return EXCEPTION_ILLEGAL_INSTRUCTION;
+    case SIGTRAP:
+      return EXCEPTION_BREAKPOINT;
     case SIGBUS:
       return info.si_code == BUS_ADRALN ? EXCEPTION_DATATYPE_MISALIGNMENT : EXCEPTION_IN_PAGE_ERROR;
     default:
@@ -85,15 +87,21 @@ ULONG_PTR AccessKind(const ucontext_t& registers) {
   return (error & 0x2) != 0 ? 1 : 0;
 }
 
-void DescribeCrash(int signal, const siginfo_t& info, const void* registers, CrashSite& site) {
-  platform::CopyRegisters(registers, site.context);
+void DescribeCrash(int signal, const siginfo_t& info, const ucontext_t& registers,
+                   CrashSite& site) {
+  platform::CopyRegisters(&registers, site.context);
   site.record = {};
   site.record.ExceptionCode = CodeOf(signal, info, site);
   site.record.ExceptionAddress = reinterpret_cast<void*>(site.context.Rip);
   if (signal != SIGSEGV && signal != SIGBUS) return;
   site.record.NumberParameters = 2;
-  site.record.ExceptionInformation[0] = AccessKind(*static_cast<const ucontext_t*>(registers));
+  site.record.ExceptionInformation[0] = AccessKind(registers);
   site.record.ExceptionInformation[1] = reinterpret_cast<ULONG_PTR>(info.si_addr);
+}
+
+/// Of any memory: a sanitizer's memcpy would find the gaps between a function's variables.
+void CopyBytes(BYTE* to, const void* from, std::size_t count) {
+  asm volatile("rep movsb" : "+D"(to), "+S"(from), "+c"(count) : : "memory");
 }
 
 void CopyStack(CrashSite& site) {
@@ -102,7 +110,7 @@ void CopyStack(CrashSite& site) {
   if (start >= site.stackHigh) return;
   site.copyStart = start;
   site.copyBytes = std::min(site.stackHigh - start, CrashSite::kStackCopyBytes);
-  std::memcpy(site.stackCopy, reinterpret_cast<const void*>(start), site.copyBytes);
+  CopyBytes(site.stackCopy, reinterpret_cast<const void*>(start), site.copyBytes);
 }
 
 /// The signal comes again: at once when it is the instruction's doing, else by being sent again.
@@ -112,22 +120,27 @@ void LeaveToPreviousHandler(int signal, const siginfo_t& info) {
   if (info.si_code <= 0) syscall(SYS_tgkill, getpid(), gettid(), signal);
 }
 
+/// Returns, with the registers as they were, when the translator does.
+void Translate(int signal, const siginfo_t& info, ucontext_t& registers) {
+  DescribeCrash(signal, info, registers, *t_site);
+  CopyStack(*t_site);
+  if (t_site->record.ExceptionCode == EXCEPTION_STACK_OVERFLOW) OpenStackReserve(*t_site);
+  gregset_t original;
+  std::memcpy(original, registers.uc_mcontext.gregs, sizeof original);
+  platform::LeaveFailedFunction(registers);
+  t_translator(t_site->record.ExceptionCode, &t_site->pointers);
+  std::memcpy(registers.uc_mcontext.gregs, original, sizeof original);
+}
+
 /// Runs on the alternate stack, which is free for the next crash as soon as the translator's
 /// exception has left it. Scopes of the layer that were open are closed by the unwinding, like any
 /// other object on the stack.
-void OnCrash(int signal, siginfo_t* info, void* registers) {
+void OnCrash(int signal, siginfo_t* info, void* context) {
+  auto& registers = *static_cast<ucontext_t*>(context);
   const bool isSent = info->si_code <= 0;
-  if (t_translator != nullptr && t_site != nullptr && !isSent) {
-    DescribeCrash(signal, *info, registers, *t_site);
-    CopyStack(*t_site);
-    if (t_site->record.ExceptionCode == EXCEPTION_STACK_OVERFLOW) OpenStackReserve(*t_site);
-    auto& changed = *static_cast<ucontext_t*>(registers);
-    gregset_t original;
-    std::memcpy(original, changed.uc_mcontext.gregs, sizeof original);
-    platform::LeaveFailedFunction(changed);
-    t_translator(t_site->record.ExceptionCode, &t_site->pointers);
-    std::memcpy(changed.uc_mcontext.gregs, original, sizeof original);  // It did not throw.
-  }
+  // Behind a breakpoint; every other instruction has yet to be executed.
+  if (signal == SIGTRAP && !isSent) --registers.uc_mcontext.gregs[REG_RIP];
+  if (t_translator != nullptr && t_site != nullptr && !isSent) Translate(signal, *info, registers);
   LeaveToPreviousHandler(signal, *info);
 }
 
