@@ -10,19 +10,20 @@
 using SeTranslator = void (*)(unsigned code, EXCEPTION_POINTERS* pointers);
 
 /// Installs the calling thread's translator, null for none, and returns the one before. Without
-/// memory for it the thread goes without. The name is
-/// the Windows runtime's; the function is this layer's own on both systems, because the runtime's
-/// does not reach the exceptions of this compiler.
+/// memory for it the thread goes without. The name is the Windows runtime's; the function is this
+/// layer's own on both systems, because the runtime's does not reach the exceptions of this
+/// compiler.
 ///
 /// What the translator throws unwinds from the instruction that failed, through code that has to be
-/// built with -fnon-call-exceptions. Where a function's exception table does not expect that
-/// instruction to fail, the call of the function has failed: its own destructors and catch blocks
-/// are passed over (Windows: in this program's own module; elsewhere that ends the process). A
-/// noexcept function on the way ends the process.
+/// built with -fnon-call-exceptions. The innermost function with an exception table may not expect
+/// an exception from where it is (it sets up its frame, is noexcept, or called a function such as
+/// memcpy, which is thought to throw nothing). Then its call has failed: its own destructors and
+/// catch blocks are passed over (Windows: in this program's own module; elsewhere that ends the
+/// process). A noexcept function further out ends the process.
 ///
 /// A used up stack is told of while there is room left for its exception; the guard that takes
 /// comes back with _resetstkoflw.
 ///
-/// Threads without a translator, C++ exceptions and the system's informational exceptions are left
-/// alone.
+/// Threads without a translator, C++ exceptions, other exceptions that a program raises itself
+/// (with the customer bit) and the system's informational exceptions are left alone.
 SeTranslator _set_se_translator(SeTranslator translator);

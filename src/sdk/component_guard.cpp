@@ -1,6 +1,7 @@
 #include "sdk/component_guard.h"
 
-#include <csignal>
+#include <exception>
+#include <mutex>
 
 #include "platform/landing.h"
 #include "platform/se_translator.h"
@@ -24,23 +25,23 @@ void TranslateCrash(unsigned code, EXCEPTION_POINTERS* pointers) {
   ThrowStructuredException(code, pointers);
 }
 
-/// What becomes of a crash whose exception cannot get out is a call of abort. Any other abort is
-/// nobody's to survive: the heap ends so when it is found damaged, with its lock held.
-void OnAbort(int signal) {
-  if (t_call == nullptr || t_call->crash == nullptr) {
-    std::signal(signal, SIG_DFL);
-    std::raise(signal);
-    return;
-  }
-  std::signal(signal, OnAbort);  // Delivery may have reset it.
-  t_call->landing.JumpBack();
+std::terminate_handler g_previousTerminate = nullptr;
+
+/// The runtime ends a crash here whose exception cannot get out.
+void OnTerminate() {
+  if (t_call != nullptr && t_call->crash != nullptr) t_call->landing.JumpBack();
+  g_previousTerminate();
+}
+
+void InstallTerminateHandler() {
+  static std::once_flag installed;
+  std::call_once(installed, [] { g_previousTerminate = std::set_terminate(OnTerminate); });
 }
 
 class GuardScope {
  public:
   explicit GuardScope(GuardedCall& call) : _previous(_set_se_translator(TranslateCrash)) {
-    static const auto previousHandler = std::signal(SIGABRT, OnAbort);
-    static_cast<void>(previousHandler);
+    InstallTerminateHandler();
     t_call = &call;
   }
   ~GuardScope() {

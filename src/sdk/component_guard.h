@@ -11,7 +11,7 @@ namespace Tagwright {
 ///
 /// The exception runs the destructors of the component's code as far as that was built for it.
 /// Where it finds no way out, and at a second crash in the same call, the rest of the component's
-/// frames is left as it is, destructors and all.
+/// frames is left as it is, destructors and all. The pointers are those of the last crash.
 void GuardComponentCall(void (*call)(void*), void* argument);
 
 template <class Call>

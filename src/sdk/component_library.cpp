@@ -3,6 +3,7 @@
 #include <memory>
 #include <type_traits>
 
+#include "sdk/component_guard.h"
 #include "support/ostring.h"
 #include "support/process_utility.h"
 
@@ -40,8 +41,9 @@ const TagwrightComponentInterface& LoadComponent() {
   const OString path = ComponentPath();
   Library library(LoadLibraryW(path.wstring()));
   if (library == nullptr) Fail(path, SystemReason("LoadLibrary", GetLastError()));
-  const TagwrightComponentInterface* component =
-      FindEntry(library.get(), path)(kTagwrightComponentVersion);
+  const TagwrightGetInterface getInterface = FindEntry(library.get(), path);
+  const TagwrightComponentInterface* component = nullptr;
+  GuardComponentCall([&] { component = getInterface(kTagwrightComponentVersion); });
   if (component == nullptr) Fail(path, "it does not know the interface version asked for");
   if (component->version != kTagwrightComponentVersion) {
     Fail(path, "it answered with another interface version");

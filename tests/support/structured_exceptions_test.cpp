@@ -1,6 +1,7 @@
 /// Crashes inside an exception handler scope: what arrives, what is reported, and the dump file.
 #include <gmock/gmock.h>
 
+#include <cstring>
 #include <functional>
 #include <set>
 
@@ -54,6 +55,12 @@ int RecurseWithLocal(int depth) {
 
 void OverflowWithLocals() { sink = RecurseWithLocal(0); }
 
+/// strlen is thought to throw nothing, so no table has a place for its crash.
+void MeasureBesideALocal() {
+  const Local local{++locals};
+  sink = static_cast<int>(std::strlen(reinterpret_cast<const char*>(nowhere)));
+}
+
 struct Crash {
   void (*function)();
   DWORD code;
@@ -62,6 +69,7 @@ struct Crash {
 const Crash kCrashes[] = {
     {Read, EXCEPTION_ACCESS_VIOLATION, ERROR_INVALID_ADDRESS},
     {Write, EXCEPTION_ACCESS_VIOLATION, ERROR_INVALID_ADDRESS},
+    {MeasureBesideALocal, EXCEPTION_ACCESS_VIOLATION, ERROR_INVALID_ADDRESS},
     {CallNothing, EXCEPTION_ACCESS_VIOLATION, ERROR_INVALID_ADDRESS},
     {Divide, EXCEPTION_INT_DIVIDE_BY_ZERO, ERROR_INTERNAL_ERROR},
     {Trap, EXCEPTION_ILLEGAL_INSTRUCTION, ERROR_INTERNAL_ERROR},

@@ -36,8 +36,6 @@ constexpr DWORD kProvidedTypes = MiniDumpWithDataSegs | MiniDumpWithHandleData |
 
 /// Of the stack of a thread that did not crash.
 constexpr std::size_t kOtherStackBytes = 64 * 1024;
-/// The processor leaves the 128 bytes below the stack pointer to the function that runs.
-constexpr ULONG_PTR kRedZoneBytes = 128;
 /// Of the crashed thread's stack, what is searched for pointers.
 constexpr std::size_t kSearchedStackBytes = 32 * 1024;
 /// Code on both sides of the instruction that failed.
@@ -181,7 +179,7 @@ void DumpWriter::AddCrashedThread() {
 }
 
 void DumpWriter::AddStackOf(ThreadRecord& record, ULONG_PTR stackPointer) {
-  const MemoryRange* const range = _memory.Add(stackPointer - kRedZoneBytes, kOtherStackBytes);
+  const MemoryRange* const range = _memory.Add(stackPointer - platform::kRedZoneBytes, kOtherStackBytes);
   if (range == nullptr) return;
   record.stack = {range->start, _file.Append(range->source, range->sizeBytes)};
   _memoryList.descriptors[_memoryList.count++] = record.stack;

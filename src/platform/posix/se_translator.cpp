@@ -34,9 +34,6 @@ struct sigaction g_previous[std::size(kSignals)];
 /// pointer it touches memory: more than a frame of ordinary size.
 constexpr ULONG_PTR kStackEndBytes = 256 * 1024;
 
-/// The processor leaves the 128 bytes below the stack pointer to the function that runs.
-constexpr ULONG_PTR kRedZoneBytes = 128;
-
 bool IsStackUsedUp(const CrashSite& site, ULONG_PTR address) {
   const ULONG_PTR stackPointer = site.context.Rsp;
   return site.stackLow != 0 && stackPointer < site.stackLow + kStackEndBytes &&
@@ -105,7 +102,7 @@ void CopyBytes(BYTE* to, const void* from, std::size_t count) {
 }
 
 void CopyStack(CrashSite& site) {
-  const ULONG_PTR start = std::max(site.context.Rsp - kRedZoneBytes, site.stackLow);
+  const ULONG_PTR start = std::max(site.context.Rsp - platform::kRedZoneBytes, site.stackLow);
   site.copyBytes = 0;
   if (start >= site.stackHigh) return;
   site.copyStart = start;
@@ -139,7 +136,8 @@ void OnCrash(int signal, siginfo_t* info, void* context) {
   auto& registers = *static_cast<ucontext_t*>(context);
   const bool isSent = info->si_code <= 0;
   // Behind a breakpoint; every other instruction has yet to be executed.
-  if (signal == SIGTRAP && !isSent) --registers.uc_mcontext.gregs[REG_RIP];
+  const bool isBreakpoint = info->si_code == SI_KERNEL || info->si_code == TRAP_BRKPT;
+  if (signal == SIGTRAP && isBreakpoint) --registers.uc_mcontext.gregs[REG_RIP];
   if (t_translator != nullptr && t_site != nullptr && !isSent) Translate(signal, *info, registers);
   LeaveToPreviousHandler(signal, *info);
 }

@@ -45,7 +45,7 @@ constexpr ULONG kStackGuaranteeBytes = 128 * 1024;
 
 /// Errors of the processor and the memory manager have these bits (and NTSTATUS values without them
 /// are informational); the exceptions of runtimes have the customer bit as well.
-constexpr DWORD kSeverityError = 0xC0000000;
+constexpr DWORD kSeverityWarning = 0x80000000;
 constexpr DWORD kCustomerBit = 0x20000000;
 
 void WINAPI DeleteThreadState(void* state) { delete static_cast<ThreadState*>(state); }
@@ -64,9 +64,7 @@ ThreadState* CurrentState() {
 }
 
 bool IsForTranslators(DWORD code) {
-  const bool isError = (code & kSeverityError) == kSeverityError && (code & kCustomerBit) == 0;
-  return isError || code == static_cast<DWORD>(EXCEPTION_DATATYPE_MISALIGNMENT) ||
-         code == static_cast<DWORD>(EXCEPTION_BREAKPOINT);
+  return (code & kSeverityWarning) != 0 && (code & kCustomerBit) == 0;
 }
 
 /// The function that an instruction belongs to, as the unwinder knows it.
@@ -126,20 +124,6 @@ DWORD64 FindReturnAddress(const Function& function, const Frame& frame, const CO
   return 0;
 }
 
-/// Where a call made by the instruction that failed would return to. A function that no exception
-/// can be thrown from there, as none can while the function sets up its frame, is left: its own
-/// call is the one that failed then.
-DWORD64 LeaveFailedInstruction(CONTEXT& registers) {
-  const Function function(registers.Rip);
-  if (function.entry == nullptr) return registers.Rip + 1;
-  const Frame frame(function, registers, registers.Rip);
-  if (!function.IsSettingUpFrameAt(registers.Rip)) {
-    if (const DWORD64 address = FindReturnAddress(function, frame, registers)) return address;
-  }
-  registers = frame.caller;
-  return registers.Rip;
-}
-
 MEMORY_BASIC_INFORMATION MemoryAt(const void* address) {
   MEMORY_BASIC_INFORMATION memory{};
   VirtualQuery(address, &memory, sizeof memory);
@@ -154,6 +138,53 @@ bool IsOnStack(DWORD64 stackPointer) {
          memory.Protect == PAGE_READWRITE && stackPointer % sizeof(*below) == 0;
 }
 
+void ReturnFromLeaf(CONTEXT& registers) {
+  registers.Rip = *reinterpret_cast<const DWORD64*>(registers.Rsp);
+  registers.Rsp += sizeof(registers.Rip);
+}
+
+/// Where a call made by the instruction that failed would return to. A function that no exception
+/// can be thrown from there, as none can while the function sets up its frame, is left: its own call
+/// is the one that failed then.
+DWORD64 LeaveFailedInstruction(CONTEXT& registers) {
+  const Function function(registers.Rip);
+  if (function.entry == nullptr) {
+    const DWORD64 next = registers.Rip + 1;
+    if (Function(next).entry == nullptr) return next;
+    ReturnFromLeaf(registers);
+    return registers.Rip;
+  }
+  const Frame frame(function, registers, registers.Rip);
+  if (!function.IsSettingUpFrameAt(registers.Rip)) {
+    if (const DWORD64 address = FindReturnAddress(function, frame, registers)) return address;
+  }
+  registers = frame.caller;
+  return registers.Rip;
+}
+
+/// The same for the functions further out, up to the first with an exception table that expects the
+/// exception. One may not: memcpy and its like are thought to throw nothing.
+DWORD64 LeaveFailedFunctions(CONTEXT& registers) {
+  DWORD64 returnAddress = LeaveFailedInstruction(registers);
+  CONTEXT at = registers;
+  at.Rip = returnAddress;
+  while (IsOnStack(at.Rsp)) {
+    const Function function(at.Rip);
+    if (function.entry == nullptr) {
+      ReturnFromLeaf(at);
+      continue;
+    }
+    const Frame frame(function, at, at.Rip);
+    const DWORD64 instruction = at.Rip - 1;
+    at = frame.caller;
+    if (frame.handler == nullptr) continue;
+    if (frame.CallSite(function, instruction) != platform::kNoCallSite) break;
+    registers = at;
+    returnAddress = at.Rip;
+  }
+  return returnAddress;
+}
+
 /// Goes on, once all handlers have returned, as if the instruction had called the translator: then
 /// the translator's exception finds its way by what the compiler has laid down for calls.
 LONG CALLBACK OnException(EXCEPTION_POINTERS* pointers) {
@@ -164,7 +195,9 @@ LONG CALLBACK OnException(EXCEPTION_POINTERS* pointers) {
   if (!IsOnStack(registers.Rsp)) return EXCEPTION_CONTINUE_SEARCH;
   state->record = *pointers->ExceptionRecord;
   state->context = registers;
-  const DWORD64 returnAddress = LeaveFailedInstruction(registers);
+  // More registers than these lie behind the record, and stay there.
+  state->context.ContextFlags &= CONTEXT_ALL;
+  const DWORD64 returnAddress = LeaveFailedFunctions(registers);
   registers.Rsp -= sizeof(returnAddress);
   *reinterpret_cast<DWORD64*>(registers.Rsp) = returnAddress;
   registers.Rip = reinterpret_cast<DWORD64>(&TagwrightEnterTranslator);
@@ -182,7 +215,9 @@ void ReserveStackForHandler() {
   auto* const stack = static_cast<BYTE*>(MemoryAt(&system).AllocationBase);
   BYTE* const guard = stack + system.dwPageSize + kStackGuaranteeBytes;
   const auto memory = MemoryAt(guard);
-  if (memory.State != MEM_COMMIT || memory.Protect != PAGE_READWRITE) return;
+  const bool isOurs = memory.AllocationBase == stack &&
+                      guard + kStackGuaranteeBytes < reinterpret_cast<BYTE*>(&system);
+  if (!isOurs || memory.State != MEM_COMMIT || memory.Protect != PAGE_READWRITE) return;
   DWORD previous = 0;
   VirtualProtect(guard, system.dwPageSize, PAGE_READWRITE | PAGE_GUARD, &previous);
 }

@@ -14,6 +14,10 @@
 
 namespace platform {
 
+/// The processor's calling convention leaves the bytes below the stack pointer to the function that
+/// runs (System V ABI for x86-64, "red zone").
+constexpr ULONG_PTR kRedZoneBytes = 128;
+
 /// The guard of a thread's stack: a page that nothing may ever touch, and above it the room in
 /// which the exception of a used up stack finds its way.
 constexpr std::size_t kStackGuardBytes = 132 * 1024;

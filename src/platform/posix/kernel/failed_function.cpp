@@ -9,7 +9,8 @@ namespace {
 
 struct Search {
   ucontext_t& registers;
-  bool isFunctionFound = false;
+  bool isBeyondHandler = false;
+  bool isFunctionToLeave = false;
 };
 
 /// The registers that a function leaves as they were, by their numbers in the unwinder (System V
@@ -20,10 +21,9 @@ constexpr struct {
 } kPreserved[] = {{REG_RBX, 3},  {REG_RBP, 6},  {REG_R12, 12},
                   {REG_R13, 13}, {REG_R14, 14}, {REG_R15, 15}};
 
-bool Expects(_Unwind_Context* frame, _Unwind_Ptr instruction) {
-  const auto* const table = static_cast<const BYTE*>(_Unwind_GetLanguageSpecificData(frame));
-  return table == nullptr ||
-         FindCallSite(table, instruction - _Unwind_GetRegionStart(frame)) != kNoCallSite;
+/// Null when the function has no table, which lets every exception pass.
+const BYTE* ExceptionTable(_Unwind_Context* frame) {
+  return static_cast<const BYTE*>(_Unwind_GetLanguageSpecificData(frame));
 }
 
 /// The unwinder takes the instruction of a signal's registers as it is, that of a call from the
@@ -39,15 +39,18 @@ void BecomeCaller(ucontext_t& registers, _Unwind_Context* frame) {
 
 _Unwind_Reason_Code OnFrame(_Unwind_Context* frame, void* context) {
   auto& search = *static_cast<Search*>(context);
-  if (search.isFunctionFound) {
-    BecomeCaller(search.registers, frame);
-    return _URC_NORMAL_STOP;
-  }
   int isSignalled = 0;
-  const _Unwind_Ptr instruction = _Unwind_GetIPInfo(frame, &isSignalled);
-  if (isSignalled == 0) return _URC_NO_REASON;  // A frame of the handler's own.
-  if (Expects(frame, instruction)) return _URC_NORMAL_STOP;
-  search.isFunctionFound = true;
+  const _Unwind_Ptr next = _Unwind_GetIPInfo(frame, &isSignalled);
+  search.isBeyondHandler |= isSignalled != 0;
+  if (!search.isBeyondHandler) return _URC_NO_REASON;
+  if (search.isFunctionToLeave) BecomeCaller(search.registers, frame);
+  search.isFunctionToLeave = false;
+  const BYTE* const table = ExceptionTable(frame);
+  if (table == nullptr) return _URC_NO_REASON;
+  const _Unwind_Ptr instruction = isSignalled != 0 ? next : next - 1;
+  const int callSite = FindCallSite(table, instruction - _Unwind_GetRegionStart(frame));
+  if (callSite != kNoCallSite) return _URC_NORMAL_STOP;
+  search.isFunctionToLeave = true;
   return _URC_NO_REASON;
 }
 

@@ -5,11 +5,12 @@
 
 namespace platform {
 
-/// For a signal handler that is going to throw, with the registers it was given. A bad address that
-/// was called gives the registers back to its caller. When the exception table of the function that
-/// failed does not expect it to fail where it did, as none does while the function sets up its
-/// frame, the registers become those of its caller during the call. Then the exception comes from
-/// there instead of ending the process. May be called in signal handlers.
+/// For a signal handler that is going to throw, with the registers it was given. The innermost
+/// function with an exception table may not expect an exception from where it is: none does while
+/// it sets up its frame, nor from functions of the C library such as memcpy, which are thought to
+/// throw nothing. Then the registers become those of its caller during the call, which is asked in
+/// turn; so the exception comes from there instead of ending the process. A bad address that was
+/// called gives the registers back to its caller. May be called in signal handlers.
 void LeaveFailedFunction(ucontext_t& registers);
 
 }  // namespace platform
