@@ -3,10 +3,8 @@
 # component's files beside itself.
 if(WIN32)
   set(TAGWRIGHT_PROGRAM_FOLDER .)
-  set(TAGWRIGHT_DOC_FOLDER docs)
-  set(TAGWRIGHT_EXAMPLE_FOLDER examples)
+  set(TAGWRIGHT_DOC_FOLDER .)
 else()
   set(TAGWRIGHT_PROGRAM_FOLDER lib/tagwright)
   set(TAGWRIGHT_DOC_FOLDER share/doc/tagwright)
-  set(TAGWRIGHT_EXAMPLE_FOLDER share/doc/tagwright/examples)
 endif()
