@@ -244,7 +244,7 @@ TEST_F(CrashReport, SaysWhenThereIsNoDump) {
 
 TEST_F(CrashReport, DumpsOfThreadsThatCrashTogetherHaveFilesOfTheirOwn) {
   std::vector<std::unique_ptr<TestThread>> threads;
-  constexpr std::size_t kThreads = 4;
+  constexpr std::size_t kThreads = 3;
   for (std::size_t i = 0; i < kThreads; ++i) {
     threads.push_back(std::make_unique<TestThread>([] { return Report(Read), 0U; }));
   }
