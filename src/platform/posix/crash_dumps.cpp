@@ -179,7 +179,8 @@ void DumpWriter::AddCrashedThread() {
 }
 
 void DumpWriter::AddStackOf(ThreadRecord& record, ULONG_PTR stackPointer) {
-  const MemoryRange* const range = _memory.Add(stackPointer - platform::kRedZoneBytes, kOtherStackBytes);
+  const MemoryRange* const range =
+      _memory.Add(stackPointer - platform::kRedZoneBytes, kOtherStackBytes);
   if (range == nullptr) return;
   record.stack = {range->start, _file.Append(range->source, range->sizeBytes)};
   _memoryList.descriptors[_memoryList.count++] = record.stack;

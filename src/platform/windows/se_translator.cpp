@@ -144,8 +144,8 @@ void ReturnFromLeaf(CONTEXT& registers) {
 }
 
 /// Where a call made by the instruction that failed would return to. A function that no exception
-/// can be thrown from there, as none can while the function sets up its frame, is left: its own call
-/// is the one that failed then.
+/// can be thrown from there, as none can while the function sets up its frame, is left: its own
+/// call is the one that failed then.
 DWORD64 LeaveFailedInstruction(CONTEXT& registers) {
   const Function function(registers.Rip);
   if (function.entry == nullptr) {
