@@ -21,9 +21,9 @@ Tagwright::WideString OwnPath() {
 
 }  // namespace
 
-void Await(const char* what, bool (*condition)(void*), void* context) {
+void Await(const char* what, const std::function<bool()>& condition) {
   const ULONGLONG start = GetTickCount64();
-  while (!condition(context)) {
+  while (!condition()) {
     if (GetTickCount64() - start > kBoundMs) throw std::runtime_error(what);
     Sleep(kLookAgainMs);
   }

@@ -1,6 +1,7 @@
 /// A tagwright whose parent, a driver of this program's own, can be killed.
 #pragma once
 
+#include <functional>
 #include <optional>
 
 #include "bench/timings.h"
@@ -26,13 +27,7 @@ std::optional<PROCESSENTRY32W> FindProcess(Matches&& matches) {
 
 /// Calls `condition` again and again until it holds; after a minute throws
 /// std::runtime_error(what).
-void Await(const char* what, bool (*condition)(void*), void* context);
-template <class Condition>
-void Await(const char* what, Condition condition) {
-  Await(
-      what, [](void* context) -> bool { return (*static_cast<Condition*>(context))(); },
-      &condition);
-}
+void Await(const char* what, const std::function<bool()>& condition);
 
 class DrivenProcess {
  public:

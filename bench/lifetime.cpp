@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "bench/driven_process.h"
+#include "bench/payload.h"
 #include "bench/resident_memory.h"
 #include "client/client.h"
 #include "simulator/tag/state_files.h"
@@ -31,10 +32,6 @@ constexpr int kPipeCounts[] = {0, 1, 10, 62};
 constexpr std::string_view kJob =
     "<zsdk_job><printer port_type='0' port_address='bench'/>"
     "<write segment='1' data='E2004216CB60601500951ED6'/></zsdk_job>";
-
-std::span<const std::uint8_t> Bytes(std::string_view text) {
-  return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
-}
 
 /// A file of the simulated printer with a text of the bench's own; as it was before at the end.
 class BorrowedStateFile {

@@ -1,6 +1,5 @@
 /// tagwright_bench: round trips of a real tagwright process beside bare echoes of the same run;
-/// with
-/// --lifetime how the process grows and ends, with --crashes what a crash costs.
+/// with --lifetime how the process grows and ends, with --crashes what a crash costs.
 ///
 /// Everything happens under the caller's state root, with the log mask that is set there; the jobs
 /// go to a simulated tag of their own, at the port address "bench".
@@ -12,6 +11,7 @@
 #include "bench/crashes.h"
 #include "bench/echo.h"
 #include "bench/lifetime.h"
+#include "bench/payload.h"
 #include "bench/resident_memory.h"
 #include "bench/timings.h"
 #include "client/client.h"
@@ -19,6 +19,7 @@
 
 namespace {
 
+using Bench::Bytes;
 using Bench::Timings;
 using Tagwright::Client;
 
@@ -39,10 +40,6 @@ constexpr std::string_view kJob = R"(<?xml version="1.0" encoding="UTF-8"?>
   <write segment="3" offset="0" data="00112233445566778899AABBCCDDEEFF"/>
 </zsdk_job>
 )";
-
-std::span<const std::uint8_t> Bytes(std::string_view text) {
-  return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
-}
 
 /// A tagwright process and the connection to its encoder pipe.
 class Server {

@@ -41,7 +41,7 @@ constexpr std::size_t kSearchedStackBytes = 32 * 1024;
 /// Code on both sides of the instruction that failed.
 constexpr ULONG_PTR kCodeBytes = 128;
 
-constexpr std::size_t kMaxThreads = 513;
+constexpr std::size_t kMaxThreads = platform::kMaxCapturedThreads + 1;
 
 /// What debuggers of Linux processes want to see as the exception's code.
 DWORD SignalOf(DWORD code) {

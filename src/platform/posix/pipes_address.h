@@ -2,9 +2,9 @@
 /// that tells whether a live process serves it.
 ///
 ///   pipe/<name>        the socket
-///   pipe/.lock/<name>  locked (open file descriptions' locks) while the pipe lives: one byte for
-///   the
-///                      name, one for each socket served under it
+///   pipe/.lock/<name>  locked (open file descriptions' locks) while the pipe lives
+///
+/// Of the lock file one byte is for the name, and one for each socket served under it.
 ///
 /// The lock goes with the process, so that a socket left behind by a dead one is recognised.
 #pragma once

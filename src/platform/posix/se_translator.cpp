@@ -77,13 +77,6 @@ DWORD CodeOf(int signal, const siginfo_t& info, const CrashSite& site) {
   }
 }
 
-/// The kind of access, from the processor's error code of a page fault.
-ULONG_PTR AccessKind(const ucontext_t& registers) {
-  const auto error = registers.uc_mcontext.gregs[REG_ERR];
-  if ((error & 0x10) != 0) return 8;
-  return (error & 0x2) != 0 ? 1 : 0;
-}
-
 void DescribeCrash(int signal, const siginfo_t& info, const ucontext_t& registers,
                    CrashSite& site) {
   platform::CopyRegisters(&registers, site.context);
@@ -92,7 +85,7 @@ void DescribeCrash(int signal, const siginfo_t& info, const ucontext_t& register
   site.record.ExceptionAddress = reinterpret_cast<void*>(site.context.Rip);
   if (signal != SIGSEGV && signal != SIGBUS) return;
   site.record.NumberParameters = 2;
-  site.record.ExceptionInformation[0] = AccessKind(registers);
+  site.record.ExceptionInformation[0] = platform::AccessOf(&registers);
   site.record.ExceptionInformation[1] = reinterpret_cast<ULONG_PTR>(info.si_addr);
 }
 

@@ -1,8 +1,7 @@
 /// Libraries loaded at run time. A bare name is looked for among the system libraries that the
 /// layer stands for ("dbghelp.dll", "Kernel32.dll", "Shell32.dll", in any letter case), then beside
 /// the program, then in the current folder; a path is used as it is. A name without an extension
-/// means one with
-/// ".dll".
+/// means one with ".dll".
 #pragma once
 
 #include "platform/posix/api/base.h"

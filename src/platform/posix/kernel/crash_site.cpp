@@ -115,6 +115,15 @@ const CrashSite* FindCrashSite(const EXCEPTION_POINTERS* pointers) {
   return site != nullptr && pointers == &site->pointers ? site : nullptr;
 }
 
+AccessKind AccessOf(const void* signalContext) {
+  // Bits of the processor's error code of a page fault.
+  constexpr greg_t kWriting = 0x2;
+  constexpr greg_t kFetchingInstruction = 0x10;
+  const greg_t error = static_cast<const ucontext_t*>(signalContext)->uc_mcontext.gregs[REG_ERR];
+  if ((error & kFetchingInstruction) != 0) return AccessKind::kExecute;
+  return (error & kWriting) != 0 ? AccessKind::kWrite : AccessKind::kRead;
+}
+
 void CopyRegisters(const void* signalContext, CONTEXT& context) {
   const mcontext_t& machine = static_cast<const ucontext_t*>(signalContext)->uc_mcontext;
   const auto value = [&](int index) { return static_cast<ULONGLONG>(machine.gregs[index]); };

@@ -65,6 +65,13 @@ void CloseStackReserve(const CrashSite& site);
 /// The site of the calling thread that the pointers belong to; null when they are not a crash's.
 const CrashSite* FindCrashSite(const EXCEPTION_POINTERS* pointers);
 
+/// What an instruction failed to do with an address, as the records of access violations have it.
+enum AccessKind : ULONG_PTR { kRead = 0, kWrite = 1, kExecute = 8 };
+
+/// From the registers that a signal handler was given (a ucontext_t); kRead for what was no page
+/// fault.
+AccessKind AccessOf(const void* signalContext);
+
 /// Fills a context from the registers that a signal handler was given (a ucontext_t).
 void CopyRegisters(const void* signalContext, CONTEXT& context);
 

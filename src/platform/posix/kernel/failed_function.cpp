@@ -3,6 +3,7 @@
 #include <unwind.h>
 
 #include "platform/exception_table.h"
+#include "platform/posix/kernel/crash_site.h"
 
 namespace platform {
 namespace {
@@ -55,10 +56,7 @@ _Unwind_Reason_Code OnFrame(_Unwind_Context* frame, void* context) {
 }
 
 /// Whether no instruction could be read, which is what comes of calling a bad address.
-bool IsOfCall(const ucontext_t& registers) {
-  constexpr greg_t kInstructionFetch = 0x10;  // Of the processor's error code of a page fault.
-  return (registers.uc_mcontext.gregs[REG_ERR] & kInstructionFetch) != 0;
-}
+bool IsOfCall(const ucontext_t& registers) { return AccessOf(&registers) == AccessKind::kExecute; }
 
 /// The caller's instruction, as from the byte before the return address on top of the stack.
 void LeaveCallee(ucontext_t& registers) {

@@ -8,8 +8,10 @@
 #include <iterator>
 
 namespace platform {
+namespace {
 
-std::size_t ReadRaw(const char* path, void* buffer, std::size_t sizeBytes) {
+/// Through raw system calls; the number of bytes.
+std::size_t ReadFileInto(const char* path, void* buffer, std::size_t sizeBytes) {
   const int file = open(path, O_RDONLY | O_CLOEXEC);
   if (file < 0) return 0;
   std::size_t done = 0;
@@ -21,9 +23,11 @@ std::size_t ReadRaw(const char* path, void* buffer, std::size_t sizeBytes) {
   return done;
 }
 
+}  // namespace
+
 std::span<const Mapping> ProcessMaps::Read() {
   _count = 0;
-  const std::size_t size = ReadRaw("/proc/self/maps", _text, sizeof _text - 1);
+  const std::size_t size = ReadFileInto("/proc/self/maps", _text, sizeof _text - 1);
   _text[size] = 0;
   for (char* line = _text; *line != 0 && _count < std::size(_mappings);) {
     char* const end = std::strchr(line, '\n');
@@ -44,7 +48,6 @@ void ProcessMaps::AddLine(char* line) {
   mapping.isReadable = at[1] == 'r';
   mapping.isWritable = at[2] == 'w';
   mapping.isExecutable = at[3] == 'x';
-  mapping.fileOffset = std::strtoul(at + 6, &at, 16);
   const std::size_t pathStart = std::strcspn(at, "/[");
   mapping.path = at + pathStart;
 }

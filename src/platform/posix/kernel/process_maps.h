@@ -14,7 +14,6 @@ struct Mapping {
   bool isReadable;
   bool isWritable;
   bool isExecutable;
-  ULONG_PTR fileOffset;
   const char* path;  // "" for none; "[stack]" and the like for what is no file
 
   bool IsOfFile() const { return path[0] == '/'; }
@@ -34,8 +33,5 @@ class ProcessMaps {
   Mapping _mappings[4096];
   std::size_t _count;
 };
-
-/// Reads a whole file into `buffer` through raw system calls; the number of bytes.
-std::size_t ReadRaw(const char* path, void* buffer, std::size_t sizeBytes);
 
 }  // namespace platform

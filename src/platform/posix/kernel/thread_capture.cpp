@@ -18,14 +18,12 @@
 namespace platform {
 namespace {
 
-constexpr std::size_t kMaxThreads = 512;
-
 /// How long the threads have to answer, all of them together: those that answer do so at once.
 constexpr int kAnswerTimeMs = 2000;
 /// How long a thread waits at most for the capture's end.
 constexpr int kStandStillMs = 10000;
 
-CapturedThread g_threads[kMaxThreads];
+CapturedThread g_threads[kMaxCapturedThreads];
 std::size_t g_threadCount = 0;
 /// Odd while threads stand still; they wait for it to change.
 std::atomic<int> g_phase{0};
@@ -73,7 +71,7 @@ void InstallSignalHandler() {
 
 void AddThread(const char* name) {
   const pid_t id = static_cast<pid_t>(std::strtol(name, nullptr, 10));
-  if (id <= 0 || id == gettid() || g_threadCount == kMaxThreads) return;
+  if (id <= 0 || id == gettid() || g_threadCount == kMaxCapturedThreads) return;
   g_threads[g_threadCount].id = id;
   g_threads[g_threadCount].isCaptured = false;
   ++g_threadCount;

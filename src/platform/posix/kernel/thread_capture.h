@@ -13,6 +13,9 @@ namespace platform {
 /// The signal that asks; a thread that blocks it is not captured.
 int CaptureSignal();
 
+/// Of a process with more threads the rest runs on.
+constexpr std::size_t kMaxCapturedThreads = 512;
+
 struct CapturedThread {
   pid_t id;
   /// Whether it answered in time; the context is empty otherwise, and the thread runs on.
