@@ -2,7 +2,7 @@
 ///
 /// On Windows it includes the system's own headers and nothing else. On Linux it declares the
 /// subset of the Windows API that the product calls, under the same names and with the documented
-/// behaviour; `posix/` implements it, one file per family.
+/// behaviour; `posix/` implements it, one folder per family.
 ///
 /// Text is UTF-16 in WCHAR on both systems; literals are written TEXT("...").
 #pragma once
@@ -40,7 +40,7 @@
 #else
 
 #include "platform/posix/api/base.h"
-#include "platform/posix/api/codepages.h"
+#include "platform/posix/api/code_pages.h"
 #include "platform/posix/api/com.h"
 #include "platform/posix/api/console.h"
 #include "platform/posix/api/console_output.h"

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "common/victim.h"
-#include "platform/posix/registry_database.h"
+#include "platform/posix/registry/database.h"
 
 namespace {
 

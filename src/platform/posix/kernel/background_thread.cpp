@@ -5,7 +5,7 @@
 #include <thread>
 #include <utility>
 
-#include "platform/posix/kernel/thread_capture.h"
+#include "platform/posix/crashes/thread_capture.h"
 
 namespace platform {
 namespace {

@@ -1,0 +1,152 @@
+#include "platform/posix/crashes/thread_capture.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <linux/futex.h>
+#include <signal.h>
+#include <sys/syscall.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstdlib>
+#include <mutex>
+
+#include "platform/posix/kernel/crash_site.h"
+
+namespace platform {
+namespace {
+
+/// How long the threads have to answer, all of them together: those that answer do so at once.
+constexpr int kAnswerTimeMs = 2000;
+/// How long a thread waits at most for the capture's end.
+constexpr int kStandStillMs = 10000;
+
+CapturedThread g_threads[kMaxCapturedThreads];
+std::size_t g_threadCount = 0;
+/// Odd while threads stand still; they wait for it to change.
+std::atomic<int> g_phase{0};
+/// How many have answered; the capturing thread waits for it to change.
+std::atomic<int> g_answers{0};
+
+void FutexWait(std::atomic<int>& word, int value, int timeoutMs) {
+  const timespec timeout{timeoutMs / 1000, timeoutMs % 1000 * 1000000L};
+  syscall(SYS_futex, &word, FUTEX_WAIT_PRIVATE, value, &timeout, nullptr, 0);
+}
+
+void FutexWake(std::atomic<int>& word) {
+  constexpr int kEveryone = 0x7FFFFFFF;
+  syscall(SYS_futex, &word, FUTEX_WAKE_PRIVATE, kEveryone, nullptr, nullptr, 0);
+}
+
+void Answer(const void* registers) {
+  const pid_t id = gettid();
+  for (std::size_t i = 0; i < g_threadCount; ++i) {
+    if (g_threads[i].id != id) continue;
+    CopyRegisters(registers, g_threads[i].context);
+    g_threads[i].isCaptured = true;
+  }
+  ++g_answers;
+  FutexWake(g_answers);
+}
+
+void OnCaptureSignal(int, siginfo_t*, void* registers) {
+  const int error = errno;
+  const int phase = g_phase;
+  if (phase % 2 == 1) {
+    Answer(registers);
+    FutexWait(g_phase, phase, kStandStillMs);
+  }
+  errno = error;
+}
+
+void InstallSignalHandler() {
+  struct sigaction action {};
+  action.sa_sigaction = OnCaptureSignal;
+  action.sa_flags = SA_SIGINFO | SA_ONSTACK | SA_RESTART;
+  sigfillset(&action.sa_mask);
+  sigaction(CaptureSignal(), &action, nullptr);
+}
+
+void AddThread(const char* name) {
+  const pid_t id = static_cast<pid_t>(std::strtol(name, nullptr, 10));
+  if (id <= 0 || id == gettid() || g_threadCount == kMaxCapturedThreads) return;
+  g_threads[g_threadCount].id = id;
+  g_threads[g_threadCount].isCaptured = false;
+  ++g_threadCount;
+}
+
+struct DirectoryEntry {  // what getdents64 delivers
+  ino64_t inode;
+  off64_t offset;
+  unsigned short length;
+  unsigned char type;
+  char name[1];
+};
+
+/// Not opendir, which takes memory from the heap.
+void ListThreads() {
+  g_threadCount = 0;
+  const int folder = open("/proc/self/task", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (folder < 0) return;
+  alignas(DirectoryEntry) char buffer[4096];
+  for (;;) {
+    const long size = syscall(SYS_getdents64, folder, buffer, sizeof buffer);
+    if (size <= 0) break;
+    for (long at = 0; at < size;) {
+      const auto* entry = reinterpret_cast<const DirectoryEntry*>(buffer + at);
+      AddThread(entry->name);
+      at += entry->length;
+    }
+  }
+  close(folder);
+}
+
+int AskThreads() {
+  int asked = 0;
+  for (std::size_t i = 0; i < g_threadCount; ++i) {
+    if (syscall(SYS_tgkill, getpid(), g_threads[i].id, CaptureSignal()) == 0) ++asked;
+  }
+  return asked;
+}
+
+long NowMs() {
+  timespec now{};
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  return now.tv_sec * 1000 + now.tv_nsec / 1000000;
+}
+
+void AwaitAnswers(int count) {
+  const long end = NowMs() + kAnswerTimeMs;
+  for (int answers = g_answers; answers < count && NowMs() < end; answers = g_answers) {
+    FutexWait(g_answers, answers, static_cast<int>(end - NowMs()) + 1);
+  }
+}
+
+}  // namespace
+
+int CaptureSignal() {
+  // Above the first real-time signals, which libraries like to take for themselves.
+  return SIGRTMIN + 10;
+}
+
+ThreadCapture::ThreadCapture() {
+  static std::once_flag installed;
+  std::call_once(installed, InstallSignalHandler);
+  ListThreads();
+  g_answers = 0;
+  ++g_phase;
+  AwaitAnswers(AskThreads());
+}
+
+ThreadCapture::~ThreadCapture() {
+  ++g_phase;
+  FutexWake(g_phase);
+}
+
+std::span<const CapturedThread> ThreadCapture::Threads() const {
+  return {g_threads, g_threadCount};
+}
+
+}  // namespace platform

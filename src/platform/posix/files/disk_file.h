@@ -1,0 +1,28 @@
+/// A file behind a handle.
+#pragma once
+
+#include <string>
+
+#include "platform/posix/kernel/io_object.h"
+#include "platform/posix/kernel/unique_fd.h"
+
+namespace platform {
+
+class DiskFile : public IoObject {
+ public:
+  explicit DiskFile(UniqueFd file) : _file(std::move(file)) {}
+
+  DWORD Read(void* buffer, DWORD size, DWORD& done) override;
+  DWORD Write(const void* buffer, DWORD size, DWORD& done) override;
+  DWORD Flush() override;
+  int Descriptor() const { return _file.Get(); }
+
+ private:
+  const UniqueFd _file;
+};
+
+/// The code for a path that could not be used: a missing folder on the way (ERROR_PATH_NOT_FOUND)
+/// is told from a missing file, which errno does not do.
+DWORD ErrorForPath(const std::string& nativePath, int errnoValue);
+
+}  // namespace platform

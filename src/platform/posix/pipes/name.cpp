@@ -1,0 +1,50 @@
+#include "platform/posix/pipes/name.h"
+
+#include <locale.h>
+#include <wctype.h>
+
+#include <string_view>
+
+#include "platform/posix/api/errors.h"
+#include "platform/posix/kernel/file_name.h"
+#include "platform/posix/kernel/text.h"
+
+namespace platform {
+namespace {
+
+constexpr std::u16string_view kPrefix = u"\\\\.\\pipe\\";
+constexpr std::size_t kMaxPathChars = 256;
+
+// Unicode's lower case without a look at the user's locale: every process must agree.
+char16_t ToLower(char16_t unit) {
+  static const locale_t locale = [] {
+    const locale_t unicode = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
+    return unicode != nullptr ? unicode : newlocale(LC_CTYPE_MASK, "C", nullptr);
+  }();
+  return static_cast<char16_t>(towlower_l(unit, locale));
+}
+
+std::u16string ToLower(std::u16string_view text) {
+  std::u16string lower;
+  for (const char16_t unit : text) lower += ToLower(unit);
+  return lower;
+}
+
+}  // namespace
+
+bool IsPipePath(LPCWSTR path) {
+  return ToLower(std::u16string_view(path).substr(0, kPrefix.size())) == kPrefix;
+}
+
+DWORD PipeFileName(LPCWSTR path, std::string& fileName) {
+  if (path == nullptr || !IsPipePath(path)) return ERROR_INVALID_NAME;
+  const std::u16string_view whole(path);
+  const std::u16string_view name = whole.substr(kPrefix.size());
+  if (name.empty() || whole.size() > kMaxPathChars || name.find(u'\\') != name.npos) {
+    return ERROR_INVALID_NAME;
+  }
+  fileName = FileNameFor(ToUtf8(ToLower(name)));
+  return 0;
+}
+
+}  // namespace platform

@@ -1,0 +1,115 @@
+/// CreateProcessW.
+#include <signal.h>
+#include <spawn.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "platform/posix/api/processes.h"
+#include "platform/posix/kernel/error_translation.h"
+#include "platform/posix/kernel/kernel_scope.h"
+#include "platform/posix/kernel/state_paths.h"
+#include "platform/posix/kernel/text.h"
+#include "platform/posix/processes/command_line.h"
+#include "platform/posix/processes/environment.h"
+#include "platform/posix/processes/process.h"
+
+using platform::Fail;
+using platform::KernelScope;
+
+namespace {
+
+/// A child starts as a program of this system expects to: no signal blocked, none handled or
+/// ignored.
+class SpawnAttributes {
+ public:
+  explicit SpawnAttributes(bool isNewGroup) {
+    posix_spawnattr_init(&_attributes);
+    sigset_t signals;
+    sigemptyset(&signals);
+    posix_spawnattr_setsigmask(&_attributes, &signals);
+    sigfillset(&signals);
+    posix_spawnattr_setsigdefault(&_attributes, &signals);
+    const int flags = POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF;
+    posix_spawnattr_setflags(
+        &_attributes, static_cast<short>(isNewGroup ? flags | POSIX_SPAWN_SETPGROUP : flags));
+  }
+  ~SpawnAttributes() { posix_spawnattr_destroy(&_attributes); }
+  SpawnAttributes(const SpawnAttributes&) = delete;
+  SpawnAttributes& operator=(const SpawnAttributes&) = delete;
+  const posix_spawnattr_t* Get() const { return &_attributes; }
+
+ private:
+  posix_spawnattr_t _attributes;
+};
+
+bool IsRunnable(const std::filesystem::path& path) { return access(path.c_str(), X_OK) == 0; }
+
+/// A bare name is looked for beside the program, then in the current folder, then along the PATH.
+std::string FindProgram(const std::string& native) {
+  if (native.find('/') != native.npos) return native;
+  std::error_code ignored;
+  const auto self = std::filesystem::read_symlink("/proc/self/exe", ignored);
+  const auto beside = self.parent_path() / native;
+  return IsRunnable(beside) ? beside.string() : native;
+}
+
+std::vector<char*> Pointers(std::vector<std::string>& words) {
+  std::vector<char*> pointers;
+  pointers.reserve(words.size() + 1);
+  for (std::string& word : words) pointers.push_back(word.data());
+  pointers.push_back(nullptr);
+  return pointers;
+}
+
+pid_t Spawn(const std::string& program, std::vector<std::string>& arguments, bool isNewGroup) {
+  const SpawnAttributes attributes(isNewGroup);
+  pid_t pid = 0;
+  platform::EnvironmentLock environment;
+  errno = posix_spawnp(&pid, program.c_str(), nullptr, attributes.Get(), Pointers(arguments).data(),
+                       environ);
+  return errno == 0 ? pid : 0;
+}
+
+}  // namespace
+
+BOOL CreateProcessW(LPCWSTR applicationName, LPWSTR commandLine,
+                    LPSECURITY_ATTRIBUTES processAttributes, LPSECURITY_ATTRIBUTES threadAttributes,
+                    BOOL inheritHandles, DWORD creationFlags, LPVOID environment,
+                    LPCWSTR currentDirectory, LPSTARTUPINFOW startupInfo,
+                    LPPROCESS_INFORMATION processInformation) {
+  KernelScope scope;
+  constexpr DWORD kProvidedFlags = CREATE_NO_WINDOW | CREATE_NEW_PROCESS_GROUP;
+  const bool isProvided = processAttributes == nullptr && threadAttributes == nullptr &&
+                          environment == nullptr && currentDirectory == nullptr &&
+                          (creationFlags & ~kProvidedFlags) == 0 &&
+                          (applicationName != nullptr || commandLine != nullptr);
+  if (!isProvided || processInformation == nullptr || startupInfo == nullptr ||
+      startupInfo->dwFlags != 0) {
+    return Fail(ERROR_INVALID_PARAMETER);
+  }
+  static_cast<void>(inheritHandles);  // No handle of the layer is ever inherited.
+
+  const auto words =
+      platform::SplitCommandLine(commandLine != nullptr ? commandLine : applicationName);
+  std::string program;
+  const LPCWSTR path = applicationName != nullptr ? applicationName : words.front().c_str();
+  if (!platform::ToNativePath(path, program)) return FALSE;
+  std::vector<std::string> arguments;
+  arguments.reserve(words.size());
+  for (const auto& word : words) arguments.push_back(platform::ToUtf8(word));
+
+  const pid_t pid =
+      Spawn(FindProgram(program), arguments, (creationFlags & CREATE_NEW_PROCESS_GROUP) != 0);
+  if (pid == 0) return platform::FailWithErrno();
+  const auto process = platform::Process::Open(pid, true);
+  if (!process) return platform::FailWithErrno();
+  processInformation->hProcess = platform::InsertHandle(process);
+  processInformation->hThread = platform::InsertHandle(process);
+  processInformation->dwProcessId = static_cast<DWORD>(pid);
+  processInformation->dwThreadId = static_cast<DWORD>(pid);
+  return TRUE;
+}

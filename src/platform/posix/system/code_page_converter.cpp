@@ -1,0 +1,106 @@
+#include "platform/posix/system/code_page_converter.h"
+
+#include <algorithm>
+#include <bit>
+#include <iterator>
+
+#include "platform/posix/api/code_pages.h"
+
+namespace platform {
+namespace {
+
+static_assert(std::endian::native == std::endian::little);
+constexpr const char* kWide = "UTF-16LE";
+
+/// The most bytes that a character takes in any of the pages.
+constexpr std::size_t kMaxBytes = 4;
+/// What Windows puts in place of invalid bytes in page 932.
+constexpr WCHAR kKatakanaMiddleDot = 0x30FB;
+
+constinit CodePage g_pages[] = {
+    {437, "CP437", false},     {850, "CP850", false},
+    {874, "CP874", true},      {932, "CP932", false, kKatakanaMiddleDot},
+    {936, "GBK", false},       {949, "UHC", false},
+    {950, "CP950", false},     {1250, "CP1250", true},
+    {1251, "CP1251", true},    {1252, "CP1252", true},
+    {1253, "CP1253", true},    {1254, "CP1254", true},
+    {1255, "CP1255", true},    {1256, "CP1256", true},
+    {1257, "CP1257", true},    {1258, "CP1258", true},
+    {1361, "JOHAB", false},    {20127, "ASCII", false},
+    {54936, "GB18030", false}, {CP_UTF8, "UTF-8", false},
+};
+
+bool IsHighSurrogate(WCHAR unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
+bool IsLowSurrogate(WCHAR unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
+
+/// Whether the whole input is one character; its form goes to `piece`. The descriptor starts and
+/// ends in its initial state, so pages whose iconv composes characters give each one by itself.
+template <class In, class Out>
+bool Convert(iconv_t converter, const In* text, std::size_t count, CodePage::Piece<Out>& piece) {
+  char* in = reinterpret_cast<char*>(const_cast<In*>(text));
+  std::size_t inBytes = count * sizeof(In);
+  char* out = reinterpret_cast<char*>(piece.units.data());
+  std::size_t outBytes = sizeof(piece.units);
+  const bool converted = iconv(converter, &in, &inBytes, &out, &outBytes) == 0 &&
+                         iconv(converter, nullptr, nullptr, &out, &outBytes) == 0;
+  if (!converted) iconv(converter, nullptr, nullptr, nullptr, nullptr);
+  piece.unitCount = (sizeof(piece.units) - outBytes) / sizeof(Out);
+  piece.consumed = count;
+  return converted;
+}
+
+}  // namespace
+
+CodePage* CodePage::Find(UINT number) {
+  auto* const page = std::find_if(std::begin(g_pages), std::end(g_pages),
+                                  [&](const CodePage& one) { return one._number == number; });
+  return page == std::end(g_pages) ? nullptr : page;
+}
+
+bool CodePage::Open() {
+  const auto none = reinterpret_cast<iconv_t>(-1);
+  if (_decoder == nullptr) _decoder = iconv_open(kWide, _name);
+  if (_encoder == nullptr) _encoder = iconv_open(_name, kWide);
+  return _decoder != none && _encoder != none;
+}
+
+bool CodePage::Decode(const char* bytes, std::size_t count, Piece<WCHAR>& piece) {
+  const std::lock_guard lock(_lock);
+  return Open() && Convert(_decoder, bytes, count, piece);
+}
+
+bool CodePage::Encode(const WCHAR* units, std::size_t count, Piece<char>& piece) {
+  const std::lock_guard lock(_lock);
+  return Open() && Convert(_encoder, units, count, piece);
+}
+
+CodePage::Piece<WCHAR> CodePage::ToWide(const char* text, std::size_t count) {
+  const auto first = static_cast<BYTE>(*text);
+  if (first < 0x80) return {{first}, 1, 1};
+  Piece<WCHAR> piece{};
+  for (std::size_t length = 1; length <= std::min(count, kMaxBytes); ++length) {
+    if (Decode(text, length, piece)) return piece;
+  }
+  const WCHAR replacement = _keepsC1 && first < 0xA0 ? WCHAR{first} : _invalid;
+  return {{replacement}, 1, 1};
+}
+
+CodePage::Piece<char> CodePage::ToNarrow(const WCHAR* text, std::size_t count) {
+  const WCHAR first = *text;
+  if (first < 0x80) return {{static_cast<char>(first)}, 1, 1};
+  const bool isPair = count > 1 && IsHighSurrogate(first) && IsLowSurrogate(text[1]);
+  Piece<char> piece{};
+  if (Encode(text, isPair ? 2 : 1, piece)) return piece;
+  if (IsC1Byte(first)) return {{static_cast<char>(first)}, 1, 1};
+  if (_number == CP_UTF8) return {{'\xEF', '\xBF', '\xBD'}, 3, 1};
+  return {{'?'}, 1, 1};
+}
+
+bool CodePage::IsC1Byte(WCHAR character) {
+  if (!_keepsC1 || character >= 0xA0) return false;
+  const char byte = static_cast<char>(character);
+  Piece<WCHAR> piece{};
+  return !Decode(&byte, 1, piece);
+}
+
+}  // namespace platform
