@@ -7,7 +7,7 @@
 #include "support/mini_dump_writer.h"
 #include "support/oevent_log.h"
 #include "support/scoped_handle.h"
-#include "support/thread_guard.h"
+#include "support/thread_procedure.h"
 
 namespace Bench {
 namespace {

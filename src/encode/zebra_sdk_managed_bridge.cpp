@@ -6,7 +6,7 @@
 #include "platform/windows_api.h"
 #include "sdk/component_object.h"
 #include "sdk/managed_exception.h"
-#include "support/framework_message.h"
+#include "support/thread_procedure.h"
 
 class ZebraSDKManagedBridgePrivate {
  public:

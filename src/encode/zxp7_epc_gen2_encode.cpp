@@ -11,8 +11,15 @@
 #include "encode/write_data.h"
 #include "encode/zebra_sdk_managed_bridge.h"
 #include "platform/framework_exceptions.h"
-#include "support/framework_message.h"
 #include "support/log.h"
+#include "support/thread_procedure.h"
+
+namespace {
+
+constexpr Tracer kParseAndExecute{"ZXP7EpcGen2Encode::ParseAndExecuteXML"};
+constexpr Tracer kParseElement{"ZXP7EpcGen2Encode::ParseNextElement", " "};
+
+}  // namespace
 
 ZXP7EpcGen2Encode::ZXP7EpcGen2Encode(const unsigned char* pJobData, DWORD jobDataSize) {
   Log::Information("ZXP7EpcGen2Encode::ZXP7EpcGen2Encode");
@@ -32,7 +39,7 @@ TiXmlDocument* ZXP7EpcGen2Encode::CreateSDKJobXmlDocument(const unsigned char* p
 }
 
 bool ZXP7EpcGen2Encode::ParseAndExecuteXML() {
-  Log::Information("ZXP7EpcGen2Encode::ParseAndExecuteXML");
+  Log::Information(kParseAndExecute.Name());
   if (_jobDocument == nullptr) return true;
   if (_pZebraSDKManagedBridge == nullptr) {
     _pZebraSDKManagedBridge = std::make_unique<ZebraSDKManagedBridge>();
@@ -51,10 +58,9 @@ bool ZXP7EpcGen2Encode::ExecuteElements(const TiXmlElement& root) {
        element = element->NextSiblingElement()) {
     result = ParseNextElement(element);
   }
-  Log::Information("ZXP7EpcGen2Encode::ParseAndExecuteXML: All elements parsed");
+  kParseAndExecute("All elements parsed");
   if (_connected) {
-    Log::Information(
-        "ZXP7EpcGen2Encode::ParseAndExecuteXML: Calling _pZebraSDKManagedBridge->Disconnect()");
+    kParseAndExecute("Calling _pZebraSDKManagedBridge->Disconnect()");
     _pZebraSDKManagedBridge->Disconnect();
   }
   return result;
@@ -80,30 +86,24 @@ ZXP7EpcGen2Encode::Operation ZXP7EpcGen2Encode::FindOperation(const char* name) 
 }
 
 bool ZXP7EpcGen2Encode::ParseNextElement(const TiXmlElement* pNextElement) {
-  Log::Information("ZXP7EpcGen2Encode::ParseNextElement");
+  Log::Information(kParseElement.Name());
   try {
     const Operation operation = FindOperation(pNextElement->Value());
     return operation != nullptr && (this->*operation)(pNextElement);
   } catch (const std::exception& exception) {
-    Log::Error([&] {
-      return OString("ZXP7EpcGen2Encode::ParseNextElement std::exception Occurred: ")
-             << exception.what();
-    });
+    kParseElement.Error([&] { return OString("std::exception Occurred: ") << exception.what(); });
   } catch (CException* exception) {
-    Log::Error([&] {
-      return OString("ZXP7EpcGen2Encode::ParseNextElement CException Occurred: ")
-             << FrameworkMessage(*exception);
-    });
+    kParseElement.Error(
+        [&] { return OString("CException Occurred: ") << FrameworkMessage(*exception); });
     exception->Delete();
   } catch (...) {
-    Log::Error(
-        "ZXP7EpcGen2Encode::ParseNextElement unknown exception occurred. Likely a SEH Exception.");
+    kParseElement.Error("unknown exception occurred. Likely a SEH Exception.");
   }
   return false;
 }
 
 bool ZXP7EpcGen2Encode::ExecutePrinter(const TiXmlElement* element) {
-  Log::Information("ZXP7EpcGen2Encode::ParseNextElement printer");
+  kParseElement("printer");
   _connected = VerifyManagedComponents() && ConnectPrinter(Printer(element));
   return _connected;
 }
@@ -114,7 +114,7 @@ bool ZXP7EpcGen2Encode::ConnectPrinter(const Printer& printer) {
 }
 
 bool ZXP7EpcGen2Encode::ExecuteLock(const TiXmlElement* element) {
-  Log::Information("ZXP7EpcGen2Encode::ParseNextElement lock");
+  kParseElement("lock");
   const Lock lock(element);
   if (lock.IsBlockPermalock()) {
     return _pZebraSDKManagedBridge->PermalockUserBlock(
@@ -125,7 +125,7 @@ bool ZXP7EpcGen2Encode::ExecuteLock(const TiXmlElement* element) {
 }
 
 bool ZXP7EpcGen2Encode::ExecuteUnlock(const TiXmlElement* element) {
-  Log::Information("ZXP7EpcGen2Encode::ParseNextElement unlock");
+  kParseElement("unlock");
   const Unlock unlock(element);
   return _pZebraSDKManagedBridge->UnlockTag(unlock.get_Password(), unlock.get_UnlockAction());
 }
@@ -134,13 +134,13 @@ bool ZXP7EpcGen2Encode::ExecuteWrite(const TiXmlElement* element) {
   const WriteData write(element);
   switch (write.get_Segment()) {
     case WriteData::kEpcBank:
-      Log::Information("ZXP7EpcGen2Encode::ParseNextElement write WMB_EPC");
+      kParseElement("write WMB_EPC");
       return _pZebraSDKManagedBridge->WriteEPC(write.get_Data());
     case WriteData::kUserBank:
-      Log::Information("ZXP7EpcGen2Encode::ParseNextElement write WMB_User");
+      kParseElement("write WMB_User");
       return _pZebraSDKManagedBridge->WriteUserMemory(write.get_Offset(), write.get_Data());
     default:
-      Log::Information("ZXP7EpcGen2Encode::ParseNextElement write memory");
+      kParseElement("write memory");
       return _pZebraSDKManagedBridge->WriteMemory(write.get_Segment(), write.get_Offset(),
                                                   write.get_Data());
   }
@@ -149,15 +149,15 @@ bool ZXP7EpcGen2Encode::ExecuteWrite(const TiXmlElement* element) {
 bool ZXP7EpcGen2Encode::ExecuteSetPassword(const TiXmlElement* element) {
   const Password password(element);
   if (password.IsKillPassword()) {
-    Log::Information("ZXP7EpcGen2Encode::ParseNextElement setpassword KillPassword");
+    kParseElement("setpassword KillPassword");
     return _pZebraSDKManagedBridge->SetKillPassword(password.get_Password());
   }
-  Log::Information("ZXP7EpcGen2Encode::ParseNextElement setpassword generic");
+  kParseElement("setpassword generic");
   return _pZebraSDKManagedBridge->SetAccessPassword(password.get_Password());
 }
 
 bool ZXP7EpcGen2Encode::ExecuteKillTag(const TiXmlElement* element) {
-  Log::Information("ZXP7EpcGen2Encode::ParseNextElement killtag");
+  kParseElement("killtag");
   const KillTag killTag(element);
   return _pZebraSDKManagedBridge->KillTag(killTag.get_KillPassword());
 }

@@ -13,16 +13,16 @@ OString IdleLine(const char* outcome) {
 }  // namespace
 
 void DecideIdleShutdown(OMutex& shutdownMutex, HANDLE idleEvent) {
-  MainLog::Information("hIdleEvent was signaled. Taking Shutdown mutex");
+  kMainLog("hIdleEvent was signaled. Taking Shutdown mutex");
   shutdownMutex.Acquire();
   if (PipeActivity.fetch_add(0) != 0) {
     shutdownMutex.Release();
     ResetEvent(idleEvent);
-    MainLog::Warning([] {
+    kMainLog.Warning([] {
       return IdleLine(" minutes. But it isn't now. NOT shutting down and mutex released");
     });
     return;
   }
-  MainLog::Information([] { return IdleLine(" minutes. Shutting down server"); });
+  kMainLog([] { return IdleLine(" minutes. Shutting down server"); });
   ShutdownTagwrightServer();
 }

@@ -7,8 +7,7 @@
 #include "host/watchers.h"
 #include "service/tagwright_controller.h"
 #include "service/tagwright_server.h"
-#include "support/framework_message.h"
-#include "support/thread_guard.h"
+#include "support/thread_procedure.h"
 
 namespace {
 
@@ -54,7 +53,7 @@ void ServeUntilStopped(ProcessMain& main) {
 }
 
 void StopProcess(ProcessMain& main) {
-  MainLog::Information("Detected that pipe server has stopped", LogLevel::kDetailInfoD);
+  kMainLog("Detected that pipe server has stopped", LogLevel::kDetailInfoD);
   DeleteServer();
   main.watchers.Stop();
   main.watchers.CloseHandles();
@@ -64,7 +63,7 @@ void Serve(ProcessMain& main, const OString& pipeName) {
   pServer = CreateServer(pipeName);
   pServer->SetOnActivityCallback(OnPipeActivityCallback);
   if (!pServer->CreateServerPipe()) {
-    MainLog::Error("Server is not Ready. This can happen when this application is launched twice");
+    kMainLog.Error("Server is not Ready. This can happen when this application is launched twice");
     return;
   }
   SetConsoleCtrlHandler(ConsoleHandler, TRUE);
@@ -73,27 +72,17 @@ void Serve(ProcessMain& main, const OString& pipeName) {
   StopProcess(main);
 }
 
-void ServeGuarded(ProcessMain& main, const OString& pipeName) {
-  try {
-    Serve(main, pipeName);
-  } catch (CException* exception) {
-    MainLog::Error(
-        [&] { return OString("Exception. Message = ") << FrameworkMessage(*exception); });
-    exception->Delete();
-  }
-  DeleteServer();
-}
-
 void Run(ProcessMain& main, int argc, const WCHAR* const* argv) {
   Log::Information("TagwrightServer: Starting");
   const CommandArguments arguments(argc, argv);
   g_IsUsingControlChannel = arguments.IsUsingControlChannel();
   if (arguments.HasError()) {
-    MainLog::Error("_tmain:  Has command parameters error");
+    kMainLog.Error("_tmain:  Has command parameters error");
   } else {
-    ServeGuarded(main, arguments.GetPipeName());
+    LogFrameworkException(kMainLog, [&] { Serve(main, arguments.GetPipeName()); });
+    DeleteServer();
   }
-  MainLog::Information("Tagwright Exit");
+  kMainLog("Tagwright Exit");
 }
 
 }  // namespace
@@ -101,7 +90,7 @@ void Run(ProcessMain& main, int argc, const WCHAR* const* argv) {
 void RunServerProcess(int argc, const WCHAR* const* argv) {
   ProcessMain main;
   Z7SvEventLog.reset(new OEventLog("Brennick Tagwright.Native", OEventLog::kApplicationLog));
-  OExceptionHandler handler("wmain", kThreadHandlerFlags);
+  OExceptionHandler handler(kMainLog.Name(), kThreadHandlerFlags);
   handler.SetEventLog(Z7SvEventLog);
   RunGuarded(handler, [&] { Run(main, argc, argv); });
   handler.UnSetEventLog();

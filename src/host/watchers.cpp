@@ -17,7 +17,7 @@ HANDLE StartThread(unsigned(__stdcall* procedure)(void*), void* parameter) {
 }
 
 void SignalAbort(HANDLE event, const char* failureText) {
-  if (!SetEvent(event)) MainLog::Error(failureText);
+  if (!SetEvent(event)) kMainLog.Error(failureText);
 }
 
 void Close(HANDLE& handle) {
@@ -45,8 +45,7 @@ void Watchers::StartIdleWatcher() {
 void Watchers::Stop() {
   SignalAbort(hAbortWatchParentEvent, "SetEvent hAbortWatchParentEvent failed");
   SignalAbort(hAbortWatchIdleEvent, "SetEvent hAbortWatchIdleEvent failed");
-  MainLog::Information("Waiting for watch parent and watch idle threads to exit",
-                       LogLevel::kDetailInfoD);
+  kMainLog("Waiting for watch parent and watch idle threads to exit", LogLevel::kDetailInfoD);
   if (hParentWatcher != nullptr && hIdleWatcher != nullptr) WaitForThreads();
 }
 
@@ -54,14 +53,14 @@ void Watchers::WaitForThreads() const {
   const HANDLE threads[] = {hParentWatcher, hIdleWatcher};
   const DWORD result = WaitForMultipleObjects(2, threads, TRUE, kWatcherEndTimeoutMs);
   if (result == WAIT_OBJECT_0 || result == WAIT_OBJECT_0 + 1) {
-    MainLog::Information("Watch Parent and Watch Idle successfully aborted");
+    kMainLog("Watch Parent and Watch Idle successfully aborted");
   } else {
-    MainLog::Information("Either the Watch Parent or Watch Idle thread didn't end as expected\n");
+    kMainLog("Either the Watch Parent or Watch Idle thread didn't end as expected\n");
   }
 }
 
 void Watchers::CloseHandles() {
-  MainLog::Information("Cleaning up handles", LogLevel::kDetailInfoD);
+  kMainLog("Cleaning up handles", LogLevel::kDetailInfoD);
   Close(hParentWatcher);
   Close(hAbortWatchParentEvent);
   Close(hIdleWatcher);

@@ -1,16 +1,12 @@
 /// The connection thread: it waits in ConnectNamedPipe while the message thread keeps the time.
 #include "pipe/blocking_call.h"
 #include "pipe/pipe_server.h"
-#include "support/com_apartment.h"
-#include "support/framework_message.h"
-#include "support/log.h"
-#include "support/oevent_log.h"
-#include "support/thread_guard.h"
+#include "support/thread_procedure.h"
 #include "support/thread_termination.h"
 
 namespace {
 
-constexpr char kConnectThread[] = "PipeServer::ConnectThreadProc";
+constexpr Tracer kConnectThread{"PipeServer::ConnectThreadProc"};
 constexpr char kWaitClient[] = "PipeServer::WaitClientConnection";
 
 }  // namespace
@@ -72,16 +68,11 @@ bool PipeServer::ReportConnectionWait(DWORD waitResult) const {
 }
 
 unsigned __stdcall PipeServer::ConnectThreadProc(void* parameter) {
-  {
-    OExceptionHandler handler(kConnectThread, kThreadHandlerFlags);
-    handler.SetEventLog(Z7SvEventLog);
-    RunGuarded(handler, [&] {
-      static_cast<PipeServer*>(parameter)->ConnectClient();
-      CoUninitialize();
-      Log::Information("PipeServer::ConnectThreadProc: Exit");
-    });
-    handler.UnSetEventLog();
-  }
+  RunThread(kConnectThread.Name(), [&] {
+    static_cast<PipeServer*>(parameter)->ConnectClient();
+    CoUninitialize();
+    kConnectThread("Exit");
+  });
   _endthreadex(0);
   return 0;
 }
@@ -93,7 +84,7 @@ DWORD PipeServer::ConnectPipe() {
 }
 
 void PipeServer::ConnectClient() try {
-  const auto intro = [&] { return StaticLogIntro(kConnectThread, _pipeName); };
+  const auto intro = [&] { return StaticLogIntro(kConnectThread.Name(), _pipeName); };
   Log::Information([&] { return intro() << "Enter"; });
   InitializeApartment(intro);
   const DWORD error = ConnectPipe();
@@ -105,8 +96,7 @@ void PipeServer::ConnectClient() try {
         [&] { return intro() << "ConnectNamedPipe failed.  Last error = 0x" << FormatHex(error); });
   }
 } catch (CException* exception) {
-  Log::Error([&] {
-    return OString(kConnectThread) << ": Exception. Message = " << FrameworkMessage(*exception);
-  });
+  kConnectThread.Error(
+      [&] { return OString("Exception. Message = ") << FrameworkMessage(*exception); });
   throw;
 }

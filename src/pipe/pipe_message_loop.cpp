@@ -4,17 +4,13 @@
 
 #include "pipe/blocking_call.h"
 #include "pipe/pipe_server.h"
-#include "support/com_apartment.h"
-#include "support/framework_message.h"
-#include "support/log.h"
-#include "support/oevent_log.h"
 #include "support/secure_wipe.h"
-#include "support/thread_guard.h"
+#include "support/thread_procedure.h"
 
 namespace {
 
-constexpr char kMessageThread[] = "PipeServer::ProcessMessagesThread";
-constexpr char kMessageLoop[] = "PipeServer::ProcessMessages";
+constexpr Tracer kMessageThread{"PipeServer::ProcessMessagesThread"};
+constexpr Tracer kMessageLoop{"PipeServer::ProcessMessages"};
 
 /// How long the loop waits after a failed read before it tries again.
 constexpr DWORD kFailedReadPauseMs = 500;
@@ -42,26 +38,20 @@ class PayloadBuffer {
   std::unique_ptr<BYTE[]> _bytes;
 };
 
-/// Runs `work`; an exception on its way to the top of the thread leaves a line of `function`
-/// behind.
-template <class Work>
-void LogExceptionsOf(const char* function, Work&& work) {
+/// Runs `work`; an exception on its way to the top of the thread leaves a line of `trace` behind.
+void LogExceptionsOf(const Tracer& trace, WorkRef work) {
   try {
     work();
   } catch (CException* exception) {
-    Log::Error([&] {
-      return OString(function) << ": CException. Message = " << FrameworkMessage(*exception);
-    });
+    trace.Error([&] { return OString("CException. Message = ") << FrameworkMessage(*exception); });
     throw;
   } catch (const std::exception& exception) {
-    Log::Error(
-        [&] { return OString(function) << ": std::exception. Message =" << exception.what(); });
+    trace.Error([&] { return OString("std::exception. Message =") << exception.what(); });
     throw;
   } catch (...) {
-    Log::Error([&] {
-      return OString(function) << ": Exception thrown of unknown type. Since we're not handling "
-                                  "SEH exceptions here it could be a SEH exception";
-    });
+    trace.Error(
+        "Exception thrown of unknown type. Since we're not handling SEH exceptions here it could "
+        "be a SEH exception");
     throw;
   }
 }
@@ -90,44 +80,42 @@ unsigned __stdcall PipeServer::ProcessMessagesThreadProc(void* parameter) {
 }
 
 void PipeServer::ProcessMessagesThread() {
-  OExceptionHandler handler(kMessageThread, kThreadHandlerFlags);
-  handler.SetEventLog(Z7SvEventLog);
-  RunGuarded(handler, [&] {
+  RunThread(kMessageThread.Name(), [&] {
     LogExceptionsOf(kMessageThread, [&] { ServeClient(); });
-    Trace(kMessageThread, "Calling CoUninitialize in preperation to exit");
+    Trace(kMessageThread.Name(), "Calling CoUninitialize in preperation to exit");
     CoUninitialize();
-    Trace(kMessageThread, "Thread Exit");
+    Trace(kMessageThread.Name(), "Thread Exit");
   });
-  handler.UnSetEventLog();
 }
 
 void PipeServer::ServeClient() {
-  Trace(kMessageThread, "Enter");
-  InitializeApartment([] { return OString(kMessageThread) << ": "; });
+  Trace(kMessageThread.Name(), "Enter");
+  InitializeApartment([] { return kMessageThread.Intro(); });
   if (!IsShutdown()) WaitClientConnection(_connectionTimeout);
   if (_connected && !IsShutdown()) ProcessMessages();
 }
 
 DWORD PipeServer::ProcessMessages() {
   LogExceptionsOf(kMessageLoop, [&] {
-    Trace(kMessageLoop, "Enter");
+    Trace(kMessageLoop.Name(), "Enter");
     CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
     Tagwright::MessageHeader request;
     while (!IsShutdown()) ServeRequest(request);
   });
-  Trace(kMessageLoop, "Calling CoUninitialize in preperation to exit");
+  Trace(kMessageLoop.Name(), "Calling CoUninitialize in preperation to exit");
   CoUninitialize();
-  Trace(kMessageLoop, "Thread exit");
+  Trace(kMessageLoop.Name(), "Thread exit");
   return 0;
 }
 
 void PipeServer::ServeRequest(Tagwright::MessageHeader& request) {
-  Log::Information([&] { return LogIntro(kMessageLoop) << "While loop"; }, LogLevel::kDetailInfoA);
+  Log::Information([&] { return LogIntro(kMessageLoop.Name()) << "While loop"; },
+                   LogLevel::kDetailInfoA);
   DWORD bytesRead = 0;
   if (!ReadBytes(reinterpret_cast<BYTE*>(&request), sizeof(request), &bytesRead)) return;
   CallOnActivityCallback();
   if (!request.ValidHeader()) {
-    Log::Error([&] { return LogIntro(kMessageLoop) << "Invalid header"; });
+    Log::Error([&] { return LogIntro(kMessageLoop.Name()) << "Invalid header"; });
     return;
   }
   if (request.payloadLength > Tagwright::kMaxPayloadBytes) {
@@ -147,12 +135,12 @@ bool PipeServer::ReadPayload(DWORD payloadLength, BYTE* buffer) {
   if (payloadLength == 0) return true;
   DWORD bytesRead = 0;
   if (ReadBytes(buffer, payloadLength, &bytesRead) && bytesRead == payloadLength) return true;
-  if (!IsShutdown()) Log::Error([&] { return LogIntro(kMessageLoop) << "Payload error"; });
+  if (!IsShutdown()) Log::Error([&] { return LogIntro(kMessageLoop.Name()) << "Payload error"; });
   return false;
 }
 
 void PipeServer::RefusePayload(DWORD payloadLength) {
-  Log::Error([&] { return LogIntro(kMessageLoop) << "Payload error"; });
+  Log::Error([&] { return LogIntro(kMessageLoop.Name()) << "Payload error"; });
   BYTE piece[kDrainPieceBytes];
   DWORD bytesRead = 0;
   for (DWORD left = payloadLength; left > 0; left -= bytesRead) {
@@ -171,7 +159,7 @@ void PipeServer::Reply(const Tagwright::MessageHeader& reply) {
     succeeded = WriteFile(_hPipe, &reply, sizeof(reply), &written, nullptr);
   }
   if (succeeded && written == sizeof(reply)) return;
-  Log::Warning([&] { return LogIntro(kMessageLoop) << "Could not write reply message"; });
+  Log::Warning([&] { return LogIntro(kMessageLoop.Name()) << "Could not write reply message"; });
 }
 
 void PipeServer::FinishServing() {

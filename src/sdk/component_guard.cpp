@@ -5,7 +5,7 @@
 
 #include "platform/landing.h"
 #include "platform/se_translator.h"
-#include "support/se_translation.h"
+#include "support/oexception.h"
 
 namespace Tagwright {
 namespace {

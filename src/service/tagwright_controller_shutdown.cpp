@@ -9,12 +9,12 @@ namespace {
 /// Given to the encoder threads, and to everything together in ShutdownAllPipes.
 constexpr DWORD kShutdownTimeMs = 15000;
 
-constexpr char kShutdownAllPipes[] = "TagwrightController::ShutdownAllPipes";
+constexpr Tracer kShutdownAllPipes{"TagwrightController::ShutdownAllPipes"};
+constexpr Tracer kWaitForEncoders{"TagwrightController::WaitForEncoderThreadShutdown"};
+constexpr Tracer kWaitForControl{"TagwrightController::WaitForControlThreadShutdown"};
+constexpr Tracer kTerminateEncoders{"TagwrightController::TerminateEncoderThreads"};
 
-void TraceShutdown(const char* text) {
-  Log::Information([&] { return OString(kShutdownAllPipes) << ": " << text; },
-                   LogLevel::kDetailInfoD);
-}
+void TraceShutdown(const char* text) { kShutdownAllPipes(text, LogLevel::kDetailInfoD); }
 
 }  // namespace
 
@@ -53,25 +53,21 @@ std::vector<HANDLE> TagwrightController::EncoderThreads() {
 bool TagwrightController::WaitForEncoderThreadShutdown(DWORD timeout) {
   const std::vector<HANDLE> threads = EncoderThreads();
   if (threads.empty()) {
-    Log::Information(
-        "TagwrightController::WaitForEncoderThreadShutdown: There are no threads to wait for");
+    kWaitForEncoders("There are no threads to wait for");
     return true;
   }
   const auto count = static_cast<DWORD>(threads.size());
   const DWORD result = WaitForMultipleObjects(count, threads.data(), TRUE, timeout);
   if (result < WAIT_OBJECT_0 + count) {
-    Log::Information(
-        "TagwrightController::WaitForEncoderThreadShutdown: all threads signaled as shutdown");
+    kWaitForEncoders("all threads signaled as shutdown");
     return true;
   }
   if (result == WAIT_TIMEOUT) {
-    Log::Information(
-        "TagwrightController::WaitForEncoderThreadShutdown: timeout while waiting for threads to "
-        "shutdown");
+    kWaitForEncoders("timeout while waiting for threads to shutdown");
   } else if (result >= WAIT_ABANDONED_0 && result < WAIT_ABANDONED_0 + count) {
-    Log::Warning("TagwrightController::WaitForEncoderThreadShutdown: handle abandoned");
+    kWaitForEncoders.Warning("handle abandoned");
   } else {
-    Log::Error("TagwrightController::WaitForEncoderThreadShutdown: WaitForMultipleObjects failed");
+    kWaitForEncoders.Error("WaitForMultipleObjects failed");
   }
   return false;
 }
@@ -82,19 +78,16 @@ bool TagwrightController::WaitForControlThreadShutdown(DWORD timeout) {
   // Windows takes INVALID_HANDLE_VALUE for this process itself and would wait in vain.
   switch (thread == INVALID_HANDLE_VALUE ? WAIT_FAILED : WaitForSingleObject(thread, timeout)) {
     case WAIT_OBJECT_0:
-      Log::Information(
-          "TagwrightController::WaitForControlThreadShutdown: Control pipe thread shutdown");
+      kWaitForControl("Control pipe thread shutdown");
       return true;
     case WAIT_TIMEOUT:
-      Log::Information(
-          "TagwrightController::WaitForControlThreadShutdown: Timeout while waiting for thread to "
-          "shutdown");
+      kWaitForControl("Timeout while waiting for thread to shutdown");
       return false;
     case WAIT_ABANDONED:
-      Log::Warning("TagwrightController::WaitForControlThreadShutdown: handle abandoned");
+      kWaitForControl.Warning("handle abandoned");
       return false;
     default:
-      Log::Error("TagwrightController::WaitForControlThreadShutdown: WaitForSingleObjects failed");
+      kWaitForControl.Error("WaitForSingleObjects failed");
       return false;
   }
 }
@@ -103,10 +96,8 @@ void TagwrightController::TerminateEncoderThreads() {
   ForEachEncoder([](TagwrightServer& server) {
     const HANDLE thread = server.GetThreadHandle();
     if (thread == INVALID_HANDLE_VALUE || !IsActive(thread)) return;
-    Log::Warning([] {
-      return OString("TagwrightController::TerminateEncoderThreads: Terminating thread id: 0x")
-             << FormatHex(GetCurrentThreadId());
-    });
+    kTerminateEncoders.Warning(
+        [] { return OString("Terminating thread id: 0x") << FormatHex(GetCurrentThreadId()); });
     server.TerminateMessageThread();
   });
 }
@@ -124,7 +115,7 @@ void TagwrightController::DestroyEncoders() {
 void TagwrightController::TerminateControlThread() {
   const HANDLE thread = GetThreadHandle();
   if (thread == INVALID_HANDLE_VALUE || !IsActive(thread)) return;
-  Log::Warning("TagwrightController::ShutdownAllPipes: Forcibly terminating control thread");
+  kShutdownAllPipes.Warning("Forcibly terminating control thread");
   TerminateMessageThread();
 }
 
@@ -136,7 +127,7 @@ void TagwrightController::ShutdownAllPipes() {
   RefuseFurtherEncoders();
   ShutdownEncoderThreads();
   if (!WaitForEncoderThreadShutdown(kShutdownTimeMs)) {
-    Log::Warning("TagwrightController::ShutdownAllPipes: Forcing Encoder Threads Termination");
+    kShutdownAllPipes.Warning("Forcing Encoder Threads Termination");
     TerminateEncoderThreads();
   }
   TraceShutdown("Encoder Threads shutdown");

@@ -9,11 +9,7 @@
 
 namespace {
 
-constexpr char kParse[] = "TagwrightServer::ParseIncomingMessage";
-
-void TraceParse(const char* text) {
-  Log::Information([&] { return OString(kParse) << ": " << text; });
-}
+constexpr Tracer kTraceParse{"TagwrightServer::ParseIncomingMessage"};
 
 /// Null when it cannot be created: the job then counts as failed.
 std::unique_ptr<ZXP7EpcGen2Encode> CreateExecutor(const BYTE* jobData, DWORD jobSizeBytes) {
@@ -34,17 +30,17 @@ TagwrightServer::~TagwrightServer() = default;
 bool TagwrightServer::ParseIncomingMessage(const Tagwright::MessageHeader& msgHeader,
                                            const BYTE* pPayloadBuffer,
                                            Tagwright::MessageHeader& replyMsgHeader) {
-  TraceParse("");
+  kTraceParse("");
   BeginReply(msgHeader, replyMsgHeader);
   switch (msgHeader.messageType) {
     case Tagwright::eShutdown:
       Log::Information("TagwrightServer::ParseIncomingMessage eShutdown");
       return false;
     case Tagwright::eEncode:
-      TraceParse("eEncode");
+      kTraceParse("eEncode");
       break;
     case Tagwright::eEncodeAndShutdown:
-      TraceParse("eEncodeAndShutdown");
+      kTraceParse("eEncodeAndShutdown");
       break;
     default:
       replyMsgHeader.status = Tagwright::eStatusUnknownMessage;
@@ -60,10 +56,10 @@ bool TagwrightServer::ParseIncomingMessage(const Tagwright::MessageHeader& msgHe
 bool TagwrightServer::Encode(const BYTE* jobData, DWORD jobSizeBytes) {
   const auto executor = CreateExecutor(jobData, jobSizeBytes);
   if (!executor) return false;
-  TraceParse("Serializing all Encoding - Aquiring _Zxp7EncodeMutex");
+  kTraceParse("Serializing all Encoding - Aquiring _Zxp7EncodeMutex");
   OAutoLock lock(_Zxp7EncodeMutex);
-  TraceParse("Serializing all Encoding - Aquired _Zxp7EncodeMutex");
+  kTraceParse("Serializing all Encoding - Aquired _Zxp7EncodeMutex");
   const bool succeeded = executor->ParseAndExecuteXML();
-  TraceParse("Serializing all Encoding - Releasing _Zxp7EncodeMutex");
+  kTraceParse("Serializing all Encoding - Releasing _Zxp7EncodeMutex");
   return succeeded;
 }

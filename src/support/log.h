@@ -4,6 +4,11 @@
 ///   Log::Error("PipeServer::Run: Enter");
 ///   Log::Information([&] { return OString("PipeServer::Run: Size = ") << size; });
 ///
+/// The lines of one function share its name through a Tracer:
+///
+///   constexpr Tracer kTrace{"PipeServer::Run"};
+///   kTrace("Enter");
+///
 /// A text is a narrow string, an OString, or a callable that returns an OString. A callable runs
 /// only when the text is written, so a message that has to be built costs nothing while its level
 /// is off.
@@ -54,3 +59,39 @@ void Information(Text&& text, DWORD level = LogLevel::kDetailInfo) {
 }
 
 }  // namespace Log
+
+/// The lines of one function, or of what else has a name: each starts with that name and a
+/// separator. Texts, gates and levels as in Log.
+class Tracer {
+ public:
+  /// Neither text is copied.
+  constexpr explicit Tracer(const char* name, const char* separator = ": ")
+      : _name(name), _separator(separator) {}
+
+  constexpr const char* Name() const { return _name; }
+
+  /// What stands in front of each text.
+  OString Intro() const { return OString(_name) << _separator; }
+
+  template <class Text>
+  void operator()(Text&& text, DWORD level = LogLevel::kDetailInfo) const {
+    Log::Information([&] { return Line(text); }, level);
+  }
+  template <class Text>
+  void Warning(Text&& text) const {
+    Log::Warning([&] { return Line(text); });
+  }
+  template <class Text>
+  void Error(Text&& text) const {
+    Log::Error([&] { return Line(text); });
+  }
+
+ private:
+  template <class Text>
+  OString Line(const Text& text) const {
+    return Intro() << Log::TextOf(text);
+  }
+
+  const char* _name;
+  const char* _separator;
+};

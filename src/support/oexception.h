@@ -36,3 +36,7 @@ class OStdException {
  private:
   const char* _description;
 };
+
+/// The translator of every thread with an exception handler scope: throws an OException with the
+/// error code and text that stand for the structured exception's code, and with the pointers.
+[[noreturn]] void ThrowStructuredException(unsigned code, EXCEPTION_POINTERS* pointers);

@@ -8,7 +8,6 @@
 #include "support/mini_dump_writer.h"
 #include "support/oevent_log.h"
 #include "support/ostring.h"
-#include "support/se_translation.h"
 
 OExceptionHandler::OExceptionHandler(const char* functionName, DWORD flags)
     : _previousTranslator(_set_se_translator(ThrowStructuredException)),

@@ -7,7 +7,7 @@
 #include "common/dump_folder.h"
 #include "common/test_thread.h"
 #include "platform/posix/kernel/state_paths.h"
-#include "support/thread_guard.h"
+#include "support/thread_procedure.h"
 
 namespace {
 

@@ -11,8 +11,7 @@
 #include "support/oevent_log.h"
 #include "support/oregistry.h"
 #include "support/scoped_key.h"
-#include "support/se_translation.h"
-#include "support/thread_guard.h"
+#include "support/thread_procedure.h"
 
 namespace {
 

@@ -1,0 +1,49 @@
+#include "support/thread_procedure.h"
+
+#include <new>
+
+#include "support/oexception.h"
+
+bool RunGuarded(OExceptionHandler& handler, WorkRef work) {
+  try {
+    work();
+    return true;
+  } catch (const OException& exception) {
+    handler.Handle(exception);
+  } catch (CMemoryException* exception) {
+    exception->Delete();
+    handler.OutOfMemory();
+  } catch (const std::bad_alloc&) {
+    handler.OutOfMemory();
+  } catch (const OStdException& exception) {
+    handler.HandleStandardException(exception);
+  } catch (CException* exception) {
+    exception->Delete();
+  } catch (...) {
+  }
+  return false;
+}
+
+bool RunThread(const char* name, WorkRef work) {
+  OExceptionHandler handler(name, kThreadHandlerFlags);
+  handler.SetEventLog(Z7SvEventLog);
+  const bool succeeded = RunGuarded(handler, work);
+  handler.UnSetEventLog();
+  return succeeded;
+}
+
+OString FrameworkMessage(const CException& exception) {
+  constexpr UINT kBufferChars = 255;
+  WCHAR buffer[kBufferChars] = {};
+  exception.GetErrorMessage(buffer, kBufferChars, nullptr);
+  return OString(buffer);
+}
+
+void LogFrameworkException(const Tracer& trace, WorkRef work) {
+  try {
+    work();
+  } catch (CException* exception) {
+    trace.Error([&] { return OString("Exception. Message = ") << FrameworkMessage(*exception); });
+    exception->Delete();
+  }
+}
