@@ -66,7 +66,7 @@ TEST(MutexTest, RecursiveForItsOwnerOnly) {
     EXPECT_TRUE(mutex.Release());
     EXPECT_EQ(mutex.WaitElsewhere(), WAIT_OBJECT_0);
     EXPECT_FALSE(mutex.Release());
-    EXPECT_EQ(GetLastError(), 288U);
+    EXPECT_EQ(GetLastError(), ERROR_NOT_OWNER);
   }
 }
 
@@ -75,7 +75,7 @@ TEST(MutexTest, NameIsOneMutexAsLongAsSomebodyHasIt) {
   {
     const TestMutex first(TEXT("Local\\") + name);
     const TestMutex second(name, true);
-    EXPECT_EQ(second.CreationError(), 183U);
+    EXPECT_EQ(second.CreationError(), ERROR_ALREADY_EXISTS);
     EXPECT_EQ(first.WaitElsewhere(), WAIT_OBJECT_0);  // "Initially owned" was ignored.
     EXPECT_EQ(second.Wait(), WAIT_OBJECT_0);
     EXPECT_TRUE(first.Release());

@@ -61,10 +61,25 @@ DWORD Connect(HANDLE pipe) { return ErrorOf(ConnectNamedPipe(pipe, nullptr)); }
 DWORD Disconnect(HANDLE pipe) { return ErrorOf(DisconnectNamedPipe(pipe)); }
 DWORD Cancel(HANDLE pipe) { return ErrorOf(CancelIoEx(pipe, nullptr)); }
 
+/// Looks again and again until `condition` holds; false when it does not within a minute.
+template <class Condition>
+bool Await(Condition&& condition) {
+  const ULONGLONG end = GetTickCount64() + 60000;
+  while (!condition()) {
+    if (GetTickCount64() > end) return false;
+    std::this_thread::yield();
+  }
+  return true;
+}
+
 /// Makes the call on another thread and cancels until it ends: a first attempt may come too early.
 DWORD CancelBlocked(Call call, HANDLE pipe) {
   auto blocked = std::async(std::launch::async, call, pipe);
-  while (blocked.wait_for(std::chrono::seconds(0)) != std::future_status::ready) Cancel(pipe);
+  const bool hasEnded = Await([&] {
+    Cancel(pipe);
+    return blocked.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
+  });
+  if (!hasEnded) CloseHandle(pipe);  // It ends the call at any rate.
   return blocked.get();
 }
 
@@ -114,7 +129,8 @@ TEST_F(Pipes, OneInstanceAndOneClient) {
   EXPECT_EQ(ErrorOfOpening(_path), ERROR_PIPE_BUSY) << "after disconnecting";
 
   auto connecting = std::async(std::launch::async, Connect, _server);
-  while ((_client = OpenClient(_path)) == INVALID_HANDLE_VALUE) std::this_thread::yield();
+  const auto tryToOpen = [&] { return (_client = OpenClient(_path)) != INVALID_HANDLE_VALUE; };
+  if (!Await(tryToOpen)) Cancel(_server);
   EXPECT_EQ(connecting.get(), ERROR_SUCCESS) << "it listens again";
   ExpectUsable();
 
@@ -179,6 +195,32 @@ TEST_F(Pipes, FlushWaitsForTheReader) {
     EXPECT_EQ(Flush(_server), ERROR_SUCCESS);
     EXPECT_TRUE(isRead);
     reader.join();
+  }
+}
+
+TEST_F(Pipes, WhatIsSentIsReadInAnyPieces) {
+  OpenAndConnect();
+  std::string sent;
+  for (int number = 0; sent.size() < 3 * 64 * 1024; ++number) sent += std::to_string(number);
+  auto sending = std::async(std::launch::async, Send, _client, sent);
+  std::string received;
+  for (DWORD size = 1; received.size() < sent.size(); size = size * 3 + 13) {
+    std::string piece(size, '\0');
+    DWORD count = 0;
+    ASSERT_TRUE(ReadFile(_server, piece.data(), size, &count, nullptr));
+    received += piece.substr(0, count);
+  }
+  EXPECT_TRUE(received == sent);
+  EXPECT_EQ(sending.get(), ERROR_SUCCESS);
+}
+
+TEST_F(Pipes, ReadersShareWhatComesAtOnce) {
+  OpenAndConnect();
+  for (int round = 0; round < 200; ++round) {
+    auto first = std::async(std::launch::async, Receive, _server);
+    auto second = std::async(std::launch::async, Receive, _server);
+    ASSERT_EQ(Send(_client, "ab"), ERROR_SUCCESS);
+    EXPECT_EQ(first.get() + second.get(), ERROR_SUCCESS);
   }
 }
 

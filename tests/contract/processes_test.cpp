@@ -41,7 +41,7 @@ TEST(ProcessTest, ArgumentsMayBeQuoted) {
 TEST(ProcessTest, MissingProcessesAndProgramsAreReported) {
   constexpr DWORD kNoSuchProcess = 0x7FFFFFFC;
   EXPECT_EQ(OpenProcess(SYNCHRONIZE, FALSE, kNoSuchProcess), nullptr);
-  EXPECT_EQ(GetLastError(), 87U);
+  EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
 
   std::basic_string<WCHAR> missing = TEXT("C:\\no-such-program-of-ours.exe argument");
   STARTUPINFOW startup{};

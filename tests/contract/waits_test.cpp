@@ -74,10 +74,10 @@ TEST_F(WaitTest, BadHandlesAreToldFromGoodOnes) {
   const HANDLE foreign = reinterpret_cast<HANDLE>(std::uintptr_t{0x7654});
   for (const HANDLE bad : {static_cast<HANDLE>(nullptr), closed, foreign}) {
     EXPECT_EQ(WaitForSingleObject(bad, 0), WAIT_FAILED);
-    EXPECT_EQ(GetLastError(), 6U);
+    EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
     SetLastError(0);
     EXPECT_EQ(WaitAny({good, bad}), WAIT_FAILED);
-    EXPECT_EQ(GetLastError(), 6U);
+    EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
     EXPECT_FALSE(SetEvent(bad));
   }
 }

@@ -1,6 +1,7 @@
 // What a pipe is on the file system, and what only this layer promises about it.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -9,6 +10,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <future>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -59,6 +61,22 @@ class UnixClient {
   const int _socket = socket(AF_UNIX, SOCK_STREAM, 0);
 };
 
+/// How many descriptors this process may have while it lives.
+class DescriptorLimit {
+ public:
+  explicit DescriptorLimit(rlim_t limit) {
+    getrlimit(RLIMIT_NOFILE, &_before);
+    const rlimit lowered{limit, _before.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &lowered);
+  }
+  ~DescriptorLimit() { setrlimit(RLIMIT_NOFILE, &_before); }
+  DescriptorLimit(const DescriptorLimit&) = delete;
+  DescriptorLimit& operator=(const DescriptorLimit&) = delete;
+
+ private:
+  rlimit _before{};
+};
+
 class PipeSocket : public testing::Test {
  protected:
   void TearDown() override {
@@ -75,9 +93,10 @@ class PipeSocket : public testing::Test {
   HANDLE _server = INVALID_HANDLE_VALUE;
 };
 
-// Serves the pipe that its argument names until it is killed or released.
+// Serves the pipe that its argument names, and another, until it is killed or released.
 const VictimRole kServer("pipe-server", [](VictimSide& side, const std::string& name) {
   CreateServer(platform::ToUtf16(name));
+  CreateServer(platform::ToUtf16(name + "-2"));
   side.Ready();
   side.WaitUntilReleased();
   return 0;
@@ -135,6 +154,56 @@ TEST_F(PipeSocket, OnlyADeadProcessIsReplaced) {
   EXPECT_EQ(ErrorOfOpening(u"shared"), ERROR_FILE_NOT_FOUND);
   Serve(u"shared");
   EXPECT_EQ(UnixClient("shared").error, 0);
+  EXPECT_EQ(ErrorOfOpening(u"shared-2"), ERROR_FILE_NOT_FOUND) << "the names end one by one";
+  Serve(u"shared-2");
+  EXPECT_EQ(UnixClient("shared-2").error, 0);
+}
+
+TEST_F(PipeSocket, ConnectionsWithoutAClientGiveTheirDescriptorsBack) {
+  const DescriptorLimit limit(128);
+  std::vector<HANDLE> servers;
+  for (int number = 0; number < 300; ++number) {
+    const std::string name = "used-" + std::to_string(number);
+    servers.push_back(CreateServer(platform::ToUtf16(name)));
+    ASSERT_NE(servers.back(), INVALID_HANDLE_VALUE) << number << ": " << GetLastError();
+    UnixClient client(name);
+    EXPECT_EQ(client.error, 0);
+    EXPECT_EQ(ErrorOf(ConnectNamedPipe(servers.back(), nullptr)), ERROR_PIPE_CONNECTED);
+    if (number == 0) client.Send("last words");
+  }
+  char bytes[16];
+  DWORD count = 0;
+  EXPECT_TRUE(ReadFile(servers[0], bytes, sizeof bytes, &count, nullptr));
+  EXPECT_EQ(std::string(bytes, count), "last words");
+  for (const HANDLE server : {servers[0], servers[1]}) {
+    EXPECT_EQ(ErrorOf(ReadFile(server, bytes, 1, &count, nullptr)), ERROR_BROKEN_PIPE);
+    EXPECT_EQ(ErrorOf(WriteFile(server, bytes, 1, &count, nullptr)), ERROR_NO_DATA);
+    EXPECT_EQ(ErrorOf(ConnectNamedPipe(server, nullptr)), ERROR_NO_DATA);
+  }
+  EXPECT_EQ(ErrorOfOpening(u"used-1"), ERROR_PIPE_BUSY);
+  std::for_each(servers.begin(), servers.end(), CloseHandle);
+}
+
+TEST_F(PipeSocket, APipeIsRefusedRatherThanItsClient) {
+  const DescriptorLimit limit(128);
+  std::vector<HANDLE> servers;
+  std::vector<std::unique_ptr<UnixClient>> clients;
+  for (;;) {
+    const std::string name = "kept-" + std::to_string(servers.size());
+    const HANDLE server = CreateServer(platform::ToUtf16(name));
+    if (server == INVALID_HANDLE_VALUE) break;
+    servers.push_back(server);
+    clients.push_back(std::make_unique<UnixClient>(name));
+  }
+  EXPECT_EQ(GetLastError(), ERROR_TOO_MANY_OPEN_FILES);
+  EXPECT_GT(servers.size(), 32U);
+  for (std::size_t number = 0; number < servers.size(); ++number) {
+    EXPECT_EQ(ErrorOf(ConnectNamedPipe(servers[number], nullptr)), ERROR_PIPE_CONNECTED);
+    DWORD count = 0;
+    EXPECT_TRUE(WriteFile(servers[number], "reply", 5, &count, nullptr));
+    EXPECT_EQ(clients[number]->Receive(), "reply");
+    CloseHandle(servers[number]);
+  }
 }
 
 TEST_F(PipeSocket, OneOfManyIsLetIn) {

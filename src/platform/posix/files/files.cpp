@@ -10,8 +10,9 @@
 #include "platform/posix/kernel/error_translation.h"
 #include "platform/posix/kernel/kernel_scope.h"
 #include "platform/posix/kernel/state_paths.h"
+#include "platform/posix/pipes/address.h"
+#include "platform/posix/pipes/client_pipe.h"
 #include "platform/posix/pipes/name.h"
-#include "platform/posix/pipes/pipe_ends.h"
 
 using platform::ClientPipe;
 using platform::DiskFile;

@@ -1,7 +1,13 @@
 /// Blocking on a file descriptor so that another thread can end it.
+///
+/// A blocked thread sleeps in ppoll, woken by its descriptor or by a signal. The thread blocks that
+/// signal for good before its first operation, and only ppoll lets it in: one that is sent between
+/// a look at the operation's state and the sleep stays pending and ends the sleep at once. So no
+/// wake-up is lost, and neither a descriptor nor a system call is spent on one that never comes.
 #pragma once
 
-#include <list>
+#include <pthread.h>
+
 #include <mutex>
 
 #include "platform/posix/api/base.h"
@@ -10,17 +16,20 @@ namespace platform {
 
 class PendingIo;
 
-/// The operations that are blocked on one object (a pipe end). Any thread may call it.
+/// The operations of one kind that are pending on one object (a pipe end). Any thread may call it.
 class PendingIoList {
  public:
   /// Ends every operation that has not been ended yet; each then reports `error`, which is not 0.
   /// Returns how many there were.
   int EndAll(DWORD error);
+  bool IsEmpty();
 
  private:
   friend class PendingIo;
+  void WakeAllBut(const PendingIo& operation);
+
   std::mutex _lock;
-  std::list<PendingIo*> _operations;
+  PendingIo* _first = nullptr;  // Guarded by the lock, like the operations' links.
 };
 
 /// One blocking operation of the calling thread; construct it inside a KernelScope, before the
@@ -32,18 +41,28 @@ class PendingIo {
   PendingIo(const PendingIo&) = delete;
   PendingIo& operator=(const PendingIo&) = delete;
 
-  /// Sleeps until `fd` has one of the poll `events` (or an error or hang-up), or the operation was
-  /// ended. 0 when the descriptor is ready, else the error given to EndAll, or
-  /// ERROR_OPERATION_ABORTED when the thread is to be terminated. `fd` -1 waits for EndAll alone.
+  /// Sleeps until `fd` has one of the poll `events` (or an error or hang-up), somebody wakes the
+  /// operation, or it is ended. 0 when the caller is to look again, else the error given to EndAll,
+  /// or ERROR_OPERATION_ABORTED when the thread is to be terminated. `fd` -1 waits for others
+  /// alone.
   DWORD WaitFor(int fd, short events);
+
+  /// Makes the other operations on the list look again.
+  void WakeOthers() { _list.WakeAllBut(*this); }
 
  private:
   friend class PendingIoList;
   DWORD EndedWith();
 
   PendingIoList& _list;
-  int _wakeFd;           // The calling thread's eventfd.
+  const pthread_t _thread;
+  PendingIo* _previous = nullptr;
+  PendingIo* _next;
   DWORD _endedWith = 0;  // Guarded by the list's lock.
 };
+
+/// Ends the sleep of `thread` in an operation, or its next one, so that it looks at its state.
+/// Harmless for any other thread.
+void WakeFromBlockingIo(pthread_t thread);
 
 }  // namespace platform

@@ -1,7 +1,6 @@
 #include "platform/posix/kernel/io_object.h"
 
 #include "platform/posix/api/files.h"
-#include "platform/posix/api/pipes.h"
 #include "platform/posix/kernel/error_translation.h"
 #include "platform/posix/kernel/kernel_scope.h"
 
@@ -48,12 +47,4 @@ BOOL FlushFileBuffers(HANDLE file) {
   const KernelScope scope;
   const auto object = Lookup<IoObject>(file);
   return object ? Report(object->Flush()) : FALSE;
-}
-
-BOOL CancelIoEx(HANDLE file, LPOVERLAPPED overlapped) {
-  const KernelScope scope;
-  if (overlapped != nullptr) return Fail(ERROR_INVALID_PARAMETER);
-  const auto object = Lookup<IoObject>(file);
-  if (!object) return FALSE;
-  return object->CancelPending() > 0 ? TRUE : Fail(ERROR_NOT_FOUND);
 }

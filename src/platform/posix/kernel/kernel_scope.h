@@ -3,7 +3,7 @@
 /// Every call of the layer opens a KernelScope. A thread that is to be terminated while it is
 /// inside one ends when it leaves its outermost scope, so no lock or table of the layer is ever
 /// left half changed. A blocking call sleeps only in the two places that a termination wakes:
-/// ThreadWaker (a futex word) and the poll of blocking_io.h (an eventfd); it then unwinds normally
+/// ThreadWaker (a futex word) and the sleep of blocking_io.h (a signal); it then unwinds normally
 /// and ends at the scope's end. Outside a scope the thread ends at once, in the handler of the
 /// termination signal, through the raw exit system call: no destructor runs.
 #pragma once

@@ -51,7 +51,7 @@ Reactor::Reactor() {
 }
 
 std::uint64_t Reactor::Add(int fd, std::uint32_t events, std::function<void()> onReady) {
-  std::lock_guard lock(_lock);
+  const std::lock_guard lock(_lock);
   const std::uint64_t watchId = ++_lastId;
   _watches[watchId] = std::make_shared<Watch>(Watch{fd, std::move(onReady)});
   epoll_event event{};
@@ -62,7 +62,7 @@ std::uint64_t Reactor::Add(int fd, std::uint32_t events, std::function<void()> o
 }
 
 void Reactor::Remove(std::uint64_t watchId) {
-  std::shared_ptr<Watch> watch;  // The callback's captures go without the lock.
+  std::shared_ptr<Watch> watch;  // Destroyed without the lock, because its captures may need it.
   std::unique_lock lock(_lock);
   const auto found = _watches.find(watchId);
   if (found != _watches.end()) {
@@ -75,7 +75,7 @@ void Reactor::Remove(std::uint64_t watchId) {
 }
 
 void Reactor::Loop() {
-  KernelScope scope;
+  const KernelScope scope;
   t_isReactor = true;
   constexpr int kEventsAtOnce = 16;
   epoll_event events[kEventsAtOnce];
@@ -89,13 +89,14 @@ void Reactor::Dispatch(std::uint64_t watchId) {
   auto watch = BeginCallback(watchId);
   if (!watch) return;
   watch->onReady();
-  watch
-      .reset();  // Before the end: what it holds may go with it, and StopWatching vouches for that.
+  // Our reference goes first: StopWatching promises that the callback's captures have been
+  // destroyed when it returns.
+  watch.reset();
   EndCallback();
 }
 
 std::shared_ptr<Watch> Reactor::BeginCallback(std::uint64_t watchId) {
-  std::lock_guard lock(_lock);
+  const std::lock_guard lock(_lock);
   const auto found = _watches.find(watchId);
   if (found == _watches.end()) return nullptr;
   _runningId = watchId;
@@ -104,7 +105,7 @@ std::shared_ptr<Watch> Reactor::BeginCallback(std::uint64_t watchId) {
 
 void Reactor::EndCallback() {
   {
-    std::lock_guard lock(_lock);
+    const std::lock_guard lock(_lock);
     _runningId = 0;
   }
   _callbackEnded.notify_all();
@@ -113,12 +114,12 @@ void Reactor::EndCallback() {
 }  // namespace
 
 std::uint64_t WatchDescriptor(int fd, std::uint32_t events, std::function<void()> onReady) {
-  KernelScope scope;
+  const KernelScope scope;
   return Reactor::Instance().Add(fd, events, std::move(onReady));
 }
 
 void StopWatching(std::uint64_t watchId) {
-  KernelScope scope;
+  const KernelScope scope;
   Reactor::Instance().Remove(watchId);
 }
 

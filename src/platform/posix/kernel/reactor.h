@@ -1,6 +1,6 @@
 /// One background thread of the layer that watches file descriptors: listening sockets of pipes,
-/// pidfds of opened processes. Started at first use; never part of the program's own threads. All
-/// signals are blocked on it.
+/// pidfds of opened processes, the console's signals. It is started at first use and is none of the
+/// program's own threads; it blocks all signals.
 #pragma once
 
 #include <cstdint>
@@ -12,8 +12,9 @@ namespace platform {
 /// (level-triggered). The callback must not block. Returns an id for StopWatching.
 std::uint64_t WatchDescriptor(int fd, std::uint32_t events, std::function<void()> onReady);
 
-/// After it has returned, the callback is not running and will not run again (when it is called
-/// from the callback itself: will not run again). Call it before closing the descriptor.
+/// When it returns, the callback is not running and will not run again, and what it captured has
+/// been destroyed; called from the callback itself it only promises that this is the last run. Call
+/// it before closing the descriptor.
 void StopWatching(std::uint64_t watchId);
 
 }  // namespace platform

@@ -2,7 +2,6 @@
 
 #include <limits.h>
 #include <signal.h>
-#include <sys/eventfd.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -10,6 +9,7 @@
 #include <utility>
 
 #include "platform/posix/api/threads.h"
+#include "platform/posix/kernel/blocking_io.h"
 #include "platform/posix/kernel/kernel_scope.h"
 
 namespace platform {
@@ -115,10 +115,6 @@ void Thread::OnThreadEnds(void* thread) {
   if (isOurs) pthread_detach(pthread_self());
 }
 
-Thread::~Thread() {
-  if (_wakeFd >= 0) close(_wakeFd);
-}
-
 bool Thread::FinishUnlessPending(DWORD exitCode) {
   // Who waits for the thread may free the site while the thread is still on its way out.
   if (_crashSite) LeaveAlternateStack(*_crashSite);
@@ -170,17 +166,12 @@ void Thread::TerminateSelf(DWORD exitCode) {
 void Thread::WakeForTermination() {
   SendTerminationSignal(_native);
   _waker.Wake();
-  if (const int fd = _wakeFd; fd >= 0) eventfd_write(fd, 1);
+  WakeFromBlockingIo(_native);
 }
 
 DWORD Thread::ExitCode() const {
   std::lock_guard lock(EngineLock());
   return _hasEnded ? _exitCode : STILL_ACTIVE;
-}
-
-int Thread::WakeFd() {
-  if (_wakeFd < 0) _wakeFd = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-  return _wakeFd;
 }
 
 CrashSite* Thread::PrepareForCrash() {

@@ -31,7 +31,6 @@ class Thread final : public Waitable {
   [[noreturn]] static void Exit(unsigned exitCode);
 
   Thread() = default;
-  ~Thread() override;
 
   /// Ends this thread wherever it is and returns when it no longer runs; does not return for the
   /// calling thread. False when it has ended, somebody else is ending it, the caller is itself to
@@ -43,10 +42,6 @@ class Thread final : public Waitable {
   DWORD ExitCode() const;
 
   ThreadWaker& Waker() { return _waker; }
-  /// An eventfd of this thread that a termination writes to; -1 when none could be made. Called by
-  /// the thread itself.
-  int WakeFd();
-
   /// Mutexes that the thread has to answer for. Called with the engine's lock held.
   void AddOwned(std::shared_ptr<Waitable> object);
   void RemoveOwned(const Waitable* object);
@@ -87,7 +82,6 @@ class Thread final : public Waitable {
   pthread_t _native{};
   std::atomic<DWORD> _id{0};
   ThreadWaker _waker;
-  std::atomic<int> _wakeFd{-1};
   /// Set once, under the engine's lock, by the thread that terminates this one; it then joins.
   std::atomic<bool> _isTerminationPending{false};
   /// What the procedure returned; written and read by the thread itself.

@@ -1,12 +1,5 @@
-/// A pipe's name in the file system: the socket file that clients connect to, and the lock file
-/// that tells whether a live process serves it.
-///
-///   pipe/<name>        the socket
-///   pipe/.lock/<name>  locked (open file descriptions' locks) while the pipe lives
-///
-/// Of the lock file one byte is for the name, and one for each socket served under it.
-///
-/// The lock goes with the process, so that a socket left behind by a dead one is recognised.
+/// A pipe's name in the file system: the socket file pipe/<name>, which clients connect to, and the
+/// claim of claim.h, which tells whether a live process serves it.
 #pragma once
 
 #include <sys/types.h>
@@ -16,11 +9,12 @@
 
 #include "platform/posix/api/base.h"
 #include "platform/posix/kernel/unique_fd.h"
+#include "platform/posix/pipes/claim.h"
 
 namespace platform {
 
-/// The server's claim on a name. The destructor, and at the latest the end of the process, removes
-/// the socket file and the lock file. Not thread-safe: its owner locks.
+/// The server's right to a name. The destructor, and at the latest the end of the process, removes
+/// the socket file and the claim. It keeps no descriptor. Not thread-safe: its owner locks.
 class PipeAddress {
  public:
   /// ERROR_PIPE_BUSY when a live process has the name. `forEveryone`: any user may connect.
@@ -35,16 +29,15 @@ class PipeAddress {
   UniqueFd Listen();
 
  private:
-  PipeAddress(std::string fileName, bool forEveryone, UniqueFd folder, UniqueFd lock);
-  bool Publish(int socket, const std::string& temporaryName);
+  PipeAddress(std::string fileName, bool forEveryone, std::shared_ptr<ClaimFile> claim);
+  bool Publish(int folder, int socket, const std::string& temporaryName);
   void Release();
   static void ReleaseAll();
 
   const std::string _fileName;
   const bool _forEveryone;
   const pid_t _owner;
-  UniqueFd _folder;
-  UniqueFd _lock;
+  const std::shared_ptr<ClaimFile> _claim;
   ino_t _socketInode = 0;
 };
 

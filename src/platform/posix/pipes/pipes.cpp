@@ -4,10 +4,11 @@
 #include "platform/posix/kernel/error_translation.h"
 #include "platform/posix/kernel/kernel_scope.h"
 #include "platform/posix/pipes/name.h"
-#include "platform/posix/pipes/pipe_ends.h"
+#include "platform/posix/pipes/server_pipe.h"
 #include "platform/posix/system/security.h"
 
 using platform::Fail;
+using platform::IoObject;
 using platform::KernelScope;
 using platform::Lookup;
 using platform::PipeAddress;
@@ -22,9 +23,10 @@ DWORD CreateServerPipe(LPCWSTR name, const SECURITY_ATTRIBUTES* attributes,
   std::unique_ptr<PipeAddress> address;
   const bool forEveryone = platform::GrantsEveryone(attributes);
   if (const DWORD error = PipeAddress::Claim(fileName, forEveryone, address)) return error;
-  pipe = std::make_shared<ServerPipe>(std::move(address));
-  return pipe->StartListening();
+  return ServerPipe::Create(std::move(address), pipe);
 }
+
+BOOL Report(DWORD error) { return error == 0 ? TRUE : Fail(error); }
 
 }  // namespace
 
@@ -46,14 +48,20 @@ BOOL ConnectNamedPipe(HANDLE pipe, LPOVERLAPPED overlapped) {
   if (overlapped != nullptr) return Fail(ERROR_INVALID_PARAMETER);
   const auto server = Lookup<ServerPipe>(pipe);
   if (!server) return FALSE;
-  const DWORD error = server->Connect();
-  return error == 0 ? TRUE : Fail(error);
+  return Report(server->Connect());
 }
 
 BOOL DisconnectNamedPipe(HANDLE pipe) {
   const KernelScope scope;
   const auto server = Lookup<ServerPipe>(pipe);
   if (!server) return FALSE;
-  const DWORD error = server->Disconnect();
-  return error == 0 ? TRUE : Fail(error);
+  return Report(server->Disconnect());
+}
+
+BOOL CancelIoEx(HANDLE file, LPOVERLAPPED overlapped) {
+  const KernelScope scope;
+  if (overlapped != nullptr) return Fail(ERROR_INVALID_PARAMETER);
+  const auto object = Lookup<IoObject>(file);
+  if (!object) return FALSE;
+  return object->CancelPending() > 0 ? TRUE : Fail(ERROR_NOT_FOUND);
 }

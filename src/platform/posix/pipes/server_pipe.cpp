@@ -1,17 +1,51 @@
+#include "platform/posix/pipes/server_pipe.h"
+
 #include <poll.h>
 #include <sys/epoll.h>
-#include <sys/eventfd.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
+#include <set>
 
 #include "platform/posix/api/errors.h"
 #include "platform/posix/kernel/error_translation.h"
 #include "platform/posix/kernel/reactor.h"
-#include "platform/posix/pipes/pipe_ends.h"
 
 namespace platform {
 namespace {
+
+// What the clients of all pipes may need at one moment beyond the descriptor that each has: a
+// connection is accepted before its listener is closed, and a job opens files.
+constexpr int kDescriptorReserve = 32;
+
+struct Pipes {
+  std::mutex lock;
+  std::set<ServerPipe*> all;
+};
+
+Pipes& AllPipes() {
+  static auto* const pipes = new Pipes;  // Outlives every pipe, also at exit.
+  return *pipes;
+}
+
+// How many of the highest numbers are looked at for free ones. They are given out last.
+constexpr rlim_t kNumbersLookedAt = 1024;
+
+// For a number that is no open descriptor, poll answers that it is invalid.
+bool AreDescriptorsScarce() {
+  rlimit limit{};
+  getrlimit(RLIMIT_NOFILE, &limit);
+  std::array<pollfd, kNumbersLookedAt> numbers{};
+  const rlim_t count = std::min(limit.rlim_cur, kNumbersLookedAt);
+  for (rlim_t i = 0; i < count; ++i) numbers[i].fd = static_cast<int>(limit.rlim_cur - 1 - i);
+  poll(numbers.data(), count, 0);
+  return std::count_if(numbers.begin(), numbers.end(), [](const pollfd& number) {
+           return (number.revents & POLLNVAL) != 0;
+         }) < kDescriptorReserve;
+}
 
 bool HasWaitingClient(int listener) {
   pollfd state{listener, POLLIN, 0};
@@ -20,10 +54,26 @@ bool HasWaitingClient(int listener) {
 
 }  // namespace
 
-ServerPipe::ServerPipe(std::unique_ptr<PipeAddress> address)
-    : _address(std::move(address)), _arrival(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
+DWORD ServerPipe::Create(std::unique_ptr<PipeAddress> address, std::shared_ptr<ServerPipe>& pipe) {
+  pipe = std::make_shared<ServerPipe>(std::move(address));
+  const DWORD error = pipe->StartListening();
+  if (error != ERROR_TOO_MANY_OPEN_FILES) return error;
+  GiveBackDescriptors();
+  return pipe->StartListening();
+}
 
-ServerPipe::~ServerPipe() { Leave(State::kClosed, ERROR_OPERATION_ABORTED); }
+ServerPipe::ServerPipe(std::unique_ptr<PipeAddress> address) : _address(std::move(address)) {
+  const std::lock_guard guard(AllPipes().lock);
+  AllPipes().all.insert(this);
+}
+
+ServerPipe::~ServerPipe() {
+  {
+    const std::lock_guard guard(AllPipes().lock);
+    AllPipes().all.erase(this);
+  }
+  Leave(State::kClosed, ERROR_OPERATION_ABORTED);
+}
 
 DWORD ServerPipe::StartListening() {
   const std::lock_guard guard(_lock);
@@ -33,6 +83,7 @@ DWORD ServerPipe::StartListening() {
 DWORD ServerPipe::Listen() {
   UniqueFd socket = _address->Listen();
   if (!socket) return ErrorFromErrno(errno);
+  if (AreDescriptorsScarce()) return ERROR_TOO_MANY_OPEN_FILES;
   const auto onClientWaiting = [weakSelf = weak_from_this()] {
     if (const auto self = weakSelf.lock()) static_cast<ServerPipe&>(*self).AdmitWaitingClient();
   };
@@ -55,22 +106,23 @@ void ServerPipe::AdmitWaitingClient() {
 }
 
 void ServerPipe::Accept(int listener) {
-  // Closed to others before the first is let in: nobody can slip into the queue in between.
+  // The door is closed to others before the first client is let in, so that nobody can slip into
+  // the queue in between.
   shutdown(listener, SHUT_RD);
   UniqueFd client(accept4(listener, nullptr, nullptr, SOCK_CLOEXEC));
   if (!client) {
     _state = State::kDisconnected;
-    _pending.EndAll(ErrorFromErrno(errno));
+    _connecting.EndAll(ErrorFromErrno(errno));
     return;
   }
-  _client = std::make_shared<PipeStream>(std::move(client));
+  _client = std::make_shared<PipeStream>(std::move(client), PipeStream::Receives::kAhead);
   _state = State::kConnected;
-  eventfd_write(_arrival.Get(), 1);
+  _connecting.EndAll(ERROR_PIPE_CONNECTED);
 }
 
 DWORD ServerPipe::Connect() {
-  PendingIo pending(_pending);
   AdmitWaitingClient();
+  PendingIo pending(_connecting);
   {
     const std::lock_guard guard(_lock);
     if (_state == State::kClosed) return ERROR_INVALID_HANDLE;
@@ -81,7 +133,10 @@ DWORD ServerPipe::Connect() {
       if (const DWORD error = Listen()) return error;
     }
   }
-  return pending.WaitFor(_arrival.Get(), POLLIN);
+  DWORD ended = 0;
+  while (ended == 0) ended = pending.WaitFor(-1, 0);
+  // A client that came during the wait is what was waited for; one that was there before is not.
+  return ended == ERROR_PIPE_CONNECTED ? 0 : ended;
 }
 
 DWORD ServerPipe::Disconnect() {
@@ -93,8 +148,15 @@ DWORD ServerPipe::Disconnect() {
   return 0;
 }
 
+int ServerPipe::CancelPending() {
+  return PipeEnd::CancelPending() + _connecting.EndAll(ERROR_OPERATION_ABORTED);
+}
+
 void ServerPipe::OnLastHandleClosed() { Leave(State::kClosed, ERROR_OPERATION_ABORTED); }
 
+// The state changes first, under the lock: a call that begins from here on finds no connection. The
+// rest is done without the lock, because a blocked call takes it on its way out, and StopWatching
+// waits for a callback that may be waiting for it.
 void ServerPipe::Leave(State state, DWORD error) {
   Listener listener;
   std::shared_ptr<PipeStream> client;
@@ -106,11 +168,10 @@ void ServerPipe::Leave(State state, DWORD error) {
     listener = std::exchange(_listener, {});
     client = std::exchange(_client, nullptr);
     if (state == State::kClosed) address = std::move(_address);
-    eventfd_t ignored = 0;
-    eventfd_read(_arrival.Get(), &ignored);
   }
-  // First the calls, so that they report the reason and not the broken connection.
-  _pending.EndAll(error);
+  // Calls end before the connection does, so that they report the reason and not a broken pipe.
+  _transfers.EndAll(error);
+  _connecting.EndAll(error);
   if (client) client->Shut();
   EndListener(std::move(listener));
 }
@@ -133,6 +194,20 @@ std::shared_ptr<PipeStream> ServerPipe::Stream(DWORD& error) {
       error = ERROR_PIPE_NOT_CONNECTED;
   }
   return _client;
+}
+
+void ServerPipe::GiveBackDescriptors() {
+  const std::lock_guard guard(AllPipes().lock);
+  for (ServerPipe* const pipe : AllPipes().all) pipe->GiveBackDescriptor();
+}
+
+void ServerPipe::GiveBackDescriptor() {
+  const std::lock_guard guard(_lock);
+  // A pending call has entered the list before it looks at the connection, so none is missed here:
+  // either it is in the list, or it will find the new connection.
+  if (_client && _transfers.IsEmpty() && _client->IsOver()) {
+    _client = std::make_shared<PipeStream>();
+  }
 }
 
 }  // namespace platform

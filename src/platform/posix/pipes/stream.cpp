@@ -6,7 +6,9 @@
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <cstring>
 
 #include "platform/posix/api/errors.h"
 #include "platform/posix/kernel/error_translation.h"
@@ -19,6 +21,10 @@ namespace {
 // hundred bytes, so a smaller sum means that everything has been read.
 constexpr int kSmallestUnreadBuffer = 64;
 
+// As much as a request's payload may have to come with its header; only the part that has been
+// used takes memory.
+constexpr std::size_t kReadAheadBytes = 64 * 1024;
+
 bool IsTransient(int error) { return error == EAGAIN || error == EINTR; }
 
 DWORD ReadError(int error) {
@@ -29,29 +35,71 @@ DWORD WriteError(int error) {
   return error == EPIPE || error == ECONNRESET ? ERROR_NO_DATA : ErrorFromErrno(error);
 }
 
-// After an EAGAIN; an interrupted call is simply repeated.
-DWORD WaitIfFull(PendingIo& pending, int fd, int error, short events) {
-  return error == EAGAIN ? pending.WaitFor(fd, events) : 0;
-}
-
 }  // namespace
+
+PipeStream::~PipeStream() {
+  if (_ahead) explicit_bzero(_ahead.get() + _aheadStart, _aheadSize);
+}
 
 DWORD PipeStream::Read(PendingIo& pending, void* buffer, DWORD size, DWORD& done) {
   if (size == 0) return 0;
-  for (;;) {
-    const ssize_t count = recv(_socket.Get(), buffer, size, MSG_DONTWAIT);
-    if (count == 0) return ERROR_BROKEN_PIPE;
-    if (count > 0) {
-      done = static_cast<DWORD>(count);
-      return 0;
-    }
-    const int error = errno;
-    if (!IsTransient(error)) return ReadError(error);
-    if (const DWORD ended = WaitIfFull(pending, _socket.Get(), error, POLLIN)) return ended;
+  DWORD error = 0;
+  while (TryRead(buffer, size, done, error) == Attempt::kWouldBlock) {
+    if (const DWORD ended = pending.WaitFor(_socket.Get(), POLLIN)) return ended;
   }
+  return error;
+}
+
+PipeStream::Attempt PipeStream::TryRead(void* buffer, DWORD size, DWORD& done, DWORD& error) {
+  const std::lock_guard lock(_readLock);
+  if (_aheadSize > 0) {
+    done = TakeReadAhead(buffer, size);
+    return Attempt::kDone;
+  }
+  const ssize_t count = _socket ? Receive(buffer, size) : 0;
+  if (count < 0 && IsTransient(errno)) return Attempt::kWouldBlock;
+  if (count > 0) {
+    done = static_cast<DWORD>(count);
+  } else {
+    error = count == 0 ? ERROR_BROKEN_PIPE : ReadError(errno);
+  }
+  return Attempt::kDone;
+}
+
+ssize_t PipeStream::Receive(void* buffer, DWORD size) {
+  if (_receives == Receives::kOnlyWhatIsRead) {
+    return recv(_socket.Get(), buffer, size, MSG_DONTWAIT);
+  }
+  if (!_ahead) _ahead = std::make_unique_for_overwrite<std::byte[]>(kReadAheadBytes);
+  iovec pieces[] = {{buffer, size}, {_ahead.get(), kReadAheadBytes}};
+  msghdr message{};
+  message.msg_iov = pieces;
+  message.msg_iovlen = std::size(pieces);
+  const ssize_t count = recvmsg(_socket.Get(), &message, MSG_DONTWAIT);
+  if (count <= static_cast<ssize_t>(size)) return count;
+  _aheadStart = 0;
+  _aheadSize = static_cast<std::size_t>(count) - size;
+  return size;
+}
+
+DWORD PipeStream::TakeReadAhead(void* buffer, DWORD size) {
+  const std::size_t taken = std::min<std::size_t>(size, _aheadSize);
+  std::byte* const bytes = _ahead.get() + _aheadStart;
+  std::memcpy(buffer, bytes, taken);
+  // It may be a job with passwords, of which the reader wipes only its own copy.
+  explicit_bzero(bytes, taken);
+  _aheadStart += taken;
+  _aheadSize -= taken;
+  return static_cast<DWORD>(taken);
+}
+
+bool PipeStream::HasReadAhead() {
+  const std::lock_guard lock(_readLock);
+  return _aheadSize > 0;
 }
 
 DWORD PipeStream::Write(PendingIo& pending, const void* buffer, DWORD size, DWORD& done) {
+  if (!_socket) return ERROR_NO_DATA;
   const char* const bytes = static_cast<const char*>(buffer);
   DWORD sent = 0;
   while (sent < size) {
@@ -63,7 +111,7 @@ DWORD PipeStream::Write(PendingIo& pending, const void* buffer, DWORD size, DWOR
     }
     const int error = errno;
     if (!IsTransient(error)) return WriteError(error);
-    if (const DWORD ended = WaitIfFull(pending, _socket.Get(), error, POLLOUT)) return ended;
+    if (const DWORD ended = pending.WaitFor(_socket.Get(), POLLOUT)) return ended;
   }
   done = sent;
   return 0;
@@ -96,8 +144,15 @@ DWORD PipeStream::WaitUntilRead(PendingIo& pending) {
 }
 
 bool PipeStream::PeerHasGone() const {
+  if (!_socket) return true;
   pollfd state{_socket.Get(), 0, 0};
   return poll(&state, 1, 0) == 1 && (state.revents & POLLHUP) != 0;
+}
+
+bool PipeStream::IsOver() {
+  char next = 0;
+  return PeerHasGone() && !HasReadAhead() &&
+         recv(_socket.Get(), &next, 1, MSG_PEEK | MSG_DONTWAIT) <= 0;
 }
 
 void PipeStream::Shut() { shutdown(_socket.Get(), SHUT_RDWR); }

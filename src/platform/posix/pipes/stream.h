@@ -2,6 +2,9 @@
 /// another thread can end a blocked call.
 #pragma once
 
+#include <memory>
+#include <mutex>
+
 #include "platform/posix/kernel/blocking_io.h"
 #include "platform/posix/kernel/unique_fd.h"
 
@@ -11,7 +14,21 @@ namespace platform {
 /// `pending`, whose ending they report.
 class PipeStream {
  public:
-  explicit PipeStream(UniqueFd socket) : _socket(std::move(socket)) {}
+  /// What a read takes from the socket.
+  enum class Receives {
+    kOnlyWhatIsRead,
+    /// What follows as well, up to 64 KiB, so that a request's header and payload cost one system
+    /// call. The peer that flushes then waits only until its bytes have been received.
+    kAhead,
+  };
+
+  PipeStream(UniqueFd socket, Receives receives)
+      : _socket(std::move(socket)), _receives(receives) {}
+  /// A connection whose peer has gone and left nothing to read; it needs no descriptor.
+  PipeStream() = default;
+  ~PipeStream();
+  PipeStream(const PipeStream&) = delete;
+  PipeStream& operator=(const PipeStream&) = delete;
 
   /// Blocks until at least one byte is there. ERROR_BROKEN_PIPE when the peer has closed and
   /// nothing is left to read.
@@ -24,14 +41,31 @@ class PipeStream {
   /// Whether the other end has been closed altogether (one that only stopped sending is still
   /// there).
   bool PeerHasGone() const;
+  /// Whether the peer has gone and nothing of it is left to read.
+  bool IsOver();
+  /// Whether bytes have been received that nobody has read.
+  bool HasReadAhead();
   /// Ends the connection for both sides; the descriptor stays valid for calls still in progress.
   void Shut();
 
  private:
+  enum class Attempt { kDone, kWouldBlock };
+
   bool HasUnreadOutput() const;
   DWORD WaitUntilRead(PendingIo& pending);
+  /// One attempt that does not block; `error` is written when it is done.
+  Attempt TryRead(void* buffer, DWORD size, DWORD& done, DWORD& error);
+  DWORD TakeReadAhead(void* buffer, DWORD size);
+  ssize_t Receive(void* buffer, DWORD size);
 
-  UniqueFd _socket;
+  const UniqueFd _socket;
+  const Receives _receives = Receives::kOnlyWhatIsRead;
+
+  std::mutex _readLock;  // Guards what follows; held for an attempt, not for a sleep.
+  /// What was received ahead: `_aheadSize` bytes from `_aheadStart`. Allocated at the first read.
+  std::unique_ptr<std::byte[]> _ahead;
+  std::size_t _aheadStart = 0;
+  std::size_t _aheadSize = 0;
 };
 
 }  // namespace platform

@@ -1,4 +1,4 @@
-#include "platform/posix/pipes/pipe_ends.h"
+#include "platform/posix/pipes/pipe_end.h"
 
 #include "platform/posix/api/errors.h"
 
@@ -6,7 +6,7 @@ namespace platform {
 
 template <class Operation>
 DWORD PipeEnd::Run(Operation operation) {
-  PendingIo pending(_pending);
+  PendingIo pending(_transfers);
   DWORD error = 0;
   const std::shared_ptr<PipeStream> stream = Stream(error);
   if (!stream) return error;
@@ -17,7 +17,10 @@ DWORD PipeEnd::Run(Operation operation) {
 
 DWORD PipeEnd::Read(void* buffer, DWORD size, DWORD& done) {
   return Run([&](PipeStream& stream, PendingIo& pending) {
-    return stream.Read(pending, buffer, size, done);
+    const DWORD error = stream.Read(pending, buffer, size, done);
+    // What was received beyond this call's share is for a reader who waits for the socket.
+    if (stream.HasReadAhead()) pending.WakeOthers();
+    return error;
   });
 }
 
@@ -31,26 +34,6 @@ DWORD PipeEnd::Flush() {
   return Run([](PipeStream& stream, PendingIo& pending) { return stream.Flush(pending); });
 }
 
-int PipeEnd::CancelPending() { return _pending.EndAll(ERROR_OPERATION_ABORTED); }
-
-ClientPipe::ClientPipe(UniqueFd socket, bool canRead, bool canWrite)
-    : _stream(std::make_shared<PipeStream>(std::move(socket))),
-      _canRead(canRead),
-      _canWrite(canWrite) {}
-
-DWORD ClientPipe::Read(void* buffer, DWORD size, DWORD& done) {
-  return _canRead ? PipeEnd::Read(buffer, size, done) : ERROR_ACCESS_DENIED;
-}
-
-DWORD ClientPipe::Write(const void* buffer, DWORD size, DWORD& done) {
-  return _canWrite ? PipeEnd::Write(buffer, size, done) : ERROR_ACCESS_DENIED;
-}
-
-void ClientPipe::OnLastHandleClosed() {
-  CancelPending();
-  _stream->Shut();
-}
-
-std::shared_ptr<PipeStream> ClientPipe::Stream(DWORD&) { return _stream; }
+int PipeEnd::CancelPending() { return _transfers.EndAll(ERROR_OPERATION_ABORTED); }
 
 }  // namespace platform

@@ -1,0 +1,74 @@
+/// The server's end of a pipe: what CreateNamedPipeW makes.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+
+#include "platform/posix/kernel/unique_fd.h"
+#include "platform/posix/pipes/address.h"
+#include "platform/posix/pipes/pipe_end.h"
+
+namespace platform {
+
+/// The one instance of a pipe. It admits one client each time it listens: the first connection is
+/// accepted at once, on the reactor's thread, and the listening socket is closed with it.
+///
+/// It keeps one descriptor: the listening socket, then the connection to the client. A connection
+/// whose client has gone gives its descriptor back when descriptors become scarce.
+class ServerPipe : public PipeEnd {
+ public:
+  /// A pipe that lets clients in under `address`, without waiting for one. A system error code, as
+  /// for the following; ERROR_TOO_MANY_OPEN_FILES already while some descriptors are left, so that
+  /// the process can serve the clients that it has promised a pipe.
+  static DWORD Create(std::unique_ptr<PipeAddress> address, std::shared_ptr<ServerPipe>& pipe);
+
+  explicit ServerPipe(std::unique_ptr<PipeAddress> address);
+  ~ServerPipe() override;
+
+  /// Waits for the client.
+  DWORD Connect();
+  DWORD Disconnect();
+  int CancelPending() override;
+  void OnLastHandleClosed() override;
+
+ protected:
+  std::shared_ptr<PipeStream> Stream(DWORD& error) override;
+
+ private:
+  /// Once connected it stays so, also after the client has gone, until it is disconnected.
+  enum class State { kListening, kConnected, kDisconnected, kClosed };
+
+  struct Listener {
+    UniqueFd socket;
+    std::uint64_t watchId = 0;
+  };
+
+  DWORD StartListening();
+  /// Called with the lock held, in the state kDisconnected.
+  DWORD Listen();
+  /// Lets in the client that has connected, if the pipe listens and there is one. The reactor's
+  /// thread calls it as soon as there is one; other threads call it so that they never miss a
+  /// client that came before.
+  void AdmitWaitingClient();
+  /// Called with the lock held.
+  void Accept(int listener);
+  /// Moves to `state`; blocked calls end with `error`, and so do the connection and the listener.
+  void Leave(State state, DWORD error);
+  /// Called without the lock, which the watch's callback takes.
+  static void EndListener(Listener listener);
+
+  /// Closes the sockets of all pipes whose client has gone.
+  static void GiveBackDescriptors();
+  void GiveBackDescriptor();
+
+  PendingIoList _connecting;
+
+  std::mutex _lock;  // Guards what follows.
+  State _state = State::kDisconnected;
+  std::shared_ptr<PipeStream> _client;
+  Listener _listener;
+  std::unique_ptr<PipeAddress> _address;
+};
+
+}  // namespace platform
