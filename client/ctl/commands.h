@@ -16,6 +16,8 @@ void AddEncodeCommand(CLI::App& app, ExitCode& result);
 void AddRunCommand(CLI::App& app, ExitCode& result);
 void AddLogMaskCommand(CLI::App& app, ExitCode& result);
 void AddTagCommand(CLI::App& app, ExitCode& result);
+void AddCardsCommand(CLI::App& app, ExitCode& result);
+void AddFaultCommand(CLI::App& app, ExitCode& result);
 
 /// The --timeout option: milliseconds for one request, 0 for no limit.
 struct TimeLimit {

@@ -26,6 +26,8 @@ Ctl::ExitCode RunCommand(int argc, WCHAR** argv) {
   Ctl::AddRunCommand(app, result);
   Ctl::AddLogMaskCommand(app, result);
   Ctl::AddTagCommand(app, result);
+  Ctl::AddCardsCommand(app, result);
+  Ctl::AddFaultCommand(app, result);
   try {
     app.parse(ArgumentsFromLast(argc, argv));
   } catch (const CLI::ParseError& error) {

@@ -24,7 +24,7 @@ nlohmann::ordered_json Event(const char* event, const char* member, unsigned obj
 void Append(const nlohmann::ordered_json& line) noexcept {
   try {
     const WideText path = StateFilePath("calls.jsonl");
-    if (GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES) return;
+    if (!StateFileExists(path)) return;
     OMutex mutex("Tagwright Simulator Call Record", kMutexTimeoutMs);
     const OAutoLock lock(mutex);
     AppendToStateFile(path, line.dump() + "\n");

@@ -5,7 +5,7 @@
 namespace Simulator {
 namespace {
 
-// The compiler must not see what each of these does, or it would leave it out or do it its own way.
+// Volatile, so that the compiler neither leaves a crash out nor replaces it by a trap of its own.
 int* volatile nowhere = nullptr;
 volatile int one = 1;
 volatile int zero = 0;
@@ -43,7 +43,7 @@ void CrashByDividing() { sink = one / zero; }
 
 void CrashByIllegalInstruction() { __builtin_trap(); }
 
-void CrashByUsingUpTheStack() { sink = Deeper(0); }
+void CrashByStackOverflow() { sink = Deeper(0); }
 
 void CrashUnderNoexcept() noexcept { CrashBesideADestructor(); }
 

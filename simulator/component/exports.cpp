@@ -14,6 +14,7 @@ struct TagwrightComponentObject {
 
 namespace {
 
+using Simulator::CallDetails;
 using Simulator::MemberException;
 using Simulator::WideText;
 using Simulator::WideView;
@@ -53,7 +54,7 @@ void Guard(Result* result, Call call) {
 }
 
 /// Runs `work` (Simulator::PrinterSession& to Outcome) as `member` of the object. `details` (to
-/// OString) is what the log tells of its arguments.
+/// CallDetails) is what the log tells of its arguments.
 template <class Details, class Work>
 void Member(Object* object, Result* result, const char* member, Details details, Work work) {
   Guard(result, [&] {
@@ -61,10 +62,13 @@ void Member(Object* object, Result* result, const char* member, Details details,
   });
 }
 
-OString NoDetails() { return OString(); }
+CallDetails NoDetails() { return {}; }
 
-OString Characters(TagwrightText text) {
-  return OString("characters = ") << static_cast<int>(text.length);
+/// `text` and the length of `data`.
+CallDetails WithData(const OString& text, TagwrightText data) {
+  constexpr std::size_t kDigitsPerWord = 4;
+  return {text + (OString("characters = ") << static_cast<int>(data.length)),
+          data.length / kDigitsPerWord};
 }
 
 Object* CreateObject(Result* result) {
@@ -104,12 +108,12 @@ void LogErrorEvent(Object* object, TagwrightText text, Result* result) {
 
 void Connect(Object* object, std::int32_t portType, TagwrightText printerAddress,
              std::uint32_t connectPerCard, Result* result) {
-  const auto details = [&] {
-    return OString("port type = ")
-           << portType << ", connect per card = " << static_cast<int>(connectPerCard);
-  };
-  Member(object, result, "Connect", details,
-         [&](auto& session) { return session.Connect(View(printerAddress)); });
+  Guard(result, [&] {
+    const bool cardOfItsOwn = connectPerCard != 0;
+    return object->sdk.Connect(View(printerAddress), cardOfItsOwn,
+                               {OString("port type = ") << portType << ", connect per card = "
+                                                        << static_cast<int>(cardOfItsOwn)});
+  });
 }
 
 void Disconnect(Object* object, Result* result) {
@@ -119,14 +123,14 @@ void Disconnect(Object* object, Result* result) {
 
 void WriteEPC(Object* object, TagwrightText data, Result* result) {
   Member(
-      object, result, "WriteEPC", [&] { return Characters(data); },
+      object, result, "WriteEPC", [&] { return WithData("", data); },
       [&](auto& session) { return session.WriteEpc(View(data)); });
 }
 
 void WriteMemory(Object* object, std::int32_t bank, std::int32_t offset, TagwrightText data,
                  Result* result) {
   const auto details = [&] {
-    return OString("bank = ") << bank << ", offset = " << offset << ", " << Characters(data);
+    return WithData(OString("bank = ") << bank << ", offset = " << offset << ", ", data);
   };
   Member(object, result, "WriteMemory", details,
          [&](auto& session) { return session.WriteMemory(bank, offset, View(data)); });
@@ -134,7 +138,7 @@ void WriteMemory(Object* object, std::int32_t bank, std::int32_t offset, Tagwrig
 
 void WriteUserMemory(Object* object, std::int32_t offset, TagwrightText data, Result* result) {
   constexpr int kUserBank = static_cast<int>(Simulator::Bank::kUser);
-  const auto details = [&] { return OString("offset = ") << offset << ", " << Characters(data); };
+  const auto details = [&] { return WithData(OString("offset = ") << offset << ", ", data); };
   Member(object, result, "WriteUserMemory", details,
          [&](auto& session) { return session.WriteMemory(kUserBank, offset, View(data)); });
 }
@@ -147,14 +151,15 @@ void SetAccessPassword(Object* object, TagwrightText password, Result* result) {
 void LockTag(Object* object, TagwrightText accessPassword, std::int32_t lockAction,
              Result* result) {
   Member(
-      object, result, "LockTag", [&] { return OString("action = ") << lockAction; },
+      object, result, "LockTag", [&] { return CallDetails{OString("action = ") << lockAction}; },
       [&](auto& session) { return session.LockTag(View(accessPassword), lockAction); });
 }
 
 void PermalockUserBlock(Object* object, TagwrightText accessPassword, std::uint32_t startAddress,
                         std::int32_t blockCount, Result* result) {
   const auto details = [&] {
-    return OString("start = ") << OString(DWORD{startAddress}) << ", count = " << blockCount;
+    return CallDetails{OString("start = ")
+                       << OString(DWORD{startAddress}) << ", count = " << blockCount};
   };
   Member(object, result, "PermalockUserBlock", details, [&](auto& session) {
     return session.PermalockUserBlock(View(accessPassword), startAddress, blockCount);
@@ -164,7 +169,8 @@ void PermalockUserBlock(Object* object, TagwrightText accessPassword, std::uint3
 void UnlockTag(Object* object, TagwrightText accessPassword, std::int32_t unlockAction,
                Result* result) {
   Member(
-      object, result, "UnlockTag", [&] { return OString("action = ") << unlockAction; },
+      object, result, "UnlockTag",
+      [&] { return CallDetails{OString("action = ") << unlockAction}; },
       [&](auto& session) { return session.UnlockTag(View(accessPassword), unlockAction); });
 }
 

@@ -1,54 +1,71 @@
-/// Scripted faults: what is to go wrong in which member, from the file faults.json.
+/// Scripted faults: what goes wrong in which call, from the file faults.json. It maps a member to a
+/// rule, or to a list of rules:
 ///
-///   {"WriteEPC": {"fault": "throw-standard", "text": "disk full"},
-///    "Connect":  {"fault": "delay", "delay_ms": 200}}
+///   {"Connect":  {"fault": "delay", "delay_ms": 200},
+///    "WriteEPC": [{"fault": "delay", "delay_ms": 20, "delay_per_word_ms": 4},
+///                 {"fault": "partial-write", "words": 2, "card": 501},
+///                 {"fault": "throw-standard", "text": "disk full", "every": 100}]}
+///
+/// A rule applies to a call when all of its conditions hold: "port_address"; "card", the number of
+/// the feeder's card; and of the calls that these two let through "call", exactly the n-th,
+/// "every", each n-th, and "probability" (0 to 1, with "seed": the same seed chooses the same calls
+/// again). The rules are tried in their order; the first one that does more than delay is the last.
+///
+/// The counts are kept in fault_counts.json, because each job has a component object of its own.
+/// They begin anew when the text of faults.json changes, and when the counts' file is deleted.
 #pragma once
 
+#include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
-#include "simulator/tag/text.h"
+#include "simulator/component/fault_player.h"
 
 namespace Simulator {
 
-enum class FaultKind {
-  kNone,            ///< the member works
-  kReturnFalse,     ///< "false"
-  kThrowManaged,    ///< "throw-managed"
-  kThrowFramework,  ///< "throw-framework"
-  kThrowStandard,   ///< "throw-standard"
-  kThrowUnknown,    ///< "throw-unknown"
-  kDelay,           ///< "delay": the member works after delay_ms
-  kHang,            ///< "hang": the member never returns
-  kCrashRead,       ///< "crash-read": reads through a null pointer
-  kCrashDivide,     ///< "crash-divide": divides an integer by zero
-  kCrashIllegal,    ///< "crash-illegal": executes an illegal instruction
-  kCrashStack,      ///< "crash-stack": recurses until the stack is used up
-  kCrashNoexcept,   ///< "crash-noexcept": crashes where no exception gets out
+/// Where a call comes from.
+struct CallPlace {
+  WideText portAddress;  ///< empty before the first Connect
+  unsigned card = 0;     ///< 0 without a card of the feeder
 };
 
-struct Fault {
-  FaultKind kind = FaultKind::kNone;
-  /// Message of the exception.
-  WideText text;
-  /// Waited before the fault, whatever its kind, in milliseconds.
-  DWORD delayMs = 0;
+struct FaultRule {
+  Fault fault;
+  std::optional<WideText> portAddress = {};
+  std::optional<unsigned> card = {};
+  std::optional<unsigned> call = {};
+  std::optional<unsigned> every = {};
+  std::optional<double> probability = {};
+  std::uint32_t seed = 0;
+
+  bool IsAt(const CallPlace& place) const;
+  /// Whether the `count`-th call (from 1) at its place is one of those that it chooses.
+  bool Chooses(unsigned count) const;
+  bool NeedsCount() const { return call || every || probability; }
 };
 
 class FaultScript {
  public:
-  /// Reads the file as it is now. Without one nothing goes wrong; a malformed one is ignored as a
-  /// whole, and Problem says why.
+  /// Reads the file as it is now; without one nothing goes wrong. Throws std::runtime_error when it
+  /// cannot be read or understood: "faults.json: no such member: WriteEpc".
   static FaultScript Load();
+  /// The same for a text. What it throws says why without naming a file.
+  static FaultScript Parse(std::string_view text);
 
-  /// The fault of `member` (the constructor is "ZebraSDK", the disposal "Dispose").
-  Fault For(std::string_view member) const;
-  const std::string& Problem() const { return _problem; }
+  /// The faults of one call of `member` (the constructor is "ZebraSDK", the disposal "Dispose") in
+  /// the order in which they happen. Counts the call. Throws std::runtime_error when the counts
+  /// cannot be kept.
+  std::vector<Fault> TakeCall(std::string_view member, const CallPlace& place) const;
+
+  const std::map<std::string, std::vector<FaultRule>, std::less<>>& Rules() const { return _rules; }
 
  private:
-  std::map<std::string, Fault, std::less<>> _faults;
-  std::string _problem;
+  std::map<std::string, std::vector<FaultRule>, std::less<>> _rules;
+  /// Tells this text of the script from another.
+  std::uint32_t _textHash = 0;
 };
 
 }  // namespace Simulator

@@ -5,9 +5,27 @@
 namespace Simulator {
 namespace {
 
-OEventLog& ManagedLog() {
-  static OEventLog log("Brennick Tagwright.Managed", OEventLog::kApplicationLog);
+/// The log of all objects of the process.
+OEventLog& Log() {
+  static OEventLog log(kLogSource, OEventLog::kApplicationLog);
   return log;
+}
+
+void LogInformation(const OString& text, DWORD level) {
+  if (Log().IsLogEnabled(static_cast<int>(level))) Log().LogInformationEvent(text, 0, level);
+}
+
+void LogError(const OString& text) {
+  if (Log().IsLogEnabled(static_cast<int>(LogLevel::kErrors))) Log().LogErrorEvent(text, 0);
+}
+
+/// Once in a process, so that a log tells at once that no card is encoded.
+void LogWhatThisIs() {
+  static std::atomic_flag isDone;
+  if (isDone.test_and_set()) return;
+  LogInformation("The simulated printer, version " SIMULATOR_VERSION
+                 ": jobs change files, not cards",
+                 LogLevel::kInfo);
 }
 
 unsigned NextNumber() {
@@ -17,44 +35,82 @@ unsigned NextNumber() {
 
 }  // namespace
 
-ZebraSdk::ZebraSdk() : _number(NextNumber()), _faults(FaultScript::Load()) {
-  Run("ZebraSDK", OString(), [] { return Outcome{}; });
+void LogCall(const char* member, const OString& details, const Outcome& outcome) {
+  OString text = OString("ZebraSDK::") << member << ": ";
+  if (!details.IsEmpty()) text << details << ", ";
+  if (!outcome.Succeeded()) {
+    LogError(text << outcome.refusal.c_str());
+  } else if (!outcome.remark.empty()) {
+    LogInformation(text << outcome.remark.c_str(), LogLevel::kInfo);
+  } else {
+    LogInformation(text << "done", LogLevel::kDetailInfo);
+  }
+}
+
+ZebraSdk::ZebraSdk() : _number(NextNumber()) {
+  try {
+    _faults = FaultScript::Load();
+  } catch (const std::runtime_error& problem) {
+    _faultProblem = problem.what();
+  }
+  Run("ZebraSDK", {}, [] { return Outcome{}; });
 }
 
 void ZebraSdk::TestManagedCodeAccessible() {
   constexpr const char* kMember = "TestManagedCodeAccessible";
   RecordedCall record(kMember, 0);
-  PlayFault(FaultScript::Load().For(kMember), kMember);
+  std::vector<Fault> faults;
+  try {
+    faults = FaultScript::Load().TakeCall(kMember, {});
+  } catch (const std::runtime_error&) {
+    // Connect, which comes next, says why.
+  }
+  for (const Fault& fault : faults) PlayFault(fault, kMember, 0);
   record.SetResult(true);
 }
 
+bool ZebraSdk::PlayFaults(const char* member, std::size_t dataWords) {
+  const CallPlace place{_session.PortAddress(), _session.Card()};
+  for (const Fault& fault : _faults.TakeCall(member, place)) {
+    switch (PlayFault(fault, member, dataWords)) {
+      case FaultEffect::kReturnsFalse:
+        return false;
+      case FaultEffect::kInterrupts:
+        _session.InterruptNextWrite(fault.words, false);
+        break;
+      case FaultEffect::kErases:
+        _session.InterruptNextWrite(fault.words, true);
+        break;
+      case FaultEffect::kTakesTagAway:
+        _session.TakeTagAway();
+        break;
+      case FaultEffect::kWorks:
+        break;
+    }
+  }
+  return true;
+}
+
+bool ZebraSdk::Connect(WideView portAddress, bool cardOfItsOwn, const CallDetails& details) {
+  _session.Approach(portAddress, cardOfItsOwn);
+  return Run("Connect", details, [this] {
+    return _faultProblem.empty() ? _session.Connect() : Outcome{_faultProblem};
+  });
+}
+
 void ZebraSdk::InitLogging() {
-  Run("InitLogging", OString(), [this] {
-    _log = &ManagedLog();
+  Run("InitLogging", {}, [this] {
+    LogWhatThisIs();
+    _canLogErrors = true;
     return Outcome{};
   });
-  if (_log != nullptr && !_faults.Problem().empty()) {
-    _log->LogErrorEvent(_faults.Problem().c_str(), 0);
-  }
 }
 
 void ZebraSdk::LogErrorEvent(const OString& text) {
-  Run("LogErrorEvent", OString(), [&] {
-    if (_log != nullptr) _log->LogErrorEvent(text, 0);
+  Run("LogErrorEvent", {}, [&] {
+    if (_canLogErrors) Log().LogErrorEvent(text, 0);
     return Outcome{};
   });
-}
-
-void ZebraSdk::LogCall(const char* member, const OString& details, const Outcome& outcome) {
-  const DWORD level = outcome.Succeeded() ? LogLevel::kDetailInfo : LogLevel::kErrors;
-  if (_log == nullptr || !_log->IsLogEnabled(static_cast<int>(level))) return;
-  OString text = OString("ZebraSDK::") << member << ": ";
-  if (!details.IsEmpty()) text << details << ", ";
-  if (outcome.Succeeded()) {
-    _log->LogInformationEvent(text << "done", 0, level);
-  } else {
-    _log->LogErrorEvent(text << outcome.refusal.c_str(), 0);
-  }
 }
 
 }  // namespace Simulator

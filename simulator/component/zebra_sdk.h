@@ -1,5 +1,5 @@
-/// The simulated component's class ZebraSDK: a printer session behind scripted faults, with its
-/// calls logged and recorded.
+/// The class ZebraSDK of the simulated component: a printer session behind scripted faults, whose
+/// calls are logged and recorded.
 #pragma once
 
 #include <string>
@@ -7,26 +7,40 @@
 #include "simulator/component/call_record.h"
 #include "simulator/component/fault_player.h"
 #include "simulator/component/fault_script.h"
-#include "simulator/tag/printer_session.h"
+#include "simulator/printer/printer_session.h"
 #include "support/oevent_log.h"
 
 namespace Simulator {
 
-/// Raises MemberException for scripted faults and std::exception for failures of its files. The log
-/// is the source "Brennick Tagwright.Managed": refusals as errors, calls as DetailInfo, from
-/// InitLogging on. Neither data nor passwords are ever logged.
+/// The event source of the log: another than a real component's, so that no line of the simulated
+/// printer is taken for one of a printer.
+constexpr const char* kLogSource = "Brennick Tagwright.Simulator";
+
+/// What a call is to the log, and to faults that take time.
+struct CallDetails {
+  /// Numbers only: neither data nor passwords are ever logged.
+  OString text;
+  std::size_t dataWords = 0;
+};
+
+/// Raises MemberException for scripted faults and std::exception for failures of its files.
+/// Refusals are logged as errors, calls as DetailInfo.
 class ZebraSdk {
  public:
-  /// Reads the fault script.
+  /// Reads the fault script. One that cannot be understood plays no faults; every Connect is
+  /// refused with the reason.
   ZebraSdk();
 
   /// Static member of the class: reads the fault script itself.
   static void TestManagedCodeAccessible();
 
-  /// Runs `work` (to an Outcome) as the member `member`; returns the member's bool. `details`
-  /// (numbers only) goes to the log.
+  /// Runs `work` (to an Outcome) as the member `member`; returns the member's bool. `member` is a
+  /// literal.
   template <class Work>
-  bool Run(const char* member, const OString& details, Work work);
+  bool Run(const char* member, const CallDetails& details, Work work);
+
+  /// Runs Connect at the address.
+  bool Connect(WideView portAddress, bool cardOfItsOwn, const CallDetails& details);
 
   void InitLogging();
   /// ZSDKEventLogM; nothing is written before InitLogging.
@@ -35,21 +49,27 @@ class ZebraSdk {
   PrinterSession& Session() { return _session; }
 
  private:
-  void LogCall(const char* member, const OString& details, const Outcome& outcome);
+  /// Whether the member does its work.
+  bool PlayFaults(const char* member, std::size_t dataWords);
 
   unsigned _number;
   FaultScript _faults;
+  std::string _faultProblem;
   PrinterSession _session;
-  /// The log of all objects of the process; null until InitLogging.
-  OEventLog* _log = nullptr;
+  bool _canLogErrors = false;
 };
 
+/// Writes the outcome of a call to the log.
+void LogCall(const char* member, const OString& details, const Outcome& outcome);
+
 template <class Work>
-bool ZebraSdk::Run(const char* member, const OString& details, Work work) {
+bool ZebraSdk::Run(const char* member, const CallDetails& details, Work work) {
   RecordedCall record(member, _number);
+  _session.BeginMember(member);
   const Outcome outcome =
-      PlayFault(_faults.For(member), member) ? work() : Outcome{"scripted to return false"};
-  LogCall(member, details, outcome);
+      PlayFaults(member, details.dataWords) ? work() : Outcome{"scripted to return false"};
+  _session.EndMember(outcome);
+  LogCall(member, details.text, outcome);
   record.SetResult(outcome.Succeeded());
   return outcome.Succeeded();
 }

@@ -2,10 +2,13 @@
 #pragma once
 
 #include <cstddef>
+#include <string_view>
 
 #include "simulator/tag/words.h"
 
 namespace Simulator {
+
+Word Crc16(std::string_view bytes);
 
 /// Over `count` words, most significant byte first.
 Word Crc16(const Word* words, std::size_t count);

@@ -31,9 +31,24 @@ bool WriteAll(HANDLE file, std::string_view text) {
   return WriteFile(file, text.data(), size, &written, nullptr) && written == size;
 }
 
-void WriteNewFile(const WideText& path, std::string_view text) {
+bool WriteNewFile(const WideText& path, std::string_view text) {
   const ScopedHandle file = Open(path, GENERIC_WRITE, CREATE_ALWAYS);
-  if (!file.IsValid() || !WriteAll(file.Get(), text)) Fail("write", path);
+  return file.IsValid() && WriteAll(file.Get(), text);
+}
+
+bool Seek(HANDLE file, LONGLONG distance, DWORD method) {
+  LARGE_INTEGER offset{};
+  offset.QuadPart = distance;
+  return SetFilePointerEx(file, offset, nullptr, method);
+}
+
+/// Whether text that is appended begins a line.
+bool EndsWithLine(HANDLE file) {
+  LARGE_INTEGER size{};
+  if (!GetFileSizeEx(file, &size) || size.QuadPart == 0) return true;
+  char last = 0;
+  DWORD read = 0;
+  return Seek(file, -1, FILE_END) && ReadFile(file, &last, 1, &read, nullptr) && last == '\n';
 }
 
 /// A name beside `path` that no other thread uses.
@@ -72,19 +87,29 @@ std::optional<std::string> ReadStateFile(const WideText& path) {
   return text;
 }
 
-void ReplaceStateFile(const WideText& path, std::string_view text) {
-  const WideText temporary = TemporaryPath(path);
-  WriteNewFile(temporary, text);
-  if (!MoveFileExW(temporary.c_str(), path.c_str(), MOVEFILE_REPLACE_EXISTING)) {
-    Fail("replace", path);
-  }
+bool StateFileExists(const WideText& path) {
+  return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
 }
 
-bool AppendToStateFile(const WideText& path, std::string_view text) {
-  const ScopedHandle file = Open(path, GENERIC_READ | GENERIC_WRITE, OPEN_EXISTING);
-  LARGE_INTEGER end{};
-  return file.IsValid() && SetFilePointerEx(file.Get(), end, nullptr, FILE_END) &&
-         WriteAll(file.Get(), text);
+void ReplaceStateFile(const WideText& path, std::string_view text) {
+  const WideText temporary = TemporaryPath(path);
+  if (WriteNewFile(temporary, text) &&
+      MoveFileExW(temporary.c_str(), path.c_str(), MOVEFILE_REPLACE_EXISTING)) {
+    return;
+  }
+  const DWORD error = GetLastError();
+  DeleteFileW(temporary.c_str());
+  SetLastError(error);
+  Fail("write", path);
+}
+
+bool AppendToStateFile(const WideText& path, std::string_view line, bool create) {
+  const ScopedHandle file =
+      Open(path, GENERIC_READ | GENERIC_WRITE, create ? OPEN_ALWAYS : OPEN_EXISTING);
+  if (!file.IsValid()) return false;
+  const bool mend = !EndsWithLine(file.Get());
+  return Seek(file.Get(), 0, FILE_END) && (!mend || WriteAll(file.Get(), "\n")) &&
+         WriteAll(file.Get(), line);
 }
 
 }  // namespace Simulator

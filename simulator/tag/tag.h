@@ -3,8 +3,12 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
 
 #include "simulator/tag/lock_bits.h"
+#include "simulator/tag/tag_kind.h"
 #include "simulator/tag/words.h"
 
 namespace Simulator {
@@ -12,24 +16,22 @@ namespace Simulator {
 enum class Bank { kReserved = 0, kEpc = 1, kTid = 2, kUser = 3 };
 constexpr std::size_t kBankCount = 4;
 
-/// Sizes in words. Reserved: kill and access password; EPC: CRC, PC and 496 bits; TID: 96 bits;
-/// User: 512 bits, the common sizes of a chip.
-constexpr std::array<std::size_t, kBankCount> kBankWords = {4, 33, 6, 32};
+constexpr std::size_t kReservedWords = 4;
 constexpr std::size_t kCrcWord = 0;
 constexpr std::size_t kPcWord = 1;
 constexpr std::size_t kFirstEpcWord = 2;
-constexpr std::size_t kMaxEpcWords = 31;
-constexpr std::size_t kUserBlockWords = 4;
-constexpr std::size_t kUserBlockCount = kBankWords[3] / kUserBlockWords;
 
 /// How a tag answers an operation.
 enum class TagAnswer {
   kDone,
-  kNoSuchLocation,  ///< outside the bank, or nothing to write
+  kNoData,          ///< nothing to write
+  kNoSuchLocation,  ///< outside the bank, or a PC that announces a longer EPC than the bank holds
   kMemoryLocked,    ///< the lock state forbids it
   kWrongPassword,
-  kRefused,  ///< a lock that would change a permanent state
-  kSilent,   ///< a killed tag
+  kNoKillPassword,  ///< a tag without a kill password cannot be killed
+  kRefused,         ///< a lock that would change a permanent state
+  kInterrupted,     ///< the write stopped part-way; the words before are written
+  kSilent,          ///< a killed tag, or none in the field
 };
 
 /// The words an operator reads in a log.
@@ -37,28 +39,43 @@ const char* AnswerText(TagAnswer answer);
 
 /// All that a tag remembers, as it is stored. The first EPC word is the CRC over PC and EPC.
 struct TagMemory {
+  std::string kindName;
   std::array<Words, kBankCount> banks;
   LockBits locks;
-  std::array<bool, kUserBlockCount> permalockedBlocks{};
+  std::size_t userBlockWords = 0;
+  /// One for each block of the User bank; the last one may be shorter than the others.
+  std::vector<bool> permalockedBlocks;
   bool killed = false;
+
+  Words& Of(Bank bank) { return banks[static_cast<std::size_t>(bank)]; }
+  const Words& Of(Bank bank) const { return banks[static_cast<std::size_t>(bank)]; }
+  /// The number of blocks in the User bank.
+  std::size_t UserBlockCount() const;
 };
 
-/// `secured` tells of the state that the right access password gives; a tag whose access password
-/// is zero is in it at once. No operation changes anything unless it answers kDone. Check IsKilled
-/// first.
+/// `secured` is the state that the right access password gives; a tag whose access password is zero
+/// is in it at once. No operation changes anything unless it answers kDone or kInterrupted. Check
+/// IsKilled first.
 class Tag {
  public:
-  /// Blank as from the factory: an EPC of 96 zero bits, no passwords, nothing locked.
-  Tag();
-  /// Takes banks of the sizes of kBankWords; the CRC is computed anew.
+  /// Blank as from the factory: an EPC of zeros, 96 bits long when the bank has room for them, no
+  /// passwords, nothing locked.
+  explicit Tag(const TagKind& kind = TagKind());
+  /// Computes the CRC anew. Throws std::invalid_argument for banks that no tag has.
   explicit Tag(TagMemory memory);
 
   const TagMemory& Memory() const { return _memory; }
   bool IsKilled() const { return _memory.killed; }
   std::uint32_t AccessPassword() const;
   std::size_t EpcWords() const;
+  Words Epc() const;
 
-  /// Replaces the EPC; the PC's length and the CRC go with it.
+  /// Makes the next write of at least one word answer kInterrupted. Without a number of words it
+  /// stops half-way; a number that is no less than the write's stops before its last word.
+  void InterruptNextWrite(std::optional<std::size_t> words, bool erases);
+
+  /// Replaces the EPC in one write that begins with the PC, whose length goes with it as the CRC
+  /// does.
   TagAnswer WriteEpc(const Words& epc, bool secured);
   /// Writes from word `offset`. The CRC and the first two words of the TID are never writable.
   TagAnswer Write(Bank bank, std::size_t offset, const Words& data, bool secured);
@@ -72,15 +89,21 @@ class Tag {
   TagAnswer Kill(std::uint32_t password);
 
  private:
-  Words& BankOf(Bank bank) { return _memory.banks[static_cast<std::size_t>(bank)]; }
-  const Words& BankOf(Bank bank) const { return _memory.banks[static_cast<std::size_t>(bank)]; }
   std::uint32_t PasswordAt(std::size_t word) const;
   TagAnswer SetPassword(std::size_t word, std::uint32_t password, bool secured);
   bool IsWritable(LockField field, bool secured) const;
   bool IsWritable(Bank bank, std::size_t word, bool secured) const;
+  bool HasRoomFor(Bank bank, std::size_t offset, const Words& data) const;
+  TagAnswer Program(Words& words, std::size_t offset, const Words& data);
   void UpdateCrc();
 
+  struct Interruption {
+    std::optional<std::size_t> words;
+    bool erases;
+  };
+
   TagMemory _memory;
+  std::optional<Interruption> _interruption;
 };
 
 }  // namespace Simulator

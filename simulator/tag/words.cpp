@@ -30,22 +30,31 @@ template <class Char>
 std::optional<Words> ParseWords(std::basic_string_view<Char> text) {
   Words words;
   words.reserve(text.size() / kDigitsPerWord);
-  while (!text.empty()) {
-    if (text.front() == ' ') {
-      text.remove_prefix(1);
-      continue;
-    }
+  for (; !text.empty(); text.remove_prefix(kDigitsPerWord)) {
     if (text.size() < kDigitsPerWord) return std::nullopt;
     const std::optional<Word> word = ParseWord(text.substr(0, kDigitsPerWord));
     if (!word) return std::nullopt;
     words.push_back(*word);
-    text.remove_prefix(kDigitsPerWord);
   }
   return words;
 }
 
 template std::optional<Words> ParseWords(std::basic_string_view<char> text);
 template std::optional<Words> ParseWords(std::basic_string_view<WCHAR> text);
+
+std::optional<Words> ParseSpacedWords(std::string_view text) {
+  Words words;
+  words.reserve(text.size() / kDigitsPerWord);
+  while (!text.empty()) {
+    const std::optional<Word> word =
+        text.size() < kDigitsPerWord ? std::nullopt : ParseWord(text.substr(0, kDigitsPerWord));
+    if (!word) return std::nullopt;
+    words.push_back(*word);
+    text.remove_prefix(kDigitsPerWord);
+    if (text.starts_with(' ')) text.remove_prefix(1);
+  }
+  return words;
+}
 
 std::optional<std::uint32_t> ParsePassword(std::basic_string_view<WCHAR> text) {
   if (text.empty()) return 0;

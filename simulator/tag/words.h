@@ -34,15 +34,18 @@ struct WipingAllocator {
 using Word = std::uint16_t;
 using Words = std::vector<Word, WipingAllocator<Word>>;
 
-/// Four digits a word, most significant first, either letter case; blanks may stand between words.
-/// Nothing for any other character or an incomplete word; an empty text gives no words.
+/// Four digits a word, most significant first, either letter case, nothing between them. Nothing
+/// for any other character or an incomplete word; an empty text gives no words.
 template <class Char>
 std::optional<Words> ParseWords(std::basic_string_view<Char> text);
+
+/// The same for words with blanks between them, as FormatWords writes them.
+std::optional<Words> ParseSpacedWords(std::string_view text);
 
 /// A password of 8 digits; the empty text is the password 0, which stands for none.
 std::optional<std::uint32_t> ParsePassword(std::basic_string_view<WCHAR> text);
 
-/// Upper-case digits, words separated by blanks.
+/// Upper-case digits, a blank between two words.
 std::string FormatWords(const Words& words);
 
 }  // namespace Simulator

@@ -21,7 +21,7 @@ class EncodeTest : public testing::Test {
 
   // The component makes its log once in a process, so its mask has to be there before.
   static void SetUpTestSuite() {
-    _componentLog = std::make_unique<ProductLog>("Brennick Tagwright.Managed");
+    _componentLog = std::make_unique<ProductLog>("Brennick Tagwright.Simulator");
   }
   static void TearDownTestSuite() { _componentLog.reset(); }
 
@@ -32,7 +32,7 @@ class EncodeTest : public testing::Test {
   }
   ~EncodeTest() override {
     Z7SvEventLog = StdBrennick::shared_ptr<OEventLog>();
-    for (const char* file : {"faults.json", "calls.jsonl", "TEST1.json"}) {
+    for (const char* file : {"faults.json", "fault_counts.json", "calls.jsonl", "TEST1.json"}) {
       DeleteFileW(Simulator::StateFilePath(file).c_str());
     }
   }

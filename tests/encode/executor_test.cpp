@@ -32,7 +32,7 @@ TEST_F(EncodeTest, NoValueOfAJobReachesALog) {
     EXPECT_FALSE(_log.Has(value)) << value;
     EXPECT_FALSE(_componentLog->Has(value)) << value;
   }
-  EXPECT_TRUE(_componentLog->Has("ZebraSDK::KillTag: wrong password"));
+  EXPECT_TRUE(_componentLog->Has("ZebraSDK::KillTag: the tag has no kill password"));
 }
 
 TEST_F(EncodeTest, EveryElementHasItsCallAndItsLine) {

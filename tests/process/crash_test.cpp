@@ -18,7 +18,7 @@ class CrashTest : public ProcessTest {
 };
 
 TEST_F(CrashTest, ACallThatCrashesFailsItsJobAndNothingElse) {
-  const ProductLog component("Brennick Tagwright.Managed");
+  const ProductLog component("Brennick Tagwright.Simulator");
   StartTagwright();
   int count = 0;
   for (const auto& [kind, code] :

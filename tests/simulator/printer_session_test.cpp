@@ -1,9 +1,7 @@
-#include "simulator/tag/printer_session.h"
-
-#include <gmock/gmock.h>
+#include "simulator/printer/printer_session.h"
 
 #include "common/unique_name.h"
-#include "simulator/tag/state_files.h"
+#include "simulator/state_fixture.h"
 #include "simulator/tag/tag_store.h"
 
 namespace Simulator {
@@ -12,15 +10,25 @@ namespace {
 constexpr int kLockEpc = 0x08020;
 constexpr int kLockAccessPassword = 0x20080;
 
-class PrinterSessionTest : public testing::Test {
+class PrinterSessionTest : public StateTest {
  protected:
   PrinterSessionTest() : _address(UniqueName(TEXT("USB:"))) {
-    EXPECT_TRUE(_session.Connect(_address).Succeeded());
+    EXPECT_EQ(Connect(_address).remark, "the port address is new; a blank tag lies in its printer");
+  }
+  ~PrinterSessionTest() override { DeleteFileW(TagFilePath(_address).c_str()); }
+
+  Outcome Connect(WideView address) {
+    _session.Approach(address, false);
+    return _session.Connect();
   }
   /// A new connection: whatever password was given is forgotten.
   void Reconnect() {
     EXPECT_TRUE(_session.Disconnect().Succeeded());
-    EXPECT_TRUE(_session.Connect(_address).Succeeded());
+    const Outcome again = Connect(_address);
+    EXPECT_TRUE(again.Succeeded() && again.remark.empty());
+  }
+  std::string UserStart() const {
+    return FormatWords(LoadTag(_address).Memory().Of(Bank::kUser)).substr(0, 19);
   }
   static void ExpectDone(const Outcome& outcome) { EXPECT_EQ(outcome.refusal, ""); }
   static void ExpectRefusal(const Outcome& outcome, const char* reason) {
@@ -48,6 +56,7 @@ TEST_F(PrinterSessionTest, ALockedBankOpensWithThePasswordOnly) {
 }
 
 TEST_F(PrinterSessionTest, AKilledTagNeverAnswersAgain) {
+  ExpectRefusal(_session.KillTag(TEXT("5EC0DE01")), "no kill password");
   ExpectDone(_session.SetKillPassword(TEXT("5EC0DE01")));
   ExpectRefusal(_session.KillTag(TEXT("5EC0DE02")), "wrong password");
   ExpectDone(_session.KillTag(TEXT("5EC0DE01")));
@@ -58,15 +67,50 @@ TEST_F(PrinterSessionTest, AKilledTagNeverAnswersAgain) {
 
 TEST_F(PrinterSessionTest, RefusesWhatMakesNoSense) {
   ExpectRefusal(_session.WriteEpc(TEXT("E2")), "whole words");
+  ExpectRefusal(_session.WriteEpc(TEXT("E2G0")), "hexadecimal digits");
+  ExpectRefusal(_session.WriteEpc(TEXT("1111 2222")), "blanks");
+  ExpectRefusal(_session.WriteMemory(3, 0, TEXT("")), "no data");
   ExpectRefusal(_session.WriteMemory(4, 0, TEXT("1111")), "no such memory");
   ExpectRefusal(_session.WriteMemory(3, -1, TEXT("1111")), "no such memory");
   ExpectRefusal(_session.SetKillPassword(TEXT("12345")), "8 hexadecimal digits");
   ExpectRefusal(_session.LockTag(TEXT(""), 0x100000), "20 bits");
+  ExpectRefusal(_session.UnlockTag(TEXT(""), -1), "20 bits");
   ExpectRefusal(_session.PermalockUserBlock(TEXT(""), 0, -1), "no such memory");
+  ExpectRefusal(Connect(TEXT("")), "empty address");
+  Write("printers.json", R"({"printers": {"USB001": "standard"}})");
+  ExpectRefusal(Connect(TEXT("USB002")), "no such printer");
+  EXPECT_FALSE(FindTag(TEXT("USB002")));
+}
+
+TEST_F(PrinterSessionTest, WithoutAConnectionNothingElseMatters) {
   ExpectDone(_session.Disconnect());
-  ExpectRefusal(_session.WriteEpc(TEXT("1111")), "not connected");
-  ExpectRefusal(_session.Disconnect(), "not connected");
-  ExpectRefusal(_session.Connect(TEXT("")), "empty address");
+  for (const Outcome& outcome :
+       {_session.Disconnect(), _session.WriteEpc(TEXT("1111")), _session.WriteEpc(TEXT("1")),
+        _session.WriteMemory(9, 0, TEXT("1 1")), _session.SetAccessPassword(TEXT("1")),
+        _session.SetKillPassword(TEXT("12345678")), _session.LockTag(TEXT("1"), -1),
+        _session.UnlockTag(TEXT(""), -1), _session.PermalockUserBlock(TEXT("x"), 0, 1),
+        _session.KillTag(TEXT("12345678"))}) {
+    EXPECT_EQ(outcome.refusal, "not connected");
+  }
+}
+
+TEST_F(PrinterSessionTest, FieldFaultsLeaveWhatARealTagWouldHold) {
+  ExpectDone(_session.WriteMemory(3, 0, TEXT("1111222233334444")));
+  _session.InterruptNextWrite(1, false);
+  ExpectRefusal(_session.WriteMemory(3, 0, TEXT("AAAABBBBCCCCDDDD")), "insufficient power");
+  EXPECT_EQ(UserStart(), "AAAA 2222 3333 4444");
+  _session.InterruptNextWrite(std::nullopt, true);
+  ExpectRefusal(_session.WriteMemory(3, 0, TEXT("EEEEFFFF99998888")), "stopped part-way");
+  EXPECT_EQ(UserStart(), "EEEE FFFF 0000 4444");
+  _session.InterruptNextWrite(7, false);
+  ExpectRefusal(_session.WriteMemory(3, 3, TEXT("7777")), "insufficient power");
+  EXPECT_EQ(UserStart(), "EEEE FFFF 0000 4444") << "the last word is never written";
+  ExpectDone(_session.WriteMemory(3, 3, TEXT("7777")));
+  _session.TakeTagAway();
+  ExpectRefusal(_session.WriteEpc(TEXT("1111")), "no answer");
+  ExpectRefusal(_session.SetKillPassword(TEXT("12345678")), "no answer");
+  Reconnect();
+  ExpectDone(_session.WriteEpc(TEXT("1111")));
 }
 
 TEST_F(PrinterSessionTest, TheTagsFileIsReadableAndComplete) {
@@ -85,16 +129,46 @@ TEST_F(PrinterSessionTest, TheTagsFileIsReadableAndComplete) {
   EXPECT_EQ(ReadStateFile(TagFilePath(_address)), text) << "nothing is lost on the way back";
 }
 
+TEST_F(PrinterSessionTest, ThePrintersKindDecidesAboutItsTags) {
+  Write("printers.json", R"({"kinds": {"small": {"epc_bank_words": 4, "user_words": 3,
+                                                 "user_block_words": 2, "tid": "E2801234"}},
+                             "printers": {"SMALL": "small"}})");
+  ASSERT_TRUE(Connect(TEXT("SMALL")).Succeeded());
+  EXPECT_EQ(LoadTag(TEXT("SMALL")).EpcWords(), 2U) << "as much of 96 bits as there is room for";
+  ExpectDone(_session.WriteEpc(TEXT("11112222")));
+  ExpectRefusal(_session.WriteEpc(TEXT("111122223333")), "no such memory");
+  ExpectRefusal(_session.WriteMemory(1, 1, TEXT("1800")), "no such memory");
+  ExpectRefusal(_session.WriteMemory(3, 3, TEXT("1111")), "no such memory");
+  ExpectDone(_session.PermalockUserBlock(TEXT(""), 1, 1));
+  ExpectRefusal(_session.PermalockUserBlock(TEXT(""), 2, 1), "no such memory");
+  ExpectRefusal(_session.WriteMemory(3, 2, TEXT("1111")), "memory locked");
+  ExpectDone(_session.WriteMemory(3, 1, TEXT("1111")));
+  const std::string text = ReadStateFile(TagFilePath(TEXT("SMALL"))).value();
+  EXPECT_EQ(TagText(TEXT("SMALL"), TagFromText(text), true) + "\n", text);
+  DeleteFileW(TagFilePath(TEXT("SMALL")).c_str());
+}
+
 TEST_F(PrinterSessionTest, ADamagedFileIsAnErrorAndIsKept) {
   ExpectDone(_session.WriteEpc(TEXT("1111")));
   const std::string good = ReadStateFile(TagFilePath(_address)).value();
   std::string shortBank = good;
   shortBank.replace(shortBank.find("\"reserved\": \"0000"), 17, "\"reserved\": \"");
-  for (const std::string& bad : {std::string("{"), std::string("[]"), shortBank}) {
+  std::string longEpc = good;
+  longEpc.replace(longEpc.find(" 0800 1111"), 5, " F800");
+  longEpc.replace(longEpc.rfind(" 0000\",\n    \"tid\""), 5, "");
+  for (const std::string& bad : {std::string("{"), std::string("[]"), shortBank, longEpc}) {
     ReplaceStateFile(TagFilePath(_address), bad);
     EXPECT_THROW(_session.WriteEpc(TEXT("2222")), std::runtime_error) << bad;
     EXPECT_EQ(ReadStateFile(TagFilePath(_address)), bad);
   }
+}
+
+TEST_F(PrinterSessionTest, TheStoreKnowsTheAddressesThatHaveTags) {
+  SaveTag(TEXT("\u00E9 1"), Tag());
+  EXPECT_THAT(AddressesWithTags(), testing::ElementsAre(_address, TEXT("\u00E9 1")));
+  DeleteFileW(TagFilePath(TEXT("\u00E9 1")).c_str());
+  EXPECT_THAT(AddressesWithTags(), testing::ElementsAre(_address));
+  EXPECT_FALSE(FindTag(TEXT("\u00E9 1")));
 }
 
 TEST(TagFilePathTest, AddressesBecomeFileNames) {
@@ -102,7 +176,8 @@ TEST(TagFilePathTest, AddressesBecomeFileNames) {
        {std::pair{TEXT("../192.168.1.20"), TEXT("\\simulator\\..%2F192.168.1.20.json")},
         {TEXT("\\\\.\\\u00E9 1"), TEXT("\\simulator\\%5C%5C.%5C%C3%A9%201.json")},
         {TEXT("faults"), TEXT("\\simulator\\%66aults.json")},
-        {TEXT("Faults"), TEXT("\\simulator\\%46aults.json")}}) {
+        {TEXT("Faults"), TEXT("\\simulator\\%46aults.json")},
+        {TEXT("printers"), TEXT("\\simulator\\%70rinters.json")}}) {
     EXPECT_TRUE(TagFilePath(address).ends_with(ending)) << ToUtf8(TagFilePath(address));
   }
 }

@@ -2,10 +2,24 @@
 
 #include <gmock/gmock.h>
 
+#include "simulator/tag/crc16.h"
+
 namespace Simulator {
 namespace {
 
 Words Hex(std::string_view text) { return *ParseWords(text); }
+
+TEST(Crc16, PublishedVectors) {
+  EXPECT_EQ(Crc16("123456789"), 0xD64E);
+  EXPECT_EQ(Crc16(std::string_view("\0\0", 2)), 0xE2F0);
+  for (const auto& [pcAndEpc, crc] : {std::pair{"3000E2004216CB60601500951ED6", 0xB91F},
+                                      {"400000000000000000000000000000000000", 0x41CB},
+                                      {"100011223344", 0x3658},
+                                      {"0000", 0xE2F0}}) {
+    const Words words = Hex(pcAndEpc);
+    EXPECT_EQ(Crc16(words.data(), words.size()), crc) << pcAndEpc;
+  }
+}
 
 class TagTest : public testing::Test {
  protected:
@@ -24,10 +38,12 @@ TEST_F(TagTest, AnEpcBringsItsLengthAndCrc) {
   }
   ASSERT_EQ(_tag.Write(Bank::kEpc, 1, Hex("3000"), true), TagAnswer::kDone);
   EXPECT_EQ(_tag.EpcWords(), 6U) << "the PC word is the length";
+  ASSERT_EQ(_tag.Write(Bank::kEpc, 1, Hex("0000"), true), TagAnswer::kDone);
+  EXPECT_EQ(EpcBankStart().substr(0, 9), "E2F0 0000") << "an empty EPC";
   EXPECT_EQ(_tag.WriteEpc(Words(31, 0xFFFF), true), TagAnswer::kDone);
   EXPECT_EQ(_tag.EpcWords(), 31U);
   EXPECT_EQ(_tag.WriteEpc(Words(32, 0), true), TagAnswer::kNoSuchLocation);
-  EXPECT_EQ(_tag.WriteEpc({}, true), TagAnswer::kNoSuchLocation);
+  EXPECT_EQ(_tag.WriteEpc({}, true), TagAnswer::kNoData);
 }
 
 TEST_F(TagTest, WritesStayInsideTheBankAndOffFixedWords) {
@@ -41,7 +57,7 @@ TEST_F(TagTest, WritesStayInsideTheBankAndOffFixedWords) {
       {Bank::kUser, 31, 1, TagAnswer::kDone},
       {Bank::kUser, 31, 2, TagAnswer::kNoSuchLocation},
       {Bank::kUser, ~std::size_t{0}, 1, TagAnswer::kNoSuchLocation},
-      {Bank::kUser, 0, 0, TagAnswer::kNoSuchLocation},
+      {Bank::kUser, 0, 0, TagAnswer::kNoData},
       {Bank::kEpc, 0, 1, TagAnswer::kMemoryLocked},
       {Bank::kTid, 1, 2, TagAnswer::kMemoryLocked},
       {Bank::kTid, 2, 4, TagAnswer::kDone},
