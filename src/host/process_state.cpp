@@ -1,5 +1,6 @@
 #include "host/process_state.h"
 
+#include "host/end_deadline.h"
 #include "service/tagwright_controller.h"
 
 PipeServer* pServer = nullptr;
@@ -10,6 +11,7 @@ OCriticalSection serverCritical;
 void OnPipeActivityCallback() { PipeActivity.exchange(1); }
 
 void ShutdownTagwrightServer() {
+  BeginEnd();
   OAutoLock lock(serverCritical);
   if (pServer == nullptr) return;
   if (g_IsUsingControlChannel) {

@@ -1,6 +1,7 @@
 #include "host/server_process.h"
 
 #include "host/command_arguments.h"
+#include "host/end_deadline.h"
 #include "host/idle_decision.h"
 #include "host/main_log.h"
 #include "host/process_state.h"
@@ -53,6 +54,7 @@ void ServeUntilStopped(ProcessMain& main) {
 }
 
 void StopProcess(ProcessMain& main) {
+  BeginEnd();
   kMainLog("Detected that pipe server has stopped", LogLevel::kDetailInfoD);
   DeleteServer();
   main.watchers.Stop();
@@ -66,6 +68,7 @@ void Serve(ProcessMain& main, const OString& pipeName) {
     kMainLog.Error("Server is not Ready. This can happen when this application is launched twice");
     return;
   }
+  StartEndDeadline(g_IsUsingControlChannel ? kMaxControlEndMs : kMaxEndMs);
   SetConsoleCtrlHandler(ConsoleHandler, TRUE);
   main.watchers.Start();
   ServeUntilStopped(main);

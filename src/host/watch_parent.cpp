@@ -1,5 +1,6 @@
 #include "host/watch_parent.h"
 
+#include "host/end_deadline.h"
 #include "host/process_state.h"
 #include "support/process_utility.h"
 #include "support/scoped_handle.h"
@@ -22,6 +23,7 @@ void WaitForEnd(HANDLE abortEvent, const ScopedHandle& parent) {
       kTrace("Exiting Watch Parent thread due to abort event");
       break;
     case WAIT_OBJECT_0 + 1:
+      BeginEnd();
       kTrace("The parent process has terminated");
       ShutdownTagwrightServer();
       break;

@@ -8,6 +8,10 @@ namespace {
 
 BOOL ExitWithType(DWORD type) { ExitProcess(10 + type); }
 BOOL Decline(DWORD) { return FALSE; }
+BOOL Hang(DWORD) {
+  Sleep(INFINITE);
+  return TRUE;
+}
 BOOL HangOnCtrlC(DWORD type) {
   if (type != CTRL_C_EVENT) return FALSE;
   Sleep(INFINITE);
@@ -19,6 +23,7 @@ const VictimRole kConsole("console", [](VictimSide& side, const std::string& han
     if (kind == 'e') SetConsoleCtrlHandler(ExitWithType, TRUE);
     if (kind == 'd') SetConsoleCtrlHandler(Decline, TRUE);
     if (kind == 'h') SetConsoleCtrlHandler(HangOnCtrlC, TRUE);
+    if (kind == 'n') SetConsoleCtrlHandler(Hang, TRUE);
     if (kind == 'r') SetConsoleCtrlHandler(ExitWithType, FALSE);
   }
   side.Ready();
@@ -44,6 +49,17 @@ TEST(ConsoleSignalTest, SignalsRunTheHandlers) {
     for (const int signal : example.signals) kill(static_cast<pid_t>(victim.Id()), signal);
     EXPECT_EQ(victim.ExitCode(), example.exitCode);
   }
+}
+
+TEST(ConsoleSignalTest, AHandlerThatNeverReturnsDoesNotKeepTheProcessAlive) {
+  constexpr DWORD kUnhandled = 0x3A;
+  Victim victim("console", "n");
+  victim.WaitUntilReady();
+  const ULONGLONG start = GetTickCount64();
+  kill(static_cast<pid_t>(victim.Id()), SIGHUP);
+  kill(static_cast<pid_t>(victim.Id()), SIGTERM);
+  EXPECT_EQ(victim.ExitCode(), kUnhandled);
+  EXPECT_GE(GetTickCount64() - start, 19000U);
 }
 
 }  // namespace

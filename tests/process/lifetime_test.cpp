@@ -4,13 +4,25 @@
 
 namespace {
 
-/// The driver's process: starts tagwright as its child and lives until it is killed.
-const VictimRole kDriver("driver", [](VictimSide& side, const std::string& arguments) {
+/// The driver's process: starts tagwright, given by its program and its arguments, as its child and
+/// lives until it is killed.
+const VictimRole kDriver("driver", [](VictimSide& side, const std::string& commandLine) {
+  const auto blank = commandLine.find(' ');
   Program tagwright;
-  tagwright.Start("tagwright", arguments);
+  tagwright.Start(commandLine.substr(0, blank), commandLine.substr(blank + 1));
   side.Ready();
   side.WaitUntilReleased();
   return 0;
+});
+
+/// A driver that dies as soon as it is connected.
+const VictimRole kHastyDriver("hasty-driver", [](VictimSide&, const std::string& pipeName) {
+  Program tagwright;
+  tagwright.Start("tagwright", "/n " + pipeName);
+  PipeClient client;
+  while (client.TryConnect(pipeName) == ERROR_FILE_NOT_FOUND) continue;
+  TerminateProcess(GetCurrentProcess(), 0);
+  return 1;
 });
 
 enum Mode { kSingle, kControl };
@@ -18,13 +30,12 @@ enum Mode { kSingle, kControl };
 /// A tagwright whose driver can be killed, and the connections to its pipes.
 class Driven {
  public:
-  explicit Driven(Mode mode)
-      : _driver("driver", (mode == kControl ? "\"/c /n " : "\"/n ") + _name + "\""), _mode(mode) {
+  explicit Driven(Mode mode, const std::string& program = "tagwright")
+      : _driver("driver", "\"" + program + (mode == kControl ? " /c /n " : " /n ") + _name + "\""),
+        _mode(mode) {
     _driver.WaitUntilReady();
     _tagwright.Adopt(_driver.Id());
     _tagwright.Connect(_first, _name);
-    // The thread that watches the driver has no line of its own: here it gets its turn.
-    for (int i = 0; i < 20; ++i) _first.Expect(200002, 0x301);
     if (mode == kSingle) return;
     _first.Expect(0, 0x300, _name + "-encoder");
     _first.Expect(0, 0x300, _name + "-nobody");
@@ -61,13 +72,37 @@ class Driven {
 
 class LifetimeTest : public ProcessTest {
  protected:
+  static void AwaitCall(Driven& driven) {
+    driven.Tagwright().Await([&] { return HasCalled(driven.Tagwright().Id(), "WriteEPC"); });
+  }
+  /// Of the component that hangs.
+  static void AwaitLoad(Driven& driven) {
+    const std::string file = "loading-" + std::to_string(driven.Tagwright().Id());
+    driven.Tagwright().Await([&] { return std::filesystem::exists(SimulatorFolder() / file); });
+  }
+
   /// Both have a job: the first one's is in the component, the second one's waits for it.
-  void SendJobs(Driven& first, Driven& second) {
+  void SendJobs(Driven& first, Driven& second, void (*awaitFirst)(Driven&) = AwaitCall) {
     RecordCalls();
     first.SendJob();
-    first.Tagwright().Await([&] { return HasCalled(first.Tagwright().Id(), "WriteEPC"); });
+    awaitFirst(first);
     second.SendJob();
     second.Tagwright().Await([&] { return _log.Count("Aquiring _Zxp7EncodeMutex") == 2; });
+  }
+
+  /// Both drivers die while the jobs hang, the second one as soon as the first has ended.
+  void ExpectToBeLeftBehind(Driven& single, Driven& control, void (*await)(Driven&)) {
+    SendJobs(single, control, await);
+    single.KillDriver();
+    control.KillDriver();
+    single.ExpectEnd(5000);
+    EXPECT_TRUE(_log.Has("WaitForMultipeObjectsOrPipeTermination: Calling TerminateThread"));
+    // The mutex of the terminated job has gone to the next one, which hangs as well.
+    await(control);
+    control.ExpectEnd(15000);
+    EXPECT_EQ(_log.Count("ShutdownAllPipes: Forcing Encoder Threads Termination"), 1);
+    EXPECT_EQ(_log.Count("TerminateEncoderThreads: Terminating thread id: 0x"), 1);
+    EXPECT_EQ(_log.Count("wmain: Tagwright Exit"), 2);
   }
 };
 
@@ -87,17 +122,26 @@ TEST_F(LifetimeTest, AfterTheDriversDeathItFinishesTheJobAndEnds) {
 TEST_F(LifetimeTest, AfterTheDriversDeathAComponentThatHangsIsLeftBehind) {
   ScriptFaults(R"({"WriteEPC": {"fault": "hang"}})");
   Driven single(kSingle), control(kControl);
-  SendJobs(single, control);
-  single.KillDriver();
-  control.KillDriver();
-  single.ExpectEnd(5000);
-  EXPECT_TRUE(_log.Has("WaitForMultipeObjectsOrPipeTermination: Calling TerminateThread"));
-  // The mutex of the terminated job has gone to the next one, which hangs as well.
-  control.Tagwright().Await([&] { return HasCalled(control.Tagwright().Id(), "WriteEPC"); });
-  control.ExpectEnd(15000);
-  EXPECT_EQ(_log.Count("ShutdownAllPipes: Forcing Encoder Threads Termination"), 1);
-  EXPECT_EQ(_log.Count("TerminateEncoderThreads: Terminating thread id: 0x"), 1);
-  EXPECT_EQ(_log.Count("wmain: Tagwright Exit"), 2);
+  ExpectToBeLeftBehind(single, control, AwaitCall);
+}
+
+TEST_F(LifetimeTest, AfterTheDriversDeathAComponentThatHangsWhileItIsLoadedIsLeftBehind) {
+  Driven single(kSingle, "hanging\\tagwright"), control(kControl, "hanging\\tagwright");
+  ExpectToBeLeftBehind(single, control, AwaitLoad);
+}
+
+TEST_F(LifetimeTest, ADriverThatDiesAsSoonAsItIsConnectedIsNotMissed) {
+  for (int round = 1; round <= 20; ++round) {
+    SCOPED_TRACE(round);
+    const std::string pipeName = UniquePipeName();
+    EXPECT_EQ(Victim("hasty-driver", pipeName).ExitCode(), DWORD{0});
+    const ULONGLONG end = GetTickCount64() + Program::kLongMs;
+    while (PipeClient().TryConnect(pipeName) != ERROR_FILE_NOT_FOUND) {
+      ASSERT_LT(GetTickCount64(), end) << "it does not end";
+      Sleep(2);
+    }
+  }
+  EXPECT_EQ(_log.Count("WatchParentProcessThreadProc: The parent process has terminated"), 20);
 }
 
 TEST_F(LifetimeTest, NoEncoderIsLostWhenTheDriverDiesWhileItAdds) {

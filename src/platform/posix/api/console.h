@@ -13,8 +13,9 @@ constexpr DWORD CTRL_SHUTDOWN_EVENT = 6;
 using PHANDLER_ROUTINE = BOOL(WINAPI*)(DWORD controlType);
 
 /// Adds or removes a handler; the last one added is asked first, until one returns TRUE. An event
-/// that no handler takes ends the process with exit code 0xC000013A; so does close or shutdown when
-/// the process has not ended by itself 5 seconds after a handler took it. The signals are the
-/// process's own until the first handler is added. A null handler, and removing one that was not
-/// added: FALSE with ERROR_INVALID_PARAMETER.
+/// that no handler takes ends the process with exit code 0xC000013A. So does a close or shutdown
+/// event 20 seconds after it came if the process still runs, whatever its handlers and its other
+/// threads do: the system's default for a service at shutdown (WaitToKillServiceTimeout). The
+/// signals are the process's own until the first handler is added. A null handler, and removing one
+/// that was not added: FALSE with ERROR_INVALID_PARAMETER.
 BOOL SetConsoleCtrlHandler(PHANDLER_ROUTINE handler, BOOL add);

@@ -22,9 +22,15 @@ std::uintptr_t _beginthreadex(void* security, unsigned stackSizeBytes,
 BOOL GetExitCodeThread(HANDLE thread, LPDWORD exitCode);
 
 /// Ends another thread wherever it is, blocked in a call included. No destructor runs, its locks
-/// stay held, its mutexes are abandoned, its handle is signalled, its exit code is `exitCode`. When
-/// the call returns, the thread no longer runs. A thread that has already ended keeps its exit code
-/// (FALSE with ERROR_ACCESS_DENIED, as the system reports).
+/// stay held, its mutexes are abandoned, its handle is signalled, its exit code is `exitCode`. A
+/// thread that has already ended keeps its exit code (FALSE with ERROR_ACCESS_DENIED, as the system
+/// reports).
+///
+/// When the call returns, the thread no longer runs, but for one that has been busy inside a call
+/// of the layer or of the heap for a whole second: it runs none of the program's code any more, and
+/// ends, signals its handle and abandons its mutexes when it leaves that call. A thread inside a
+/// library's start-up code that LoadLibraryW runs leaves the loader locked: every later load waits
+/// for good, as on Windows.
 BOOL TerminateThread(HANDLE thread, DWORD exitCode);
 
 DWORD GetCurrentThreadId();

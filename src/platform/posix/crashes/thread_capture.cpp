@@ -14,6 +14,7 @@
 #include <mutex>
 
 #include "platform/posix/kernel/crash_site.h"
+#include "platform/posix/kernel/signals.h"
 
 namespace platform {
 namespace {
@@ -125,11 +126,6 @@ void AwaitAnswers(int count) {
 }
 
 }  // namespace
-
-int CaptureSignal() {
-  // Above the first real-time signals, which libraries like to take for themselves.
-  return SIGRTMIN + 10;
-}
 
 ThreadCapture::ThreadCapture() {
   static std::once_flag installed;

@@ -10,9 +10,6 @@
 
 namespace platform {
 
-/// The signal that asks; a thread that blocks it is not captured.
-int CaptureSignal();
-
 /// Of a process with more threads the rest runs on.
 constexpr std::size_t kMaxCapturedThreads = 512;
 

@@ -5,13 +5,13 @@
 #include <thread>
 #include <utility>
 
-#include "platform/posix/crashes/thread_capture.h"
+#include "platform/posix/kernel/signals.h"
 
 namespace platform {
 namespace {
 
-/// Blocks every signal on this thread while it lives, but the one that asks a thread for its
-/// registers: a thread made meanwhile inherits the mask.
+/// Blocks every signal on the calling thread while it lives, except the one that asks a thread for
+/// its registers; a thread started meanwhile inherits the mask.
 class AllSignalsBlocked {
  public:
   AllSignalsBlocked() {

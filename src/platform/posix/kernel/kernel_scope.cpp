@@ -7,6 +7,8 @@
 
 #include <mutex>
 
+#include "platform/posix/kernel/signals.h"
+
 namespace platform {
 namespace {
 
@@ -15,19 +17,14 @@ namespace {
 [[gnu::tls_model("initial-exec")]] constinit thread_local std::atomic<const std::atomic<bool>*>
     t_terminationFlag{nullptr};
 
-int TerminationSignal() {
-  // Well above the first real-time signals, which libraries like to take for themselves.
-  return SIGRTMIN + 9;
-}
-
 void ChangeDepth(int depth) {
   t_depth.store(depth, std::memory_order_relaxed);
   std::atomic_signal_fence(std::memory_order_seq_cst);
 }
 
-/// The C library gives the memory of a thread that has ended to a new one as it is, and counts on
-/// each thread to have emptied its thread-specific values. Without their destructors: nothing of
-/// the thread runs any more.
+/// The C library reuses the memory of a thread that has ended for a new one and relies on each
+/// thread to have emptied its thread-specific values. Their destructors do not run: no code of the
+/// thread runs any more.
 void ForgetThreadSpecificValues() {
   for (pthread_key_t key = 0; key < PTHREAD_KEYS_MAX; ++key) pthread_setspecific(key, nullptr);
 }
@@ -41,7 +38,7 @@ void OnTerminationSignal(int) { EndIfPending(); }
 void InstallSignalHandler() {
   struct sigaction action {};
   action.sa_handler = OnTerminationSignal;
-  // Restart what the layer does in a scope; its own sleeps are woken by other means.
+  // Calls in a scope go on after the signal; the sleeps of the layer are woken by other means.
   action.sa_flags = SA_RESTART | SA_ONSTACK;
   sigemptyset(&action.sa_mask);
   sigaction(TerminationSignal(), &action, nullptr);

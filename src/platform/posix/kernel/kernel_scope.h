@@ -1,11 +1,16 @@
 /// Keeps TerminateThread out of the layer's own critical work.
 ///
-/// Every call of the layer opens a KernelScope. A thread that is to be terminated while it is
-/// inside one ends when it leaves its outermost scope, so no lock or table of the layer is ever
-/// left half changed. A blocking call sleeps only in the two places that a termination wakes:
-/// ThreadWaker (a futex word) and the sleep of blocking_io.h (a signal); it then unwinds normally
-/// and ends at the scope's end. Outside a scope the thread ends at once, in the handler of the
-/// termination signal, through the raw exit system call: no destructor runs.
+/// Every call of the layer that takes a lock or memory opens a KernelScope, and so does the heap
+/// (heap.cpp). A thread that is to be terminated while it is inside a scope ends when it leaves its
+/// outermost one, so no lock or table of the layer is ever left half changed. Outside a scope the
+/// thread ends at once, in the handler of the termination signal, through the raw exit system call:
+/// no destructor runs.
+///
+/// A termination wakes a thread in the two places where calls of the layer sleep for each other:
+/// ThreadWaker (a futex word) and the sleep of blocking_io.h (a signal). The call then returns and
+/// the thread ends at the end of its scope. Three kinds of call leave their scopes (KernelPause),
+/// because nothing wakes them: the wait for a named mutex, the loader, and critical sections, which
+/// open no scope in the first place.
 #pragma once
 
 #include <pthread.h>
@@ -23,9 +28,9 @@ class KernelScope {
   KernelScope& operator=(const KernelScope&) = delete;
 };
 
-/// Leaves every scope of the calling thread while it lives, for a sleep that nothing but the raw
-/// exit can end. No lock of the layer may be held, and what the frames below own leaks when the
-/// thread is terminated here.
+/// Leaves every scope of the calling thread while it lives, for a call that nothing but the raw
+/// exit can end. The thread must hold no lock of the layer. When it is terminated here, what the
+/// frames below own leaks.
 class KernelPause {
  public:
   KernelPause();
@@ -40,16 +45,16 @@ class KernelPause {
 /// Whether the calling thread is to be terminated: a blocking call of the layer gives up then.
 bool IsTerminationPending();
 
-/// Says where the calling thread finds out that it is to be terminated; null: it never is. The flag
+/// Names the flag that tells the calling thread to end; with null it cannot be terminated. The flag
 /// outlives the thread or the next call.
 void BindTerminationFlag(const std::atomic<bool>* flag);
 
 /// How many scopes of the calling thread are open.
 int KernelDepth();
-/// Counts those as left that were opened since; for a jump over their frames.
+/// Treats every scope opened since as closed. Call it after a longjmp over their frames.
 void ReturnToKernelDepth(int depth);
 
-/// Opens a scope that is never left: the rest of a thread that ends by itself.
+/// Opens a scope that is never closed, for the rest of a thread that is ending by itself.
 void EnterKernelForGood();
 
 /// Makes `thread`, whose flag has been set, look at it. The thread is neither joined nor detached.

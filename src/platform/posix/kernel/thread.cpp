@@ -6,9 +6,11 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <system_error>
 #include <utility>
 
 #include "platform/posix/api/threads.h"
+#include "platform/posix/kernel/background_thread.h"
 #include "platform/posix/kernel/blocking_io.h"
 #include "platform/posix/kernel/kernel_scope.h"
 
@@ -17,7 +19,11 @@ namespace {
 
 [[gnu::tls_model("initial-exec")]] constinit thread_local Thread* t_current = nullptr;
 
-/// Thread attributes with a stack size and a guard that leaves room to handle a used up stack;
+/// How long Terminate waits for a thread to leave the layer. What the layer does there takes
+/// milliseconds, unless a file system or a damaged heap holds it.
+constexpr DWORD kMaxTerminationMs = 1000;
+
+/// Thread attributes with a stack size and a guard that leaves room to handle a stack overflow;
 /// freed at the end of the scope.
 class ThreadAttributes {
  public:
@@ -44,8 +50,9 @@ Thread& Thread::Current() {
 }
 
 Thread& Thread::Attach(std::shared_ptr<Thread> thread) {
-  // The key's destructor runs after the destructors of thread-local objects, which still may call
-  // the layer.
+  // A thread's end is noticed by the destructor of a thread-specific value. It runs after the
+  // destructors of C++ thread-local objects, which may still call the layer and so need this
+  // thread's object. It also runs for threads that the layer did not start.
   static const pthread_key_t endKey = [] {
     pthread_key_t key{};
     pthread_key_create(&key, OnThreadEnds);
@@ -116,7 +123,7 @@ void Thread::OnThreadEnds(void* thread) {
 }
 
 bool Thread::FinishUnlessPending(DWORD exitCode) {
-  // Who waits for the thread may free the site while the thread is still on its way out.
+  // Whoever waits for the thread may free the site while the thread is still on its way out.
   if (_crashSite) LeaveAlternateStack(*_crashSite);
   Remains remains;
   std::lock_guard lock(EngineLock());
@@ -130,6 +137,9 @@ bool Thread::FinishUnlessPending(DWORD exitCode) {
 Thread::Remains Thread::Finish(DWORD exitCode) {
   _hasEnded = true;
   _exitCode = exitCode;
+  // Mutexes first: a waiter for the thread that wakes up finds its mutexes abandoned. The
+  // references are handed out because the last one may destroy an object whose destructor takes
+  // the engine's lock.
   Remains remains{std::move(_owned), std::move(_heldDuringPause), std::move(_selfWhileRunning)};
   for (const auto& object : remains.owned) object->OnOwnerEnded(*this);
   SignalWaiters();
@@ -148,12 +158,31 @@ bool Thread::Terminate(DWORD exitCode) {
     _isTerminationPending = true;
   }
   WakeForTermination();
-  pthread_join(_native, nullptr);
+  const Deadline deadline(kMaxTerminationMs);
+  if (pthread_clockjoin_np(_native, nullptr, CLOCK_MONOTONIC, deadline.When()) == 0) {
+    FinishTerminated(exitCode);
+  } else {
+    FinishWhenGone(exitCode);
+  }
+  return true;
+}
 
+void Thread::FinishTerminated(DWORD exitCode) {
   Remains remains;
   std::lock_guard lock(EngineLock());
   remains = Finish(exitCode);
-  return true;
+}
+
+void Thread::FinishWhenGone(DWORD exitCode) {
+  auto self = std::static_pointer_cast<Thread>(shared_from_this());
+  try {
+    RunInBackground([self, exitCode] {
+      pthread_join(self->_native, nullptr);
+      self->FinishTerminated(exitCode);
+    });
+  } catch (const std::system_error&) {
+    // Without a thread to wait for it, it counts as running until the process ends.
+  }
 }
 
 void Thread::TerminateSelf(DWORD exitCode) {

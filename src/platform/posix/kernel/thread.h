@@ -32,9 +32,11 @@ class Thread final : public Waitable {
 
   Thread() = default;
 
-  /// Ends this thread wherever it is and returns when it no longer runs; does not return for the
-  /// calling thread. False when it has ended, somebody else is ending it, the caller is itself to
-  /// be terminated, or the layer did not start it.
+  /// Ends this thread wherever it is; does not return for the calling thread. It returns when the
+  /// thread no longer runs, or after a second when the thread is still inside the layer: the thread
+  /// then ends when it leaves the layer, and is signalled and its mutexes abandoned at that time.
+  /// False when it has ended, somebody else is ending it, the caller is itself to be terminated, or
+  /// the layer did not start it.
   bool Terminate(DWORD exitCode);
 
   DWORD Id() const { return _id; }
@@ -65,6 +67,10 @@ class Thread final : public Waitable {
   bool Launch(std::size_t stackSizeBytes);
   [[noreturn]] void TerminateSelf(DWORD exitCode);
   void WakeForTermination();
+  /// After the thread has been joined.
+  void FinishTerminated(DWORD exitCode);
+  /// The same on a thread of the layer's own, which joins first, however long that takes.
+  void FinishWhenGone(DWORD exitCode);
 
   /// What an ended thread lets go of; to be destroyed without the engine's lock.
   struct Remains {
@@ -82,7 +88,8 @@ class Thread final : public Waitable {
   pthread_t _native{};
   std::atomic<DWORD> _id{0};
   ThreadWaker _waker;
-  /// Set once, under the engine's lock, by the thread that terminates this one; it then joins.
+  /// Set once, under the engine's lock, by the thread that terminates this one and sees to the
+  /// join.
   std::atomic<bool> _isTerminationPending{false};
   /// What the procedure returned; written and read by the thread itself.
   DWORD _returnedCode = 0;

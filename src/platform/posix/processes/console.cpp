@@ -4,17 +4,21 @@
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/epoll.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
+#include <iterator>
 #include <mutex>
 #include <vector>
 
+#include "platform/posix/api/errors.h"
 #include "platform/posix/api/processes.h"
-#include "platform/posix/api/threads.h"
 #include "platform/posix/kernel/error_translation.h"
 #include "platform/posix/kernel/kernel_scope.h"
 #include "platform/posix/kernel/reactor.h"
+#include "platform/posix/kernel/signals.h"
 #include "platform/posix/kernel/thread.h"
 
 using platform::Fail;
@@ -24,9 +28,8 @@ namespace {
 
 /// STATUS_CONTROL_C_EXIT: the exit code of a process that a control event ended.
 constexpr UINT kEndedByControlEvent = 0xC000013AU;
-/// How long a process may go on after a handler has taken a close or shutdown event: the longest
-/// that the system waits for one by default (WaitToKillServiceTimeout).
-constexpr DWORD kClosingGraceMs = 20000;
+/// How long a process may go on after a close or shutdown event; see console.h.
+constexpr itimerspec kClosingGrace = {.it_interval = {}, .it_value = {.tv_sec = 20, .tv_nsec = 0}};
 
 struct ControlEvent {
   int signal;
@@ -54,6 +57,37 @@ Handlers& TheHandlers() {
 /// From the signal handler to the reactor: one byte a signal, its number.
 int g_signalPipe[2] = {-1, -1};
 
+/// The end of kClosingGrace. A timer of the system and a signal handler need neither a thread nor
+/// the heap, which the threads that do not end may have damaged or locked.
+timer_t g_closingTimer{};
+std::atomic<bool> g_isClosing{false};
+static_assert(std::atomic<bool>::is_always_lock_free);
+
+void OnClosingTimer(int) { _exit(static_cast<int>(kEndedByControlEvent)); }
+
+bool PrepareClosingTimer() {
+  struct sigaction action {};
+  action.sa_handler = OnClosingTimer;
+  action.sa_flags = SA_ONSTACK;
+  sigemptyset(&action.sa_mask);
+  sigaction(platform::ClosingTimerSignal(), &action, nullptr);
+  sigevent event{};
+  event.sigev_notify = SIGEV_SIGNAL;
+  event.sigev_signo = platform::ClosingTimerSignal();
+  return timer_create(CLOCK_MONOTONIC, &event, &g_closingTimer) == 0;
+}
+
+/// Called in a signal handler; the first event counts.
+void StartClosingTimer() {
+  if (!g_isClosing.exchange(true)) timer_settime(g_closingTimer, 0, &kClosingGrace, nullptr);
+}
+
+const ControlEvent* FindEvent(int signal) {
+  const auto* const event = std::find_if(std::begin(kControlEvents), std::end(kControlEvents),
+                                         [&](const auto& one) { return one.signal == signal; });
+  return event == std::end(kControlEvents) ? nullptr : event;
+}
+
 bool AskHandlers(DWORD type) {
   std::vector<PHANDLER_ROUTINE> routines;
   {
@@ -69,22 +103,20 @@ bool AskHandlers(DWORD type) {
 unsigned RunControlEvent(void* argument) {
   const auto& event = *static_cast<const ControlEvent*>(argument);
   if (!AskHandlers(event.type)) ExitProcess(kEndedByControlEvent);
-  if (!event.endsProcess) return 0;
-  Sleep(kClosingGraceMs);
-  ExitProcess(kEndedByControlEvent);
+  return 0;
 }
 
 void OnSignalsReady() {
   unsigned char signal = 0;
   if (read(g_signalPipe[0], &signal, sizeof signal) != sizeof signal) return;
-  for (const ControlEvent& event : kControlEvents) {
-    if (event.signal != signal) continue;
-    platform::Thread::Start(RunControlEvent, const_cast<ControlEvent*>(&event), 0);
+  if (const ControlEvent* event = FindEvent(signal); event != nullptr) {
+    platform::Thread::Start(RunControlEvent, const_cast<ControlEvent*>(event), 0);
   }
 }
 
 void OnControlSignal(int signal) {
   const int before = errno;
+  if (FindEvent(signal)->endsProcess) StartClosingTimer();
   const auto byte = static_cast<unsigned char>(signal);
   // A full pipe has more events waiting than anybody sends on purpose: this one is dropped.
   [[maybe_unused]] const auto written = write(g_signalPipe[1], &byte, sizeof byte);
@@ -92,7 +124,7 @@ void OnControlSignal(int signal) {
 }
 
 bool ListenForSignals() {
-  if (pipe2(g_signalPipe, O_CLOEXEC | O_NONBLOCK) != 0) return false;
+  if (pipe2(g_signalPipe, O_CLOEXEC | O_NONBLOCK) != 0 || !PrepareClosingTimer()) return false;
   platform::WatchDescriptor(g_signalPipe[0], EPOLLIN, OnSignalsReady);
   for (const ControlEvent& event : kControlEvents) {
     struct sigaction action {};
@@ -104,11 +136,19 @@ bool ListenForSignals() {
   return true;
 }
 
-BOOL RemoveHandler(std::vector<PHANDLER_ROUTINE>& routines, PHANDLER_ROUTINE handler) {
+DWORD AddHandler(PHANDLER_ROUTINE handler) {
+  static const bool isListening = ListenForSignals();
+  if (!isListening) return ERROR_TOO_MANY_OPEN_FILES;
+  TheHandlers().routines.push_back(handler);
+  return ERROR_SUCCESS;
+}
+
+DWORD RemoveHandler(PHANDLER_ROUTINE handler) {
+  auto& routines = TheHandlers().routines;
   const auto last = std::find(routines.rbegin(), routines.rend(), handler);
-  if (last == routines.rend()) return Fail(ERROR_INVALID_PARAMETER);
+  if (last == routines.rend()) return ERROR_INVALID_PARAMETER;
   routines.erase(std::next(last).base());
-  return TRUE;
+  return ERROR_SUCCESS;
 }
 
 }  // namespace
@@ -117,9 +157,6 @@ BOOL SetConsoleCtrlHandler(PHANDLER_ROUTINE handler, BOOL add) {
   KernelScope scope;
   if (handler == nullptr) return Fail(ERROR_INVALID_PARAMETER);
   std::lock_guard lock(TheHandlers().lock);
-  if (!add) return RemoveHandler(TheHandlers().routines, handler);
-  static const bool isListening = ListenForSignals();
-  if (!isListening) return Fail(ERROR_TOO_MANY_OPEN_FILES);
-  TheHandlers().routines.push_back(handler);
-  return TRUE;
+  const DWORD error = add ? AddHandler(handler) : RemoveHandler(handler);
+  return error == ERROR_SUCCESS ? TRUE : Fail(error);
 }

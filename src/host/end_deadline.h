@@ -1,0 +1,22 @@
+/// The last resort at the end of the process: once the end has begun, the process is gone within a
+/// bounded time, whatever its threads do. It reaches what no other time limit here can: a heap that
+/// a component has damaged and that stops every thread at its next allocation, a file system that
+/// does not answer, a loader that a terminated thread has left locked.
+#pragma once
+
+#include "platform/windows_api.h"
+
+/// How long the orderly end may take: the time that the message thread (with a control channel: the
+/// encoder pipes) and then the watchers are given, and as much again as the watchers for the work
+/// in between.
+constexpr DWORD kMaxEndMs = 5000 + 2000 + 5000;
+constexpr DWORD kMaxControlEndMs = 15000 + 2000 + 5000;
+
+/// Starts the thread that keeps the deadline; to be called once. Where the thread cannot be started
+/// the process does without.
+void StartEndDeadline(DWORD maxEndMs);
+
+/// The end begins: unless the process ends by itself in time, it is ended with exit code 0. Any
+/// thread may call it, any number of times; the first call counts. It takes no memory and no lock
+/// of the program.
+void BeginEnd();

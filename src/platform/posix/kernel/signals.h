@@ -1,0 +1,20 @@
+/// The signals that the layer takes for itself.
+#pragma once
+
+#include <signal.h>
+
+namespace platform {
+
+// Above the first real-time signals, which libraries like to take for themselves.
+
+/// Makes a thread look whether it is to be terminated (see kernel_scope.h).
+inline int TerminationSignal() { return SIGRTMIN + 9; }
+
+/// Makes a thread write down its registers and stand still (see thread_capture.h). A thread that
+/// blocks it is not captured.
+inline int CaptureSignal() { return SIGRTMIN + 10; }
+
+/// Says that the time after a close or shutdown event is over (see console.h).
+inline int ClosingTimerSignal() { return SIGRTMIN + 11; }
+
+}  // namespace platform
