@@ -1,7 +1,10 @@
 #include "bench/driven_process.h"
 
+#include <optional>
 #include <stdexcept>
 #include <string>
+
+#include "platform/find_process.h"
 
 namespace Bench {
 namespace {

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <functional>
-#include <optional>
 
 #include "bench/timings.h"
 #include "client/server_process.h"
@@ -10,20 +9,6 @@
 #include "support/scoped_handle.h"
 
 namespace Bench {
-
-/// What the system's list of processes says of the first process that `matches`; nothing when there
-/// is none.
-template <class Matches>
-std::optional<PROCESSENTRY32W> FindProcess(Matches&& matches) {
-  const ScopedHandle snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
-  PROCESSENTRY32W entry{};
-  entry.dwSize = sizeof(entry);
-  for (BOOL found = Process32FirstW(snapshot.Get(), &entry); found != FALSE;
-       found = Process32NextW(snapshot.Get(), &entry)) {
-    if (matches(entry)) return entry;
-  }
-  return std::nullopt;
-}
 
 /// Calls `condition` again and again until it holds; after a minute throws
 /// std::runtime_error(what).

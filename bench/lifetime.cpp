@@ -10,6 +10,7 @@
 #include "bench/payload.h"
 #include "bench/resident_memory.h"
 #include "client/client.h"
+#include "platform/find_process.h"
 #include "simulator/tag/state_files.h"
 
 namespace Bench {

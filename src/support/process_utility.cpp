@@ -2,19 +2,12 @@
 
 #include <array>
 
-#include "support/scoped_handle.h"
+#include "platform/find_process.h"
 
 DWORD ProcessUtility::GetParentProcessId() {
-  const ScopedHandle snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
-  if (!snapshot.IsValid()) return kNoProcessId;
   const DWORD self = GetCurrentProcessId();
-  PROCESSENTRY32W entry{};
-  entry.dwSize = sizeof(entry);
-  for (BOOL found = Process32FirstW(snapshot.Get(), &entry); found != FALSE;
-       found = Process32NextW(snapshot.Get(), &entry)) {
-    if (entry.th32ProcessID == self) return entry.th32ParentProcessID;
-  }
-  return kNoProcessId;
+  const auto entry = FindProcess([self](const auto& one) { return one.th32ProcessID == self; });
+  return entry ? entry->th32ParentProcessID : kNoProcessId;
 }
 
 OString ProcessUtility::GetCurrentModuleDirectory() {

@@ -14,7 +14,7 @@
 #include "common/child_process.h"
 #include "common/pipe_client.h"
 #include "common/product_log.h"
-#include "support/scoped_handle.h"
+#include "platform/find_process.h"
 
 using WideText = std::basic_string<WCHAR>;
 
@@ -44,16 +44,12 @@ class Program : public ChildProcess {
 
   /// Takes over a child of another process.
   void Adopt(DWORD parentId) {
-    const ScopedHandle snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
-    PROCESSENTRY32W entry{};
-    entry.dwSize = sizeof(entry);
-    BOOL found = Process32FirstW(snapshot.Get(), &entry);
-    while (found && entry.th32ParentProcessID != parentId) {
-      found = Process32NextW(snapshot.Get(), &entry);
-    }
-    _process.dwProcessId = entry.th32ProcessID;
+    const auto child =
+        FindProcess([&](const auto& entry) { return entry.th32ParentProcessID == parentId; });
+    ASSERT_TRUE(child.has_value());
+    _process.dwProcessId = child->th32ProcessID;
     _process.hProcess = OpenProcess(SYNCHRONIZE | PROCESS_TERMINATE, FALSE, Id());
-    ASSERT_TRUE(found && Handle() != nullptr);
+    ASSERT_NE(Handle(), nullptr);
   }
 
   /// Looks again and again, while the program runs, until `condition` holds.

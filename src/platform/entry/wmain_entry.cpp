@@ -1,31 +1,18 @@
 /// Where programs start. On Windows the toolchain's start-up code calls wmain itself.
 #if !defined(_WIN32)
 
-#include <unistd.h>
-
-#include <climits>
 #include <string>
 #include <vector>
 
+#include "platform/posix/kernel/program_path.h"
 #include "platform/posix/kernel/state_paths.h"
 #include "platform/posix/kernel/text.h"
 #include "platform/windows_api.h"
 
 extern "C" int wmain(int argc, WCHAR** argv);
 
-namespace {
-
-std::u16string ProgramPath() {
-  char path[PATH_MAX];
-  const ssize_t length = readlink("/proc/self/exe", path, sizeof path);
-  return length < 0 ? std::u16string()
-                    : platform::ToWindowsPath({path, static_cast<std::size_t>(length)});
-}
-
-}  // namespace
-
 int main(int argc, char** argv) {
-  std::vector<std::u16string> arguments{ProgramPath()};
+  std::vector<std::u16string> arguments{platform::ToWindowsPath(platform::ProgramPath())};
   for (int index = 1; index < argc; ++index) {
     arguments.push_back(platform::ToUtf16(std::string_view(argv[index])));
   }

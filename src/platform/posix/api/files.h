@@ -76,11 +76,6 @@ DWORD GetFileAttributesW(LPCWSTR path);
 /// The length of the path without its NUL; the size it needs with its NUL when the buffer is short.
 UINT GetSystemDirectoryW(LPWSTR buffer, UINT sizeChars);
 
-/// The path of the program (`module` null), or of a library loaded through libraries.h, and its
-/// length. A short buffer takes what fits, with a NUL; the result is then `sizeChars`, the last
-/// error ERROR_INSUFFICIENT_BUFFER. 0 with ERROR_MOD_NOT_FOUND for a handle that is no library's.
-DWORD GetModuleFileNameW(HMODULE module, LPWSTR buffer, DWORD sizeChars);
-
 constexpr int _SH_DENYNO = 0x40;
 
 /// fopen of the C runtime with shared access (_SH_DENYNO only): `path` in the ANSI code page,

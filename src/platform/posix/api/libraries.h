@@ -1,7 +1,8 @@
-/// Libraries loaded at run time. A bare name is looked for among the system libraries that the
-/// layer stands for ("dbghelp.dll", "Kernel32.dll", "Shell32.dll", in any letter case), then beside
-/// the program, then in the current folder; a path is used as it is. A name without an extension
-/// means one with ".dll".
+/// The program and the libraries that it loads at run time. A bare name is looked for among the
+/// system libraries that the layer stands for ("dbghelp.dll", "Kernel32.dll", "Shell32.dll", in any
+/// letter case), then beside the program, and nowhere else: whoever can write to the current folder
+/// does not choose what is loaded. A path is used as it is. A name without an extension means one
+/// with ".dll".
 #pragma once
 
 #include "platform/posix/api/base.h"
@@ -17,3 +18,8 @@ BOOL FreeLibrary(HMODULE module);
 /// Null with ERROR_PROC_NOT_FOUND when the library itself does not export the name (a number in the
 /// pointer's place, too), ERROR_MOD_NOT_FOUND for a handle that is no library's.
 FARPROC GetProcAddress(HMODULE module, LPCSTR procName);
+
+/// The path of the program and its length; `module` is null, else 0 with ERROR_INVALID_PARAMETER. A
+/// short buffer takes what fits, with a NUL; the result is then `sizeChars`, the last error
+/// ERROR_INSUFFICIENT_BUFFER.
+DWORD GetModuleFileNameW(HMODULE module, LPWSTR buffer, DWORD sizeChars);

@@ -7,7 +7,6 @@ constexpr DWORD TH32CS_SNAPPROCESS = 0x00000002;
 constexpr DWORD PROCESS_TERMINATE = 0x0001;
 constexpr DWORD PROCESS_QUERY_INFORMATION = 0x0400;
 constexpr DWORD CREATE_NO_WINDOW = 0x08000000;
-constexpr DWORD CREATE_NEW_PROCESS_GROUP = 0x00000200;
 
 DWORD GetCurrentProcessId();
 HANDLE GetCurrentProcess();
@@ -26,14 +25,16 @@ struct PROCESSENTRY32W {
   WCHAR szExeFile[MAX_PATH];
 };
 
-/// A list of the processes as they are now; TH32CS_SNAPPROCESS and process id 0 only.
+/// A list of the processes as they are now; TH32CS_SNAPPROCESS and process id 0 only. The parent of
+/// the calling process is the one that it had when the layer was loaded, also after its death.
 HANDLE CreateToolhelp32Snapshot(DWORD flags, DWORD processId);
 BOOL Process32FirstW(HANDLE snapshot, PROCESSENTRY32W* entry);
 BOOL Process32NextW(HANDLE snapshot, PROCESSENTRY32W* entry);
 
 /// A handle that stays bound to this very process, also if its id is used again, and is signalled
 /// when the process ends. Rights: SYNCHRONIZE, PROCESS_TERMINATE, PROCESS_QUERY_INFORMATION.
-/// No such process: null with ERROR_INVALID_PARAMETER.
+/// No such process: null with ERROR_INVALID_PARAMETER. The layer itself holds the parent open from
+/// the moment it is loaded, so a parent that has ended since then can still be opened.
 HANDLE OpenProcess(DWORD desiredAccess, BOOL inheritHandle, DWORD processId);
 
 struct STARTUPINFOW {
@@ -58,7 +59,7 @@ using LPPROCESS_INFORMATION = PROCESS_INFORMATION*;
 
 /// Starts a program as a child of this process. Provided: an application name or the first word of
 /// the command line, Windows quoting rules, no inherited handles but the standard streams, the
-/// caller's environment and folder, CREATE_NO_WINDOW (no effect) and CREATE_NEW_PROCESS_GROUP.
+/// caller's environment and folder, and CREATE_NO_WINDOW, which has no effect.
 /// `hThread` comes back as a second handle to the process, to be closed like the first.
 BOOL CreateProcessW(LPCWSTR applicationName, LPWSTR commandLine,
                     LPSECURITY_ATTRIBUTES processAttributes, LPSECURITY_ATTRIBUTES threadAttributes,
@@ -74,6 +75,3 @@ BOOL GetExitCodeProcess(HANDLE process, LPDWORD exitCode);
 
 /// Ends a process at once (SIGKILL). ERROR_ACCESS_DENIED when it has ended.
 BOOL TerminateProcess(HANDLE process, UINT exitCode);
-
-DWORD GetEnvironmentVariableW(LPCWSTR name, LPWSTR buffer, DWORD sizeChars);
-BOOL SetEnvironmentVariableW(LPCWSTR name, LPCWSTR value);

@@ -10,6 +10,6 @@ struct SYSTEMTIME {
 /// Milliseconds since system start; wraps after 49.7 days.
 DWORD GetTickCount();
 ULONGLONG GetTickCount64();
+/// A count of 100 ns units that never goes back.
 BOOL QueryPerformanceCounter(LARGE_INTEGER* count);
-BOOL QueryPerformanceFrequency(LARGE_INTEGER* countsPerSecond);
 void GetLocalTime(SYSTEMTIME* localTime);

@@ -45,6 +45,7 @@ constexpr SystemMessage kMessages[] = {
     {ERROR_BAD_EXE_FORMAT, "The file is not a valid application for this system."},
     {ERROR_ENVVAR_NOT_FOUND, "The system could not find the environment option that was entered."},
     {ERROR_FILENAME_EXCED_RANGE, "The filename or extension is too long."},
+    {ERROR_FILE_TOO_LARGE, "The file size exceeds the limit allowed and cannot be saved."},
     {ERROR_BAD_PIPE, "The pipe state is invalid."},
     {ERROR_PIPE_BUSY, "All pipe instances are busy."},
     {ERROR_NO_DATA, "The pipe is being closed."},

@@ -33,11 +33,12 @@ HANDLE InsertHandle(std::shared_ptr<Object> object);
 /// Null when the handle is not in the table.
 std::shared_ptr<Object> LookupObject(HANDLE handle);
 
-/// Takes the handle out, and tells the object when it was its last one; null when the handle is not
-/// in the table.
+/// Takes the handle out of the table and calls OnLastHandleClosed if it was the object's last one;
+/// null when the handle is not in the table.
 std::shared_ptr<Object> RemoveHandle(HANDLE handle);
 
-/// The object of that kind behind the handle, else null with ERROR_INVALID_HANDLE.
+/// The object of that kind behind the handle, else null with the last error ERROR_INVALID_HANDLE:
+/// only for the exported functions, all of which fail alike.
 template <class Kind>
 std::shared_ptr<Kind> Lookup(HANDLE handle) {
   auto object = std::dynamic_pointer_cast<Kind>(LookupObject(handle));

@@ -30,7 +30,7 @@ class ThreadWaker {
  public:
   std::uint32_t Sequence() const { return _word.load(); }
 
-  /// Sleeps until the sequence differs from `sequence`; also returns for no reason. False when the
+  /// Sleeps until the sequence differs from `sequence`; may also return before that. False when the
   /// deadline has passed.
   bool Sleep(std::uint32_t sequence, const Deadline& deadline);
 

@@ -75,7 +75,12 @@ bool Waiter::TryAll() {
 }
 
 void Waiter::Offer() {
+  // It has what it waits for and is on its way to wake up: another object must go to the next
+  // waiter in the queue.
   if (_isSatisfied) return;
+  // The object is taken here, on the thread that signals it, so that nobody else can take it before
+  // the waiter runs. A named mutex can be taken by its future owner alone: that waiter is woken to
+  // try for itself.
   if (_isBoundToThread || TrySatisfy()) _thread.Waker().Wake();
 }
 

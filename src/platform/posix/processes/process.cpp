@@ -10,9 +10,14 @@
 #include <cerrno>
 #include <mutex>
 
+#include "platform/posix/api/processes.h"
 #include "platform/posix/api/threads.h"
+#include "platform/posix/kernel/error_translation.h"
+#include "platform/posix/kernel/kernel_scope.h"
+#include "platform/posix/kernel/process_exit.h"
 #include "platform/posix/kernel/reactor.h"
 #include "platform/posix/kernel/thread.h"
+#include "platform/posix/processes/parent_process.h"
 
 namespace platform {
 namespace {
@@ -20,10 +25,12 @@ namespace {
 /// What shells report for a process that a signal ended.
 constexpr DWORD kEndedBySignal = 128;
 
+UniqueFd OpenById(pid_t pid) { return UniqueFd(static_cast<int>(syscall(SYS_pidfd_open, pid, 0))); }
+
 }  // namespace
 
 std::shared_ptr<Process> Process::Open(pid_t pid, bool isChild) {
-  UniqueFd pidFd(static_cast<int>(syscall(SYS_pidfd_open, pid, 0)));
+  UniqueFd pidFd = pid == ParentId() ? OpenParent() : OpenById(pid);
   if (!pidFd) return nullptr;
   auto process = std::make_shared<Process>(std::move(pidFd), isChild);
   process->Watch();
@@ -35,11 +42,14 @@ Process::~Process() {
 }
 
 void Process::Watch() {
-  // The watch keeps a child, which is to be reaped, and only looks at any other process.
+  // A child has to be reaped also when its last handle has been closed, so its watch keeps the
+  // object alive. The watch of any other process must not: only the destructor takes it away.
   std::shared_ptr<Process> kept;
   if (_isChild) kept = std::static_pointer_cast<Process>(shared_from_this());
   const std::weak_ptr<Object> weak = weak_from_this();
-  std::lock_guard lock(EngineLock());  // OnEnded needs the id.
+  // A process that has ended already calls OnEnded at once, on the reactor's thread. OnEnded takes
+  // this lock before it reads the watch's id, and so finds it written.
+  std::lock_guard lock(EngineLock());
   _watchId = WatchDescriptor(_pidFd.Get(), EPOLLIN, [kept, weak] {
     if (const auto process = weak.lock()) static_cast<Process&>(*process).OnEnded();
   });
@@ -76,23 +86,22 @@ void Process::Reap() {
   _exitCode = _killExitCode;
 }
 
-bool Process::Kill(DWORD exitCode) {
+DWORD Process::Kill(DWORD exitCode) {
   std::lock_guard lock(EngineLock());
-  if (IsSignalled(Thread::Current())) {
-    errno = EACCES;
-    return false;
+  if (IsSignalled(Thread::Current())) return ERROR_ACCESS_DENIED;
+  if (syscall(SYS_pidfd_send_signal, _pidFd.Get(), SIGKILL, nullptr, 0) != 0) {
+    return ErrorFromErrno(errno);
   }
-  if (syscall(SYS_pidfd_send_signal, _pidFd.Get(), SIGKILL, nullptr, 0) != 0) return false;
   _wasKilledByUs = true;
   _killExitCode = exitCode;
-  return true;
+  return ERROR_SUCCESS;
 }
 
-bool Process::GetExitCode(DWORD& exitCode) {
+DWORD Process::GetExitCode(DWORD& exitCode) {
   std::lock_guard lock(EngineLock());
   if (HasEnded()) Reap();
   exitCode = _hasEnded ? _exitCode : STILL_ACTIVE;
-  return !_hasEnded || _isExitCodeKnown;
+  return !_hasEnded || _isExitCodeKnown ? ERROR_SUCCESS : ERROR_NOT_SUPPORTED;
 }
 
 bool Process::IsSignalled(const Thread&) {
@@ -101,3 +110,43 @@ bool Process::IsSignalled(const Thread&) {
 }
 
 }  // namespace platform
+
+using platform::Fail;
+using platform::KernelScope;
+using platform::Process;
+
+namespace {
+BOOL Report(DWORD error) { return error == ERROR_SUCCESS ? TRUE : Fail(error); }
+}  // namespace
+
+DWORD GetCurrentProcessId() { return static_cast<DWORD>(getpid()); }
+
+HANDLE GetCurrentProcess() { return INVALID_HANDLE_VALUE; }  // The system's value for it, too.
+
+void ExitProcess(UINT exitCode) {
+  platform::RunProcessExitHooks();
+  _exit(static_cast<int>(exitCode));
+}
+
+HANDLE OpenProcess(DWORD, BOOL, DWORD processId) {
+  KernelScope scope;
+  const auto process = Process::Open(static_cast<pid_t>(processId), false);
+  if (process) return platform::InsertHandle(process);
+  platform::FailWithErrno();
+  return nullptr;
+}
+
+BOOL GetExitCodeProcess(HANDLE process, LPDWORD exitCode) {
+  KernelScope scope;
+  const auto target = platform::Lookup<Process>(process);
+  if (!target) return FALSE;
+  return Report(target->GetExitCode(*exitCode));
+}
+
+BOOL TerminateProcess(HANDLE process, UINT exitCode) {
+  if (process == GetCurrentProcess()) _exit(static_cast<int>(exitCode));
+  KernelScope scope;
+  const auto target = platform::Lookup<Process>(process);
+  if (!target) return FALSE;
+  return Report(target->Kill(exitCode));
+}

@@ -21,11 +21,11 @@ class Process final : public Waitable {
   Process(UniqueFd pidFd, bool isChild) : _pidFd(std::move(pidFd)), _isChild(isChild) {}
   ~Process() override;
 
-  /// False with errno set.
-  bool Kill(DWORD exitCode);
-  /// STILL_ACTIVE while it runs. False when it has ended and was no child of this process: the
-  /// system tells nobody else.
-  bool GetExitCode(DWORD& exitCode);
+  /// Both return a system error code, 0 for success.
+  DWORD Kill(DWORD exitCode);
+  /// STILL_ACTIVE while it runs. ERROR_NOT_SUPPORTED when it has ended and was no child of this
+  /// process: the system tells nobody else.
+  DWORD GetExitCode(DWORD& exitCode);
 
   bool IsSignalled(const Thread& waiter) override;
 

@@ -15,6 +15,7 @@
 #include "platform/posix/kernel/kernel_scope.h"
 #include "platform/posix/kernel/object.h"
 #include "platform/posix/kernel/text.h"
+#include "platform/posix/processes/parent_process.h"
 
 using platform::Fail;
 using platform::KernelScope;
@@ -63,7 +64,8 @@ std::optional<ProcessLine> ReadProcess(const fs::path& folder, DWORD id) {
   if (fields.size() <= kThreads) return std::nullopt;
   ProcessLine line;
   line.id = id;
-  line.parentId = static_cast<DWORD>(std::stoul(fields[kParent]));
+  line.parentId = id == GetCurrentProcessId() ? static_cast<DWORD>(platform::ParentId())
+                                              : static_cast<DWORD>(std::stoul(fields[kParent]));
   line.threadCount = static_cast<DWORD>(std::stoul(fields[kThreads]));
   line.program = platform::ToUtf16(ProgramName(folder, text.substr(open + 1, close - open - 1)));
   return line;
@@ -83,17 +85,26 @@ std::vector<ProcessLine> ReadProcesses() {
   return lines;
 }
 
-BOOL WriteNext(Snapshot& snapshot, PROCESSENTRY32W& entry) {
-  if (entry.dwSize < sizeof(PROCESSENTRY32W)) return Fail(ERROR_INSUFFICIENT_BUFFER);
+DWORD WriteNext(Snapshot& snapshot, PROCESSENTRY32W& entry) {
+  if (entry.dwSize < sizeof(PROCESSENTRY32W)) return ERROR_INSUFFICIENT_BUFFER;
   const ProcessLine* line = snapshot.Next();
-  if (line == nullptr) return Fail(ERROR_NO_MORE_FILES);
+  if (line == nullptr) return ERROR_NO_MORE_FILES;
   entry = {};
   entry.dwSize = sizeof(PROCESSENTRY32W);
   entry.th32ProcessID = line->id;
   entry.th32ParentProcessID = line->parentId;
   entry.cntThreads = line->threadCount;
   line->program.copy(entry.szExeFile, MAX_PATH - 1);
-  return TRUE;
+  return ERROR_SUCCESS;
+}
+
+BOOL Step(HANDLE snapshot, PROCESSENTRY32W& entry, bool isFirst) {
+  KernelScope scope;
+  const auto list = platform::Lookup<Snapshot>(snapshot);
+  if (!list) return FALSE;
+  if (isFirst) list->Rewind();
+  const DWORD error = WriteNext(*list, entry);
+  return error == ERROR_SUCCESS ? TRUE : Fail(error);
 }
 
 }  // namespace
@@ -108,15 +119,9 @@ HANDLE CreateToolhelp32Snapshot(DWORD flags, DWORD processId) {
 }
 
 BOOL Process32FirstW(HANDLE snapshot, PROCESSENTRY32W* entry) {
-  KernelScope scope;
-  const auto list = platform::Lookup<Snapshot>(snapshot);
-  if (!list) return FALSE;
-  list->Rewind();
-  return WriteNext(*list, *entry);
+  return Step(snapshot, *entry, true);
 }
 
 BOOL Process32NextW(HANDLE snapshot, PROCESSENTRY32W* entry) {
-  KernelScope scope;
-  const auto list = platform::Lookup<Snapshot>(snapshot);
-  return list ? WriteNext(*list, *entry) : FALSE;
+  return Step(snapshot, *entry, false);
 }

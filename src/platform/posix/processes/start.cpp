@@ -4,17 +4,16 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <filesystem>
 #include <string>
 #include <vector>
 
 #include "platform/posix/api/processes.h"
 #include "platform/posix/kernel/error_translation.h"
 #include "platform/posix/kernel/kernel_scope.h"
+#include "platform/posix/kernel/program_path.h"
 #include "platform/posix/kernel/state_paths.h"
 #include "platform/posix/kernel/text.h"
 #include "platform/posix/processes/command_line.h"
-#include "platform/posix/processes/environment.h"
 #include "platform/posix/processes/process.h"
 
 using platform::Fail;
@@ -26,16 +25,14 @@ namespace {
 /// ignored.
 class SpawnAttributes {
  public:
-  explicit SpawnAttributes(bool isNewGroup) {
+  SpawnAttributes() {
     posix_spawnattr_init(&_attributes);
     sigset_t signals;
     sigemptyset(&signals);
     posix_spawnattr_setsigmask(&_attributes, &signals);
     sigfillset(&signals);
     posix_spawnattr_setsigdefault(&_attributes, &signals);
-    const int flags = POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF;
-    posix_spawnattr_setflags(
-        &_attributes, static_cast<short>(isNewGroup ? flags | POSIX_SPAWN_SETPGROUP : flags));
+    posix_spawnattr_setflags(&_attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
   }
   ~SpawnAttributes() { posix_spawnattr_destroy(&_attributes); }
   SpawnAttributes(const SpawnAttributes&) = delete;
@@ -46,15 +43,13 @@ class SpawnAttributes {
   posix_spawnattr_t _attributes;
 };
 
-bool IsRunnable(const std::filesystem::path& path) { return access(path.c_str(), X_OK) == 0; }
+bool IsRunnable(const std::string& path) { return access(path.c_str(), X_OK) == 0; }
 
 /// A bare name is looked for beside the program, then in the current folder, then along the PATH.
 std::string FindProgram(const std::string& native) {
   if (native.find('/') != native.npos) return native;
-  std::error_code ignored;
-  const auto self = std::filesystem::read_symlink("/proc/self/exe", ignored);
-  const auto beside = self.parent_path() / native;
-  return IsRunnable(beside) ? beside.string() : native;
+  std::string beside = platform::BesideProgram(native);
+  return IsRunnable(beside) ? beside : native;
 }
 
 std::vector<char*> Pointers(std::vector<std::string>& words) {
@@ -65,10 +60,10 @@ std::vector<char*> Pointers(std::vector<std::string>& words) {
   return pointers;
 }
 
-pid_t Spawn(const std::string& program, std::vector<std::string>& arguments, bool isNewGroup) {
-  const SpawnAttributes attributes(isNewGroup);
+/// 0 with errno set on failure.
+pid_t Spawn(const std::string& program, std::vector<std::string>& arguments) {
+  const SpawnAttributes attributes;
   pid_t pid = 0;
-  platform::EnvironmentLock environment;
   errno = posix_spawnp(&pid, program.c_str(), nullptr, attributes.Get(), Pointers(arguments).data(),
                        environ);
   return errno == 0 ? pid : 0;
@@ -82,10 +77,9 @@ BOOL CreateProcessW(LPCWSTR applicationName, LPWSTR commandLine,
                     LPCWSTR currentDirectory, LPSTARTUPINFOW startupInfo,
                     LPPROCESS_INFORMATION processInformation) {
   KernelScope scope;
-  constexpr DWORD kProvidedFlags = CREATE_NO_WINDOW | CREATE_NEW_PROCESS_GROUP;
   const bool isProvided = processAttributes == nullptr && threadAttributes == nullptr &&
                           environment == nullptr && currentDirectory == nullptr &&
-                          (creationFlags & ~kProvidedFlags) == 0 &&
+                          (creationFlags & ~CREATE_NO_WINDOW) == 0 &&
                           (applicationName != nullptr || commandLine != nullptr);
   if (!isProvided || processInformation == nullptr || startupInfo == nullptr ||
       startupInfo->dwFlags != 0) {
@@ -102,8 +96,7 @@ BOOL CreateProcessW(LPCWSTR applicationName, LPWSTR commandLine,
   arguments.reserve(words.size());
   for (const auto& word : words) arguments.push_back(platform::ToUtf8(word));
 
-  const pid_t pid =
-      Spawn(FindProgram(program), arguments, (creationFlags & CREATE_NEW_PROCESS_GROUP) != 0);
+  const pid_t pid = Spawn(FindProgram(program), arguments);
   if (pid == 0) return platform::FailWithErrno();
   const auto process = platform::Process::Open(pid, true);
   if (!process) return platform::FailWithErrno();

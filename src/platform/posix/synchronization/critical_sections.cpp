@@ -4,8 +4,8 @@
 
 namespace {
 
-// Outside any KernelScope: a thread that is terminated while it is inside a section, or waits for
-// one, leaves it as it is.
+// No KernelScope: a thread that is terminated inside a section, or while it waits for one, leaves
+// the section as it is, as on Windows.
 pthread_mutex_t* MutexOf(LPCRITICAL_SECTION section) {
   return static_cast<pthread_mutex_t*>(section->DebugInfo);
 }

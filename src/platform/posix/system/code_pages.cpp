@@ -10,7 +10,7 @@
 #include "platform/posix/api/errors.h"
 #include "platform/posix/api/registry.h"
 #include "platform/posix/kernel/kernel_scope.h"
-#include "platform/posix/system/code_page_converter.h"
+#include "platform/posix/system/iconv_page.h"
 
 namespace {
 
@@ -42,8 +42,8 @@ UINT ReadAnsiPage() {
   return status == ERROR_SUCCESS && type == REG_SZ ? ParseNumber(text.data()) : 0;
 }
 
-platform::CodePage* FindPage(UINT codePage) {
-  return platform::CodePage::Find(codePage == CP_ACP ? GetACP() : codePage);
+platform::IconvPage* FindPage(UINT codePage) {
+  return platform::IconvPage::Find(codePage == CP_ACP ? GetACP() : codePage);
 }
 
 /// The destination of a conversion; without one it only counts.
@@ -53,7 +53,7 @@ class Output {
   Output(Char* destination, int sizeChars) : _destination(destination), _sizeChars(sizeChars) {}
 
   /// False when the characters do not fit.
-  bool Put(const platform::CodePage::Piece<Char>& piece) {
+  bool Put(const platform::IconvPage::Piece<Char>& piece) {
     const int count = static_cast<int>(piece.unitCount);
     if (_sizeChars != 0 && count > _sizeChars - _written) return false;
     if (_sizeChars != 0) std::copy_n(piece.units.begin(), count, _destination + _written);
@@ -68,18 +68,14 @@ class Output {
   int _written = 0;
 };
 
-int FailWith(DWORD error) {
-  SetLastError(error);
-  return 0;
-}
-
+/// A system error code, 0 with the number of characters written on success.
 template <class In, class Out, class Step>
-int Convert(DWORD flags, const In* source, int sourceLength, Out* destination, int destinationSize,
-            const Step& step) {
-  if (flags != 0) return FailWith(ERROR_INVALID_FLAGS);
+DWORD Convert(DWORD flags, const In* source, int sourceLength, Out* destination,
+              int destinationSize, int& written, const Step& step) {
+  if (flags != 0) return ERROR_INVALID_FLAGS;
   if (source == nullptr || sourceLength < -1 || sourceLength == 0 || destinationSize < 0 ||
       (destination == nullptr && destinationSize != 0)) {
-    return FailWith(ERROR_INVALID_PARAMETER);
+    return ERROR_INVALID_PARAMETER;
   }
   std::size_t left = sourceLength == -1 ? std::char_traits<In>::length(source) + 1
                                         : static_cast<std::size_t>(sourceLength);
@@ -90,9 +86,15 @@ int Convert(DWORD flags, const In* source, int sourceLength, Out* destination, i
     source += piece.consumed;
     left -= piece.consumed;
     explicit_bzero(piece.units.data(), sizeof(piece.units));
-    if (!fits) return FailWith(ERROR_INSUFFICIENT_BUFFER);
+    if (!fits) return ERROR_INSUFFICIENT_BUFFER;
   }
-  return output.Written();
+  written = output.Written();
+  return ERROR_SUCCESS;
+}
+
+int Report(DWORD error, int written) {
+  if (error != ERROR_SUCCESS) SetLastError(error);
+  return written;
 }
 
 }  // namespace
@@ -103,7 +105,7 @@ UINT GetACP() {
   if (page != 0) return page;
   const platform::KernelScope scope;
   page = ReadAnsiPage();
-  if (platform::CodePage::Find(page) == nullptr) page = kDefaultAnsiPage;
+  if (platform::IconvPage::Find(page) == nullptr) page = kDefaultAnsiPage;
   UINT first = 0;
   return ansiPage.compare_exchange_strong(first, page) ? page : first;
 }
@@ -111,20 +113,26 @@ UINT GetACP() {
 int MultiByteToWideChar(UINT codePage, DWORD flags, LPCSTR source, int sourceLength,
                         LPWSTR destination, int destinationSize) {
   const platform::KernelScope scope;
-  platform::CodePage* const page = FindPage(codePage);
-  if (page == nullptr) return FailWith(ERROR_INVALID_PARAMETER);
-  return Convert(flags, source, sourceLength, destination, destinationSize,
-                 [&](const char* text, std::size_t left) { return page->ToWide(text, left); });
+  platform::IconvPage* const page = FindPage(codePage);
+  if (page == nullptr) return Report(ERROR_INVALID_PARAMETER, 0);
+  int written = 0;
+  const DWORD error =
+      Convert(flags, source, sourceLength, destination, destinationSize, written,
+              [&](const char* text, std::size_t left) { return page->ToWide(text, left); });
+  return Report(error, written);
 }
 
 int WideCharToMultiByte(UINT codePage, DWORD flags, LPCWSTR source, int sourceLength,
                         LPSTR destination, int destinationSize, LPCSTR defaultChar,
                         LPBOOL usedDefaultChar) {
   const platform::KernelScope scope;
-  platform::CodePage* const page = FindPage(codePage);
+  platform::IconvPage* const page = FindPage(codePage);
   if (page == nullptr || defaultChar != nullptr || usedDefaultChar != nullptr) {
-    return FailWith(ERROR_INVALID_PARAMETER);
+    return Report(ERROR_INVALID_PARAMETER, 0);
   }
-  return Convert(flags, source, sourceLength, destination, destinationSize,
-                 [&](const WCHAR* text, std::size_t left) { return page->ToNarrow(text, left); });
+  int written = 0;
+  const DWORD error =
+      Convert(flags, source, sourceLength, destination, destinationSize, written,
+              [&](const WCHAR* text, std::size_t left) { return page->ToNarrow(text, left); });
+  return Report(error, written);
 }

@@ -14,7 +14,7 @@ namespace {
 
 bool IsContinuationByte(char byte) { return (byte & 0xC0) == 0x80; }
 
-// Cut between two characters.
+/// Cuts between two characters only.
 std::size_t SizeThatFits(const std::string& text) {
   std::size_t size = std::min<std::size_t>(text.size(), kMaxDebugTextBytes);
   while (size < text.size() && size > 0 && IsContinuationByte(text[size])) --size;

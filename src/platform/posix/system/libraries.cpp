@@ -20,10 +20,10 @@
 #include "platform/posix/api/pipes.h"
 #include "platform/posix/kernel/error_translation.h"
 #include "platform/posix/kernel/kernel_scope.h"
+#include "platform/posix/kernel/program_path.h"
 #include "platform/posix/kernel/state_paths.h"
 #include "platform/posix/kernel/text.h"
 #include "platform/posix/kernel/unique_fd.h"
-#include "platform/posix/system/libraries_table.h"
 
 using platform::Fail;
 using platform::KernelScope;
@@ -42,7 +42,7 @@ FARPROC Address(Function* function) {
   return reinterpret_cast<FARPROC>(function);
 }
 
-// What programs look up at run time because older systems did not have it.
+/// What programs look up at run time because older systems do not have it.
 const SystemFunction kSystemFunctions[] = {
     {"dbghelp.dll", "MiniDumpWriteDump", Address(MiniDumpWriteDump)},
     {"kernel32.dll", "CancelIoEx", Address(CancelIoEx)},
@@ -50,20 +50,19 @@ const SystemFunction kSystemFunctions[] = {
 };
 
 struct Library {
-  void* loaded = nullptr;  // dlopen's handle; null for a system library
+  void* loaded = nullptr;  // From dlopen; null for a system library
   std::string path;        // of the file; of a system library its name in lower case
   int references = 0;
 };
 
 struct Libraries {
   std::mutex lock;
-  // The address of the entry is the library's HMODULE, and stays what it is while the entry is
-  // there.
+  // The address of an entry is the library's HMODULE; it does not change while the entry exists.
   std::map<std::string, Library> byPath;
 };
 
 Libraries& Table() {
-  static auto* const table = new Libraries;  // used until the very end of the process
+  static auto* const table = new Libraries;  // Used until the very end of the process
   return *table;
 }
 
@@ -76,6 +75,16 @@ auto Find(HMODULE module) {
   return entry;
 }
 
+/// False when `module` is none.
+bool Lookup(HMODULE module, Library& library) {
+  const std::lock_guard guard(Table().lock);
+  const auto entry = Find(module);
+  if (entry == Table().byPath.end()) return false;
+  library = entry->second;
+  return true;
+}
+
+/// Called with the table's lock held.
 HMODULE AddReference(const std::string& path, void* loaded) {
   Library& library = Table().byPath[path];
   library.loaded = loaded;
@@ -109,7 +118,7 @@ std::u16string WithExtension(LPCWSTR fileName) {
   return hasExtension ? name : name + u".dll";
 }
 
-// The file's real path, or empty with errno set.
+/// The file's real path, or empty with errno set.
 std::string Resolve(const std::string& path) {
   char resolved[PATH_MAX];
   return realpath(path.c_str(), resolved) != nullptr ? resolved : std::string();
@@ -117,16 +126,13 @@ std::string Resolve(const std::string& path) {
 
 std::string FindFile(const std::u16string& fileName) {
   if (IsBareName(fileName.c_str())) {
-    const std::string program = platform::ProgramPath();
-    const std::string folder = program.substr(0, program.rfind('/') + 1);
-    std::string beside = Resolve(folder + platform::ToUtf8(fileName));
-    if (!beside.empty()) return beside;
+    return Resolve(platform::BesideProgram(platform::ToUtf8(fileName)));
   }
   std::string path;
   return platform::ToNativePath(fileName.c_str(), path) ? Resolve(path) : std::string();
 }
 
-// A library for this system and machine that does not load misses something else.
+/// A file that is a library for this system and machine did not load because it needs another file.
 DWORD WhyNotLoaded(const std::string& path) {
   const UniqueFd file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
   ElfW(Ehdr) header{};
@@ -138,19 +144,36 @@ DWORD WhyNotLoaded(const std::string& path) {
   return isLibrary ? ERROR_MOD_NOT_FOUND : ERROR_BAD_EXE_FORMAT;
 }
 
-HMODULE LoadFile(const std::u16string& fileName) {
+/// The library's own start-up code runs in it, which may do anything and take any time: a thread is
+/// terminated in it like in any code of the program.
+void* Open(const std::string& path) {
+  const platform::KernelPause pause;
+  return dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+}
+
+void Close(void* loaded) {
+  const platform::KernelPause pause;
+  dlclose(loaded);
+}
+
+DWORD LoadFile(const std::u16string& fileName, HMODULE& module) {
   const std::string path = FindFile(fileName);
-  if (path.empty()) {
-    Fail(ERROR_MOD_NOT_FOUND);
-    return nullptr;
-  }
-  void* const loaded = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-  if (loaded == nullptr) {
-    Fail(WhyNotLoaded(path));
-    return nullptr;
-  }
+  if (path.empty()) return ERROR_MOD_NOT_FOUND;
+  void* const loaded = Open(path);
+  if (loaded == nullptr) return WhyNotLoaded(path);
   const std::lock_guard guard(Table().lock);
-  return AddReference(path, loaded);
+  module = AddReference(path, loaded);
+  return ERROR_SUCCESS;
+}
+
+DWORD LoadNamed(LPCWSTR fileName, HMODULE& module) {
+  if (fileName == nullptr || *fileName == 0) return ERROR_INVALID_PARAMETER;
+  const std::u16string name = WithExtension(fileName);
+  const std::string lowerName = LowerAscii(platform::ToUtf8(name));
+  if (!IsSystemLibrary(lowerName)) return LoadFile(name, module);
+  const std::lock_guard guard(Table().lock);
+  module = AddReference(lowerName, nullptr);
+  return ERROR_SUCCESS;
 }
 
 FARPROC FindSystemFunction(std::string_view library, std::string_view name) {
@@ -160,8 +183,10 @@ FARPROC FindSystemFunction(std::string_view library, std::string_view name) {
   return nullptr;
 }
 
-// Not what the library's own dependencies export, which dlsym finds as well.
+/// Leaves out what the library's own dependencies export, which dlsym finds as well. Outside the
+/// layer, because it waits for whoever holds the loader's lock.
 FARPROC FindExport(void* loaded, LPCSTR name) {
+  const platform::KernelPause pause;
   void* const symbol = dlsym(loaded, name);
   link_map* own = nullptr;
   link_map* owner = nullptr;
@@ -173,41 +198,21 @@ FARPROC FindExport(void* loaded, LPCSTR name) {
   return own == owner ? reinterpret_cast<FARPROC>(symbol) : nullptr;
 }
 
+FARPROC FindFunction(const Library& library, LPCSTR name) {
+  return library.loaded != nullptr ? FindExport(library.loaded, name)
+                                   : FindSystemFunction(library.path, name);
+}
+
 bool IsOrdinal(LPCSTR procName) { return reinterpret_cast<std::uintptr_t>(procName) <= 0xFFFF; }
 
 }  // namespace
 
-namespace platform {
-
-bool LibraryPath(HMODULE module, std::u16string& path) {
-  const std::lock_guard guard(Table().lock);
-  const auto entry = Find(module);
-  if (entry == Table().byPath.end()) return false;
-  const Library& library = entry->second;
-  path = library.loaded != nullptr ? ToWindowsPath(library.path)
-                                   : u"C:\\Windows\\system32\\" + ToUtf16(library.path);
-  return true;
-}
-
-std::string ProgramPath() {
-  char path[PATH_MAX];
-  const ssize_t size = readlink("/proc/self/exe", path, sizeof path);
-  return size > 0 ? std::string(path, static_cast<std::size_t>(size)) : std::string();
-}
-
-}  // namespace platform
-
 HMODULE LoadLibraryW(LPCWSTR fileName) {
   const KernelScope scope;
-  if (fileName == nullptr || *fileName == 0) {
-    Fail(ERROR_INVALID_PARAMETER);
-    return nullptr;
-  }
-  const std::u16string name = WithExtension(fileName);
-  const std::string lowerName = LowerAscii(platform::ToUtf8(name));
-  if (!IsSystemLibrary(lowerName)) return LoadFile(name);
-  const std::lock_guard guard(Table().lock);
-  return AddReference(lowerName, nullptr);
+  HMODULE module = nullptr;
+  const DWORD error = LoadNamed(fileName, module);
+  if (error != ERROR_SUCCESS) Fail(error);
+  return module;
 }
 
 BOOL FreeLibrary(HMODULE module) {
@@ -220,24 +225,33 @@ BOOL FreeLibrary(HMODULE module) {
     loaded = entry->second.loaded;
     if (--entry->second.references == 0) Table().byPath.erase(entry);
   }
-  if (loaded != nullptr) dlclose(loaded);
+  if (loaded != nullptr) Close(loaded);
   return TRUE;
 }
 
 FARPROC GetProcAddress(HMODULE module, LPCSTR procName) {
   const KernelScope scope;
-  const std::lock_guard guard(Table().lock);
-  const auto entry = Find(module);
-  if (entry == Table().byPath.end()) {
+  Library library;
+  if (!Lookup(module, library)) {
     Fail(ERROR_MOD_NOT_FOUND);
     return nullptr;
   }
-  const Library& library = entry->second;
-  FARPROC address = nullptr;
-  if (!IsOrdinal(procName)) {
-    address = library.loaded != nullptr ? FindExport(library.loaded, procName)
-                                        : FindSystemFunction(library.path, procName);
-  }
+  const FARPROC address = IsOrdinal(procName) ? nullptr : FindFunction(library, procName);
   if (address == nullptr) Fail(ERROR_PROC_NOT_FOUND);
   return address;
+}
+
+DWORD GetModuleFileNameW(HMODULE module, LPWSTR buffer, DWORD sizeChars) {
+  const KernelScope scope;
+  if (module != nullptr) {
+    Fail(ERROR_INVALID_PARAMETER);
+    return 0;
+  }
+  const std::u16string path = platform::ToWindowsPath(platform::ProgramPath());
+  const bool fits = path.size() < sizeChars;
+  if (sizeChars > 0) {
+    buffer[path.copy(buffer, sizeChars - 1)] = 0;
+  }
+  SetLastError(fits ? ERROR_SUCCESS : ERROR_INSUFFICIENT_BUFFER);
+  return fits ? static_cast<DWORD>(path.size()) : sizeChars;
 }

@@ -1,9 +1,8 @@
-#include "platform/posix/api/threads.h"
-
 #include <sched.h>
 
 #include <cerrno>
 
+#include "platform/posix/api/threads.h"
 #include "platform/posix/kernel/error_translation.h"
 #include "platform/posix/kernel/kernel_scope.h"
 #include "platform/posix/kernel/thread.h"

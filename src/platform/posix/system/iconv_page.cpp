@@ -1,4 +1,4 @@
-#include "platform/posix/system/code_page_converter.h"
+#include "platform/posix/system/iconv_page.h"
 
 #include <algorithm>
 #include <bit>
@@ -17,7 +17,7 @@ constexpr std::size_t kMaxBytes = 4;
 /// What Windows puts in place of invalid bytes in page 932.
 constexpr WCHAR kKatakanaMiddleDot = 0x30FB;
 
-constinit CodePage g_pages[] = {
+constinit IconvPage g_pages[] = {
     {437, "CP437", false},     {850, "CP850", false},
     {874, "CP874", true},      {932, "CP932", false, kKatakanaMiddleDot},
     {936, "GBK", false},       {949, "UHC", false},
@@ -36,7 +36,7 @@ bool IsLowSurrogate(WCHAR unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
 /// Whether the whole input is one character; its form goes to `piece`. The descriptor starts and
 /// ends in its initial state, so pages whose iconv composes characters give each one by itself.
 template <class In, class Out>
-bool Convert(iconv_t converter, const In* text, std::size_t count, CodePage::Piece<Out>& piece) {
+bool Convert(iconv_t converter, const In* text, std::size_t count, IconvPage::Piece<Out>& piece) {
   char* in = reinterpret_cast<char*>(const_cast<In*>(text));
   std::size_t inBytes = count * sizeof(In);
   char* out = reinterpret_cast<char*>(piece.units.data());
@@ -51,30 +51,30 @@ bool Convert(iconv_t converter, const In* text, std::size_t count, CodePage::Pie
 
 }  // namespace
 
-CodePage* CodePage::Find(UINT number) {
+IconvPage* IconvPage::Find(UINT number) {
   auto* const page = std::find_if(std::begin(g_pages), std::end(g_pages),
-                                  [&](const CodePage& one) { return one._number == number; });
+                                  [&](const IconvPage& one) { return one._number == number; });
   return page == std::end(g_pages) ? nullptr : page;
 }
 
-bool CodePage::Open() {
+bool IconvPage::Open() {
   const auto none = reinterpret_cast<iconv_t>(-1);
   if (_decoder == nullptr) _decoder = iconv_open(kWide, _name);
   if (_encoder == nullptr) _encoder = iconv_open(_name, kWide);
   return _decoder != none && _encoder != none;
 }
 
-bool CodePage::Decode(const char* bytes, std::size_t count, Piece<WCHAR>& piece) {
+bool IconvPage::Decode(const char* bytes, std::size_t count, Piece<WCHAR>& piece) {
   const std::lock_guard lock(_lock);
   return Open() && Convert(_decoder, bytes, count, piece);
 }
 
-bool CodePage::Encode(const WCHAR* units, std::size_t count, Piece<char>& piece) {
+bool IconvPage::Encode(const WCHAR* units, std::size_t count, Piece<char>& piece) {
   const std::lock_guard lock(_lock);
   return Open() && Convert(_encoder, units, count, piece);
 }
 
-CodePage::Piece<WCHAR> CodePage::ToWide(const char* text, std::size_t count) {
+IconvPage::Piece<WCHAR> IconvPage::ToWide(const char* text, std::size_t count) {
   const auto first = static_cast<BYTE>(*text);
   if (first < 0x80) return {{first}, 1, 1};
   Piece<WCHAR> piece{};
@@ -85,7 +85,7 @@ CodePage::Piece<WCHAR> CodePage::ToWide(const char* text, std::size_t count) {
   return {{replacement}, 1, 1};
 }
 
-CodePage::Piece<char> CodePage::ToNarrow(const WCHAR* text, std::size_t count) {
+IconvPage::Piece<char> IconvPage::ToNarrow(const WCHAR* text, std::size_t count) {
   const WCHAR first = *text;
   if (first < 0x80) return {{static_cast<char>(first)}, 1, 1};
   const bool isPair = count > 1 && IsHighSurrogate(first) && IsLowSurrogate(text[1]);
@@ -96,7 +96,7 @@ CodePage::Piece<char> CodePage::ToNarrow(const WCHAR* text, std::size_t count) {
   return {{'?'}, 1, 1};
 }
 
-bool CodePage::IsC1Byte(WCHAR character) {
+bool IconvPage::IsC1Byte(WCHAR character) {
   if (!_keepsC1 || character >= 0xA0) return false;
   const char byte = static_cast<char>(character);
   Piece<WCHAR> piece{};

@@ -1,4 +1,4 @@
-/// The code pages of the layer: one character at a time between bytes and UTF-16.
+/// The code pages of the layer: each converts one character at a time between bytes and UTF-16.
 #pragma once
 
 #include <iconv.h>
@@ -11,9 +11,9 @@
 
 namespace platform {
 
-/// A code page over one pair of iconv descriptors, opened at first use and kept. Any thread may
-/// call it. Characters below 0x80 are the same in every page and need no call.
-class CodePage {
+/// A code page over one pair of iconv descriptors, which are opened at first use and kept. Any
+/// thread may call it. Characters below 0x80 are the same in every page and take no conversion.
+class IconvPage {
  public:
   /// One character of the other side and what it took from this side. An invalid one takes a single
   /// unit and gives the replacement.
@@ -25,11 +25,11 @@ class CodePage {
   };
 
   /// Null for a page that the layer does not have. The object lives as long as the process.
-  static CodePage* Find(UINT number);
+  static IconvPage* Find(UINT number);
 
   /// `keepsC1`: bytes 0x80 to 0x9F without a character of their own stand for U+0080 to U+009F, as
   /// in the Windows pages. `invalid` is the character for invalid bytes.
-  constexpr CodePage(UINT number, const char* name, bool keepsC1, WCHAR invalid = 0xFFFD)
+  constexpr IconvPage(UINT number, const char* name, bool keepsC1, WCHAR invalid = 0xFFFD)
       : _number(number), _name(name), _keepsC1(keepsC1), _invalid(invalid) {}
 
   /// Takes the first character of `text`, which has `count` > 0 units.
