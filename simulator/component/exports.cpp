@@ -54,7 +54,7 @@ void Guard(Result* result, Call call) {
 }
 
 /// Runs `work` (Simulator::PrinterSession& to Outcome) as `member` of the object. `details` (to
-/// CallDetails) is what the log tells of its arguments.
+/// CallDetails) describes its arguments for the log.
 template <class Details, class Work>
 void Member(Object* object, Result* result, const char* member, Details details, Work work) {
   Guard(result, [&] {
@@ -108,12 +108,11 @@ void LogErrorEvent(Object* object, TagwrightText text, Result* result) {
 
 void Connect(Object* object, std::int32_t portType, TagwrightText printerAddress,
              std::uint32_t connectPerCard, Result* result) {
-  Guard(result, [&] {
-    const bool cardOfItsOwn = connectPerCard != 0;
-    return object->sdk.Connect(View(printerAddress), cardOfItsOwn,
-                               {OString("port type = ") << portType << ", connect per card = "
-                                                        << static_cast<int>(cardOfItsOwn)});
-  });
+  const OString details = OString("port type = ")
+                          << portType
+                          << ", connect per card = " << static_cast<int>(connectPerCard);
+  Guard(result,
+        [&] { return object->sdk.Connect(View(printerAddress), connectPerCard != 0, {details}); });
 }
 
 void Disconnect(Object* object, Result* result) {

@@ -26,7 +26,7 @@
 
 namespace Simulator {
 
-/// Where a call comes from.
+/// The printer and the card of a call.
 struct CallPlace {
   WideText portAddress;  ///< empty before the first Connect
   unsigned card = 0;     ///< 0 without a card of the feeder

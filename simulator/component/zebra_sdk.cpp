@@ -19,7 +19,7 @@ void LogError(const OString& text) {
   if (Log().IsLogEnabled(static_cast<int>(LogLevel::kErrors))) Log().LogErrorEvent(text, 0);
 }
 
-/// Once in a process, so that a log tells at once that no card is encoded.
+/// Logged once in a process: whoever reads the log sees at once that no card is encoded.
 void LogWhatThisIs() {
   static std::atomic_flag isDone;
   if (isDone.test_and_set()) return;
@@ -91,8 +91,8 @@ bool ZebraSdk::PlayFaults(const char* member, std::size_t dataWords) {
   return true;
 }
 
-bool ZebraSdk::Connect(WideView portAddress, bool cardOfItsOwn, const CallDetails& details) {
-  _session.Approach(portAddress, cardOfItsOwn);
+bool ZebraSdk::Connect(WideView portAddress, bool connectPerCard, const CallDetails& details) {
+  _session.Approach(portAddress, connectPerCard);
   return Run("Connect", details, [this] {
     return _faultProblem.empty() ? _session.Connect() : Outcome{_faultProblem};
   });

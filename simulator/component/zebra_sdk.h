@@ -40,7 +40,7 @@ class ZebraSdk {
   bool Run(const char* member, const CallDetails& details, Work work);
 
   /// Runs Connect at the address.
-  bool Connect(WideView portAddress, bool cardOfItsOwn, const CallDetails& details);
+  bool Connect(WideView portAddress, bool connectPerCard, const CallDetails& details);
 
   void InitLogging();
   /// ZSDKEventLogM; nothing is written before InitLogging.

@@ -8,6 +8,7 @@
 #include "simulator/tag/state_files.h"
 #include "simulator/tag/tag_json.h"
 #include "simulator/tag/tag_store.h"
+#include "simulator/tag/wiped_text.h"
 
 namespace Simulator {
 namespace {
@@ -61,12 +62,13 @@ Json TagAt(WideView portAddress) {
 }
 
 void Record(FedCard card, const std::string& failure) {
-  const WipedJson line({{"card", card.number},
+  const WipedJson json({{"card", card.number},
                         {"port_address", card.portAddress},
                         {"time", TimeNow()},
                         {"failure", failure},
                         {"tag", TagAt(FromUtf8(card.portAddress))}});
-  if (!AppendToStateFile(RecordPath(), line.tree.dump() + "\n")) {
+  const WipedText line(json.tree.dump() + "\n");
+  if (!AppendToStateFile(RecordPath(), line.Get())) {
     throw std::runtime_error("Cannot write cards.jsonl");
   }
   card.isInWork = false;

@@ -36,14 +36,14 @@ PrinterSession::~PrinterSession() {
   }
 }
 
-void PrinterSession::Approach(WideView portAddress, bool cardOfItsOwn) {
+void PrinterSession::Approach(WideView portAddress, bool connectPerCard) {
   NoteFailure("an exception");
   EndCard();
   _portAddress = portAddress;
   _tagHasLeft = false;
   _member = nullptr;
   _failure.clear();
-  if (!cardOfItsOwn || !IsFeeding()) return;
+  if (!connectPerCard || !IsFeeding()) return;
   const Printers printers = Printers::Load();
   if (const TagKind* kind = printers.KindAt(_portAddress)) _card = FeedCard(_portAddress, *kind);
 }

@@ -22,8 +22,8 @@ struct Outcome {
 /// Data and passwords are hexadecimal text, four digits a word without blanks; passwords have 8
 /// digits, and the empty password is the zero one. The access password that LockTag, UnlockTag and
 /// PermalockUserBlock bring must be the tag's; it gives the secured state until the connection ends
-/// or a wrong one comes. A tag whose access password is zero is secured at once, and stays so while
-/// a new password is set.
+/// or a wrong one is given. A tag whose access password is zero is secured at once, and stays so
+/// while a new password is set.
 ///
 /// Every operation needs a connection, reads the tag from its file and stores it when it changed;
 /// what the files raise (std::runtime_error) passes to the caller. One thread at a time.
@@ -35,22 +35,23 @@ class PrinterSession {
   PrinterSession(const PrinterSession&) = delete;
   PrinterSession& operator=(const PrinterSession&) = delete;
 
-  /// What comes before Connect: the feeder puts a card of its own in when `cardOfItsOwn` and it is
-  /// switched on. Faults of Connect happen to that card.
-  void Approach(WideView portAddress, bool cardOfItsOwn);
+  /// Call it before Connect, with the same address. With `connectPerCard` the card feeder, when it
+  /// is on, puts a fresh card in, so that a Connect that fails has a card that failed.
+  void Approach(WideView portAddress, bool connectPerCard);
   /// The address of the last Approach.
   const WideText& PortAddress() const { return _portAddress; }
   /// The number of the feeder's card, 0 without one.
   unsigned Card() const { return _card; }
 
-  /// Every member is announced by its name and ended with its outcome; one that is not ended has
-  /// raised an exception. The card's record tells the first that failed.
+  /// Enclose each member of the component. A member that begins and does not end has raised an
+  /// exception. The first member that failed becomes the failure in the card's record. `member` is
+  /// a literal.
   void BeginMember(const char* member);
   void EndMember(const Outcome& outcome);
 
-  /// For the next operation, see Tag::InterruptNextWrite.
+  /// Tag::InterruptNextWrite for the next operation.
   void InterruptNextWrite(std::optional<std::size_t> words, bool erases);
-  /// From now on no tag answers, until the next connection.
+  /// No tag answers from now on, until the next Approach.
   void TakeTagAway() { _tagHasLeft = true; }
 
   /// Connects to the printer of the last Approach, with any port type. A printer without a tag gets
@@ -90,7 +91,7 @@ class PrinterSession {
   WideText _portAddress;
   bool _isConnected = false;
   bool _tagHasLeft = false;
-  /// The tag's secured state, which lasts until the connection ends or a wrong password comes.
+  /// The tag's secured state, which lasts until the connection ends or a wrong password is given.
   bool _isSecured = false;
 
   struct Interruption {

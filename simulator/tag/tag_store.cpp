@@ -6,17 +6,13 @@
 
 #include "simulator/tag/state_files.h"
 #include "simulator/tag/tag_json.h"
+#include "simulator/tag/wiped_text.h"
 #include "support/ostring.h"
 
 namespace Simulator {
 namespace {
 
 constexpr const char* kAddressFile = "addresses.txt";
-
-struct WipedText {
-  std::string text;
-  ~WipedText() { SecureWipe(text.data(), text.size()); }
-};
 
 bool IsPlain(char character) {
   return (character >= '0' && character <= '9') || (character >= 'A' && character <= 'Z') ||
@@ -64,9 +60,9 @@ std::optional<Tag> FindTag(WideView portAddress) {
   const WideText path = TagFilePath(portAddress);
   std::optional<std::string> stored = ReadStateFile(path);
   if (!stored) return std::nullopt;
-  const WipedText text{std::move(*stored)};
+  const WipedText text(std::move(*stored));
   try {
-    return TagFromText(text.text);
+    return TagFromText(text.Get());
   } catch (const std::exception&) {
     // The parser's own words may quote the file.
     throw std::runtime_error("The file of the simulated tag is damaged: " + ToUtf8(path));
@@ -80,8 +76,8 @@ void SaveTag(WideView portAddress, const Tag& tag) {
   if (!StateFileExists(path)) {
     AppendToStateFile(StateFilePath(kAddressFile), ToUtf8(portAddress) + "\n", true);
   }
-  const WipedText text{TagText(portAddress, tag, true) + "\n"};
-  ReplaceStateFile(path, text.text);
+  const WipedText text(TagText(portAddress, tag, true) + "\n");
+  ReplaceStateFile(path, text.Get());
 }
 
 std::vector<WideText> AddressesWithTags() {

@@ -14,9 +14,9 @@ class CardsTest : public StateTest {
   static constexpr const WCHAR* kAddress = TEXT("FEEDER");
 
   /// One job: an EPC for a card of its own.
-  static void Encode(const WCHAR* epc, bool cardOfItsOwn = true) {
+  static void Encode(const WCHAR* epc, bool connectPerCard = true) {
     PrinterSession session;
-    session.Approach(kAddress, cardOfItsOwn);
+    session.Approach(kAddress, connectPerCard);
     ASSERT_TRUE(session.Connect().Succeeded());
     session.BeginMember("WriteEPC");
     session.EndMember(session.WriteEpc(epc));
