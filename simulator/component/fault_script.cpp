@@ -164,6 +164,7 @@ std::vector<Fault> FaultScript::TakeCall(std::string_view member, const CallPlac
   if (found == _rules.end()) return {};
   const std::vector<FaultRule>& rules = found->second;
   std::vector<bool> counted;
+  counted.reserve(rules.size());
   for (const FaultRule& rule : rules) counted.push_back(rule.NeedsCount() && rule.IsAt(place));
   std::vector<unsigned> counts(rules.size());
   if (std::ranges::count(counted, true) != 0) counts = CountCall(_textHash, member, counted);

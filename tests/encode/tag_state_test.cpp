@@ -56,8 +56,9 @@ TEST_F(TagStateTest, LockPayloads) {
     int action;
     const char* pairs;
   } cases[] = {
-      {0x020080, "02000"}, {0x0300C0, "03000"}, {0x00C030, "00300"}, {0x000C03, "00003"},
-      {0xFFFFF, "33333"},  {0xA82A0, "22200"},  {0x00400, "00000"},  {0xFFC00, "00000"},
+      {0x020080, "02000"}, {0x0300C0, "03000"}, {0x00C030, "00300"},
+      {0x000C03, "00003"}, {0xFFFFF, "33333"},  {0xA82A0, "22200"},
+      {0x00400, "00000"},  {0xFFC00, "00000"},  {0, "00000"},
   };
   for (const auto& lock : cases) {
     EXPECT_EQ(After({Lock(lock.action)}),

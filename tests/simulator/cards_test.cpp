@@ -74,6 +74,27 @@ TEST_F(CardsTest, ACardWhoseJobBreaksOffIsRecorded) {
   EXPECT_EQ(Run().size(), 3U);
 }
 
+TEST_F(CardsTest, TheFirstFailureIsTheCards) {
+  StartFeeder();
+  PrinterSession session;
+  session.Approach(kAddress, true);
+  session.BeginMember("Connect");
+  session.EndMember(session.Connect());
+  session.BeginMember("WriteEPC");  // It raises an exception.
+  session.BeginMember("KillTag");
+  session.EndMember(session.KillTag(TEXT("12345678")));
+  session.BeginMember("Disconnect");
+  session.EndMember(session.Disconnect());
+  session.BeginMember("Disconnect");  // It raises an exception, and belongs to no card.
+  session.Approach(kAddress, true);
+  EXPECT_EQ(session.Card(), 2U);
+  session.BeginMember("Connect");
+  session.EndMember(session.Connect());
+  session.Disconnect();
+  EXPECT_THAT(Run(), testing::ElementsAre(testing::EndsWith(" WriteEPC: an exception"),
+                                          testing::EndsWith(" 0000 ")));
+}
+
 TEST_F(CardsTest, HalfALineSpoilsNoOther) {
   StartFeeder();
   Encode(TEXT("1111"));

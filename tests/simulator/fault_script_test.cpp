@@ -65,6 +65,23 @@ TEST_F(FaultScriptTest, CountsOutliveTheProcessAndNotTheScript) {
   EXPECT_EQ(Calls(second, 2), "-f") << "a damaged file";
 }
 
+TEST_F(FaultScriptTest, EveryMemberCanFail) {
+  for (const char* member :
+       {"ZebraSDK", "TestManagedCodeAccessible", "InitLogging", "LogErrorEvent", "Connect",
+        "Disconnect", "WriteEPC", "WriteMemory", "WriteUserMemory", "SetAccessPassword",
+        "SetKillPassword", "LockTag", "UnlockTag", "PermalockUserBlock", "KillTag", "Dispose"}) {
+    const auto script = FaultScript::Parse("{\"" + std::string(member) +
+                                           R"(": {"fault": "throw-managed", "text": "busy",
+                                                  "delay_ms": 3, "delay_per_word_ms": 2}})");
+    const auto faults = script.TakeCall(member, {});
+    ASSERT_EQ(faults.size(), 1U) << member;
+    EXPECT_EQ(faults[0].text, TEXT("busy"));
+    EXPECT_EQ(faults[0].delayMs, 3U);
+    EXPECT_EQ(faults[0].delayPerWordMs, 2U);
+    EXPECT_FALSE(faults[0].words);
+  }
+}
+
 TEST_F(FaultScriptTest, WhatCannotBeUnderstoodIsAnError) {
   const struct {
     const char* script;

@@ -63,7 +63,7 @@ TEST_F(TagTest, WritesStayInsideTheBankAndOffFixedWords) {
       {Bank::kTid, 2, 4, TagAnswer::kDone},
   };
   for (const auto& write : cases) {
-    EXPECT_EQ(_tag.Write(write.bank, write.offset, Words(write.words, 0xABCD), true), write.answer)
+    EXPECT_EQ(_tag.Write(write.bank, write.offset, Words(write.words, 0xFFFF), true), write.answer)
         << static_cast<int>(write.bank) << ":" << write.offset << "+" << write.words;
   }
 }
