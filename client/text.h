@@ -19,4 +19,7 @@ std::string ToUtf8(std::basic_string_view<WCHAR> text);
 /// cannot express it.
 std::optional<std::string> ToAnsi(std::basic_string_view<WCHAR> text);
 
+/// Text in the ANSI code page, in which log files are written, as UTF-8.
+std::string AnsiToUtf8(std::string_view bytes);
+
 }  // namespace Tagwright

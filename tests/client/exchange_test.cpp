@@ -17,7 +17,7 @@ constexpr std::size_t kHeaderBytes = 16;
 /// Jobs without payload: what counts here is what comes back.
 std::vector<Ctl::Request> Jobs(std::size_t count) {
   std::vector<Ctl::Request> jobs(count);
-  for (Ctl::Request& job : jobs) job = {"job", Tagwright::eEncode, {}};
+  for (Ctl::Request& job : jobs) job = {"job", Tagwright::eEncode, {}, {}};
   return jobs;
 }
 
@@ -45,7 +45,9 @@ TEST(SendInOrder, GoesOnAfterARefusalAndTheFirstFailureDecides) {
       end.Read(kHeaderBytes);
     });
     const auto client = ConnectTo(server);
-    EXPECT_EQ(Ctl::SendInOrder(*client, Jobs(3), true), expected);
+    Ctl::JobOutput output({}, 3);
+    Ctl::SendInOrder(*client, Jobs(3), true, output);
+    EXPECT_EQ(output.Summarize(), expected);
     EXPECT_EQ(client->IsConnected(), statuses.size() == 3);
   }
 }
@@ -69,7 +71,9 @@ TEST(SendSideBySide, GivesTheJobsOfALostPipeToTheOthers) {
   std::vector<std::unique_ptr<Tagwright::Client>> encoders;
   encoders.push_back(ConnectTo(leaving));
   encoders.push_back(ConnectTo(staying));
-  EXPECT_EQ(Ctl::SendSideBySide(encoders, Jobs(kJobCount)), ExitCode::kServerGone);
+  Ctl::JobOutput output({}, kJobCount);
+  Ctl::SendSideBySide(encoders, Jobs(kJobCount), output);
+  EXPECT_EQ(output.Summarize(), ExitCode::kServerGone);
   EXPECT_EQ(served, kJobCount - 1);
 }
 

@@ -34,8 +34,8 @@ std::vector<Ctl::Verb> Parse(std::string_view line) {
 TEST(Verbs, AreReadInOrderWithTheirOperands) {
   EXPECT_THAT(
       Parse("encode a.xml encode-and-shutdown shutdown keep-alive add-encoder keep-alive"),
-      ElementsAre(IsVerb(0x200, Operand::kFile, "a.xml"), IsVerb(0x201, Operand::kFile, "shutdown"),
-                  IsVerb(0x302, Operand::kNone, ""),
+      ElementsAre(IsVerb(0x200, Operand::kJobFile, "a.xml"),
+                  IsVerb(0x201, Operand::kJobFile, "shutdown"), IsVerb(0x302, Operand::kNone, ""),
                   IsVerb(0x300, Operand::kPipeName, "keep-alive")));
   EXPECT_THAT(Parse("raw 769 shutdown raw 0x301 ./shutdown raw 0XFFFFFFFF"),
               ElementsAre(IsVerb(769, Operand::kNone, ""), IsVerb(0x100, Operand::kNone, ""),

@@ -1,0 +1,63 @@
+/// What is read of the logs: in the event log's own form and in the file's.
+#include <gmock/gmock.h>
+
+#include "client/ctl/failure.h"
+#include "client/ctl/since.h"
+#include "client/log/log_file_reader.h"
+#include "client/log/log_sources.h"
+#include "common/product_log.h"
+#include "support/oevent_log.h"
+
+namespace {
+
+using Tagwright::LogEvent;
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::Field;
+using testing::HasSubstr;
+
+constexpr const char* kSource = "Brennick Tagwright.Native";
+
+TEST(LogFileReader, ReadsWhatIsNewLineByLine) {
+  ProductLog file(kSource, LogLevel::kDefaultMask | LogLevel::kCopyToFile);
+  Tagwright::LogFileReader reader(kSource);
+  reader.ReadNew();
+  OEventLog log(kSource, OEventLog::kApplicationLog);
+  log.LogInformationEvent("first, with a comma", 0, LogLevel::kInfo);
+  log.LogInformationEvent("second\nin two lines", 0, LogLevel::kInfo);
+  EXPECT_THAT(reader.ReadNew(), ElementsAre(AllOf(Field(&LogEvent::text, "first, with a comma"),
+                                                  Field(&LogEvent::level, LogLevel::kInfo),
+                                                  Field(&LogEvent::threadId, GetCurrentThreadId()),
+                                                  Field(&LogEvent::source, kSource)),
+                                            Field(&LogEvent::text, "second\nin two lines")));
+  EXPECT_THAT(reader.ReadNew(), testing::IsEmpty());
+}
+
+TEST(LogSources, AreFoundByWordAndByName) {
+  EXPECT_EQ(Tagwright::FindLogSource("NATIVE")->name, kSource);
+  EXPECT_EQ(Tagwright::FindLogSource(kSource)->word, "native");
+  EXPECT_EQ(Tagwright::FindLogSource("other"), nullptr);
+  EXPECT_EQ(Tagwright::LogSourceWord("other"), "other");
+}
+
+TEST(Since, IsAnAgeOrAPointInLocalTime) {
+  const std::int64_t now = Ctl::ParseSince("2026-11-23 06:30:15", 0);
+  EXPECT_EQ(Tagwright::FormatLogTime(now), "2026-11-23 06:30:15.000");
+  const std::pair<const char*, const char*> cases[] = {
+      {"90s", "2026-11-23 06:28:45.000"},
+      {"2h", "2026-11-23 04:30:15.000"},
+      {"1d", "2026-11-22 06:30:15.000"},
+      {"06:05", "2026-11-23 06:05:00.000"},
+      {"06:05:59", "2026-11-23 06:05:59.000"},
+      {"2026-11-20", "2026-11-20 00:00:00.000"},
+      {"2026-11-20T07:01", "2026-11-20 07:01:00.000"},
+  };
+  for (const auto& [text, expected] : cases) {
+    EXPECT_EQ(Tagwright::FormatLogTime(Ctl::ParseSince(text, now)), expected) << text;
+  }
+  for (const char* text : {"", "10", "10x", "yesterday", "2026-11", "06:30 x", "-5m"}) {
+    EXPECT_THROW(Ctl::ParseSince(text, now), Ctl::Failure) << text;
+  }
+}
+
+}  // namespace
