@@ -2,8 +2,10 @@
 
 #include "client/ctl/commands.h"
 #include "client/ctl/console.h"
+#include "client/ctl/job_gate.h"
 #include "client/ctl/job_list.h"
 #include "client/ctl/side_by_side.h"
+#include "client/ctl/system_error.h"
 #include "client/server_process.h"
 
 namespace Ctl {
@@ -17,6 +19,8 @@ constexpr DWORD kLostConnectionEndMs = 2000;
 
 struct RunOptions {
   TimeLimit limit;
+  GateOptions gate;
+  OutputOptions output;
   std::uint32_t encoders = 0;  ///< 0: no controller, one encoder pipe.
   std::vector<std::string> paths;
 };
@@ -29,9 +33,8 @@ class PrivateServer {
       : _timeoutMs(timeoutMs), _pipeName(Tagwright::FreshPipeName()), _client(timeoutMs) {
     if (!_process.Start(_pipeName, kind)) {
       throw Failure(ExitCode::kLocal,
-                    "cannot start the tagwright that belongs beside this program "
-                    "(system error " +
-                        std::to_string(GetLastError()) + ")");
+                    "cannot start the tagwright that belongs beside this program (" +
+                        SystemErrorText(GetLastError()) + ")");
     }
     if (const auto error = _process.Connect(_client, timeoutMs)) {
       throw Failure(ExitCodeOf(*error), "tagwright did not open its pipe: " + Describe(*error));
@@ -39,6 +42,7 @@ class PrivateServer {
   }
 
   Tagwright::Client& FirstPipe() { return _client; }
+  DWORD ProcessId() const { return _process.ProcessId(); }
 
   /// Asks a controller for one more encoder pipe and connects to it.
   std::unique_ptr<Tagwright::Client> AddEncoder(std::size_t number) {
@@ -59,8 +63,8 @@ class PrivateServer {
   ExitCode Stop() {
     ExitCode result = ExitCode::kSuccess;
     if (_client.IsConnected()) {
-      const Exchange stopped = Perform(_client, {"shutdown", Tagwright::eShutdown, {}});
-      PrintLine("shutdown: " + Describe(stopped));
+      const Exchange stopped = Perform(_client, {"shutdown", Tagwright::eShutdown, {}, {}});
+      if (!stopped.Succeeded()) PrintError("shutdown: " + Describe(stopped));
       Note(result, ExitCodeOf(stopped));
     }
     Note(result, SeeProcessEnd(_client.IsConnected() ? _timeoutMs : kLostConnectionEndMs));
@@ -85,18 +89,23 @@ class PrivateServer {
   Tagwright::Client _client;
 };
 
-ExitCode RunOneEncoder(const std::vector<Request>& jobs, DWORD timeoutMs) {
-  PrivateServer server(Tagwright::ServerKind::kEncoder, timeoutMs);
-  ExitCode result = SendInOrder(server.FirstPipe(), jobs, true);
-  Note(result, server.Stop());
-  return result;
+void SendJobs(PrivateServer& server, const std::vector<Request>& jobs, std::uint32_t encoderCount,
+              JobOutput& output) {
+  if (encoderCount == 0) return SendInOrder(server.FirstPipe(), jobs, true, output);
+  std::vector<std::unique_ptr<Tagwright::Client>> encoders;
+  for (std::uint32_t i = 1; i <= encoderCount; ++i) encoders.push_back(server.AddEncoder(i));
+  SendSideBySide(encoders, jobs, output);
 }
 
-ExitCode RunController(const std::vector<Request>& jobs, std::uint32_t count, DWORD timeoutMs) {
-  PrivateServer server(Tagwright::ServerKind::kController, timeoutMs);
-  std::vector<std::unique_ptr<Tagwright::Client>> encoders;
-  for (std::uint32_t i = 1; i <= count; ++i) encoders.push_back(server.AddEncoder(i));
-  ExitCode result = SendSideBySide(encoders, jobs);
+ExitCode Run(const RunOptions& options) {
+  const std::vector<Request> jobs = LoadJobs(options.paths);
+  CheckBeforeSending(jobs, options.gate);
+  PrivateServer server(
+      options.encoders == 0 ? Tagwright::ServerKind::kEncoder : Tagwright::ServerKind::kController,
+      options.limit.Milliseconds());
+  JobOutput output(options.output, jobs.size(), server.ProcessId(), options.encoders > 1);
+  SendJobs(server, jobs, options.encoders, output);
+  ExitCode result = output.Summarize();
   Note(result, server.Stop());
   return result;
 }
@@ -108,17 +117,14 @@ void AddRunCommand(CLI::App& app, ExitCode& result) {
       app.add_subcommand("run", "Encode jobs with a tagwright started for them alone");
   const auto options = std::make_shared<RunOptions>();
   options->limit.AddTo(*command);
+  options->gate.AddTo(*command);
+  options->output.AddTo(*command);
   command
       ->add_option("--control", options->encoders,
                    "Start a controller with this many encoder pipes and use them side by side")
       ->check(CLI::Range(1U, static_cast<unsigned>(kMostEncoders)));
   command->add_option("JOB.xml", options->paths, "Job documents")->required();
-  command->callback([options, &result] {
-    const std::vector<Request> jobs = LoadJobs(options->paths);
-    const DWORD timeoutMs = options->limit.Milliseconds();
-    result = options->encoders == 0 ? RunOneEncoder(jobs, timeoutMs)
-                                    : RunController(jobs, options->encoders, timeoutMs);
-  });
+  command->callback([options, &result] { result = Run(*options); });
 }
 
 }  // namespace Ctl

@@ -2,6 +2,7 @@
 
 #include "client/ctl/commands.h"
 #include "client/ctl/console.h"
+#include "client/ctl/input_file.h"
 #include "client/ctl/request.h"
 #include "client/ctl/tag_map.h"
 #include "client/text.h"

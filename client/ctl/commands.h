@@ -14,10 +14,19 @@ namespace Ctl {
 void AddSendCommand(CLI::App& app, ExitCode& result);
 void AddEncodeCommand(CLI::App& app, ExitCode& result);
 void AddRunCommand(CLI::App& app, ExitCode& result);
+void AddCheckCommand(CLI::App& app, ExitCode& result);
 void AddLogMaskCommand(CLI::App& app, ExitCode& result);
+void AddLogCommand(CLI::App& app, ExitCode& result);
+void AddLockActionCommand(CLI::App& app, ExitCode& result);
+void AddPathsCommand(CLI::App& app, ExitCode& result);
+void AddStatusCommand(CLI::App& app, ExitCode& result);
+void AddDebugOutputCommand(CLI::App& app, ExitCode& result);
 void AddTagCommand(CLI::App& app, ExitCode& result);
 void AddCardsCommand(CLI::App& app, ExitCode& result);
 void AddFaultCommand(CLI::App& app, ExitCode& result);
+
+/// Prints the log masks and the log files of tagwright and of every component that has a mask.
+void ShowLogMasks();
 
 /// The --timeout option: milliseconds for one request, 0 for no limit.
 struct TimeLimit {

@@ -23,6 +23,6 @@ void PrintLine(const std::string& text) { Write(stdout, text + "\n"); }
 
 void PrintError(const std::string& text) { Write(stderr, "tagwrightctl: " + text + "\n"); }
 
-void PrintProgress(const std::string& text) { Write(stdout, text); }
+void PrintNote(const std::string& text) { Write(stderr, text + "\n"); }
 
 }  // namespace Ctl

@@ -8,11 +8,10 @@ namespace Ctl {
 /// Makes a console that is asked to show UTF-8 do so. Call it once, before the first line.
 void PrepareConsole();
 
-/// Writes and flushes. Lines of different threads do not mix.
+/// Writes and flushes a line at once, so that lines of different threads and processes do not mix.
 void PrintLine(const std::string& text);
 void PrintError(const std::string& text);
-
-/// Writes the beginning of a line that a later PrintLine completes.
-void PrintProgress(const std::string& text);
+/// To standard error, without the program's name in front.
+void PrintNote(const std::string& text);
 
 }  // namespace Ctl

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "client/client.h"
-#include "client/ctl/failure.h"
+#include "client/ctl/job_output.h"
 #include "client/ctl/request.h"
 
 namespace Ctl {
@@ -14,9 +14,9 @@ namespace Ctl {
 /// does.
 std::vector<Request> LoadJobs(const std::vector<std::string>& paths);
 
-/// Sends the requests in order and prints a line for each, "[2/3] " in front of it when `numbered`.
-/// Goes on after a refusal and stops where the connection is lost.
-ExitCode SendInOrder(Tagwright::Client& client, const std::vector<Request>& requests,
-                     bool numbered);
+/// Sends the requests in order, with "[2/3] " in front of each line when `numbered`. Goes on after
+/// a refusal, unless `output` shall stop, and stops where the connection is lost.
+void SendInOrder(Tagwright::Client& client, const std::vector<Request>& requests, bool numbered,
+                 JobOutput& output);
 
 }  // namespace Ctl

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <vector>
 
+#include "client/check/nearest_word.h"
 #include "client/ctl/failure.h"
 #include "client/ctl/verbs.h"
 #include "support/log_levels.h"
@@ -40,6 +41,7 @@ std::vector<MaskName> AllNames() {
   names.push_back({"all", all});
   names.push_back({"default", LogLevel::kDefaultMask});
   names.push_back({"none", 0});
+  names.push_back({"off", 0});
   return names;
 }
 
@@ -49,7 +51,12 @@ DWORD ParseName(std::string text) {
   });
   const std::vector<MaskName> names = AllNames();
   const auto name = std::ranges::find(names, text, &MaskName::text);
-  if (name == names.end()) throw Failure(ExitCode::kUsage, "\"" + text + "\" is no log level");
+  if (name == names.end()) {
+    std::vector<std::string_view> words;
+    for (const MaskName& known : names) words.push_back(known.text);
+    throw Failure(ExitCode::kUsage,
+                  "\"" + text + "\" is no log level" + Tagwright::DidYouMean(text, words));
+  }
   return name->bits;
 }
 

@@ -9,8 +9,8 @@ namespace Ctl {
 
 /// A number (decimal, or hexadecimal after 0x) or names with commas between them, in any letter
 /// case: errors, warnings, info, detail, detail-a to detail-p, the switches file and debugger, and
-/// the sets default, all (every level and both switches) and none. Throws Failure (kUsage) for
-/// anything else.
+/// the sets default, all (every level and both switches) and none, also called off. Throws Failure
+/// (kUsage) for anything else.
 DWORD ParseLogMask(const std::string& text);
 
 /// "0xE4000000 errors,warnings,info,file"; bits without a name follow as a number.

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "client/exact_io.h"
+#include "client/ctl/input_file.h"
+#include "client/ctl/system_error.h"
+#include "client/log/log_event.h"
 #include "client/text.h"
 #include "pipe/message_names.h"
 
@@ -12,22 +14,6 @@ namespace {
 
 using Tagwright::ClientError;
 using Tagwright::ClientErrorKind;
-
-std::string SystemError(DWORD error) { return "system error " + std::to_string(error); }
-
-Failure CannotRead(const std::string& path, DWORD error) {
-  return Failure(ExitCode::kLocal, "cannot read " + path + " (" + SystemError(error) + ")");
-}
-
-DWORD SizeToRead(HANDLE file, const std::string& path) {
-  LARGE_INTEGER size = {};
-  if (!GetFileSizeEx(file, &size)) throw CannotRead(path, GetLastError());
-  if (size.QuadPart > Tagwright::kMaxPayloadBytes) {
-    throw Failure(ExitCode::kLocal, path + " is longer than a request may be (" +
-                                        std::to_string(Tagwright::kMaxPayloadBytes) + " bytes)");
-  }
-  return static_cast<DWORD>(size.QuadPart);
-}
 
 WipedBuffer NamePayload(const std::string& name) {
   const std::optional<std::string> ansi = Tagwright::ToAnsi(Tagwright::ToWide(name));
@@ -83,30 +69,22 @@ std::string DescribeDuration(std::chrono::steady_clock::duration duration) {
 
 }  // namespace
 
-WipedBuffer LoadFile(const std::string& path) {
-  const ScopedHandle file(CreateFileW(Tagwright::ToWide(path).c_str(), GENERIC_READ,
-                                      FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
-  if (!file.IsValid()) throw CannotRead(path, GetLastError());
-  const DWORD size = SizeToRead(file.Get(), path);
-  WipedBuffer content(size);
-  const DWORD error = Tagwright::TransferExactly(
-      content.Data(), size, [&file](std::uint8_t* piece, DWORD length, DWORD* done) {
-        return ReadFile(file.Get(), piece, length, done, nullptr) ? ERROR_SUCCESS : GetLastError();
-      });
-  if (error != ERROR_SUCCESS) throw CannotRead(path, error);
-  return content;
-}
-
 Request LoadRequest(const Verb& verb) {
-  Request request{verb.label, verb.messageType, {}};
-  if (verb.kind == Operand::kFile) request.payload = LoadFile(verb.operand);
+  Request request{verb.label, verb.messageType, {}, {}};
+  if (verb.kind == Operand::kJobFile) request.jobPath = verb.operand;
+  if (verb.kind == Operand::kJobFile || verb.kind == Operand::kFile) {
+    request.payload = LoadFile(verb.operand);
+  }
   if (verb.kind == Operand::kPipeName) request.payload = NamePayload(verb.operand);
   return request;
 }
 
 Exchange Perform(Tagwright::Client& client, const Request& request) {
   const auto start = std::chrono::steady_clock::now();
-  Exchange exchange{client.Send(request.messageType, request.payload.Bytes()), {}};
+  Exchange exchange;
+  exchange.startMs = Tagwright::LogTimeNow();
+  exchange.result = client.Send(request.messageType, request.payload.Bytes());
+  exchange.endMs = Tagwright::LogTimeNow();
   exchange.duration = std::chrono::steady_clock::now() - start;
   return exchange;
 }
@@ -124,7 +102,7 @@ std::string Describe(const Exchange& exchange) {
 
 std::string Describe(const ClientError& error) {
   std::string text = FormOf(error).text;
-  if (error.systemError != ERROR_SUCCESS) text += " (" + SystemError(error.systemError) + ")";
+  if (error.systemError != ERROR_SUCCESS) text += " (" + SystemErrorText(error.systemError) + ")";
   return text;
 }
 

@@ -16,22 +16,24 @@ struct Request {
   std::string label;
   std::uint32_t messageType = 0;
   WipedBuffer payload;
+  /// The file that the payload came from, when it is a job document; else empty.
+  std::string jobPath = {};
 };
 
 /// A request's outcome and how long it took.
 struct Exchange {
   Tagwright::SendResult result;
   std::chrono::steady_clock::duration duration{};
+  /// Milliseconds since 1970, for a look into the log.
+  std::int64_t startMs = 0;
+  std::int64_t endMs = 0;
 
   bool Succeeded() const { return !result.error && result.reply.status == 0; }
 };
 
-/// Reads what the verb sends. Throws Failure: kLocal for a file that cannot be read or is longer
-/// than a server takes, kUsage for a pipe name that the ANSI code page cannot express.
+/// Reads what the verb sends. Throws Failure: as LoadFile does, and kUsage for a pipe name that the
+/// ANSI code page cannot express.
 Request LoadRequest(const Verb& verb);
-
-/// The whole file. Throws as LoadRequest does.
-WipedBuffer LoadFile(const std::string& path);
 
 Exchange Perform(Tagwright::Client& client, const Request& request);
 

@@ -4,6 +4,7 @@
 #include <charconv>
 #include <iterator>
 
+#include "client/check/nearest_word.h"
 #include "client/ctl/failure.h"
 #include "pipe/message_header.h"
 
@@ -19,8 +20,8 @@ struct VerbForm {
 };
 
 constexpr VerbForm kForms[] = {
-    {"encode", Tagwright::eEncode, Operand::kFile},
-    {"encode-and-shutdown", Tagwright::eEncodeAndShutdown, Operand::kFile},
+    {"encode", Tagwright::eEncode, Operand::kJobFile},
+    {"encode-and-shutdown", Tagwright::eEncodeAndShutdown, Operand::kJobFile},
     {"shutdown", Tagwright::eShutdown, Operand::kNone},
     {"add-encoder", Tagwright::eAddEncoder, Operand::kPipeName},
     {"keep-alive", Tagwright::eKeepAlive, Operand::kNone},
@@ -68,7 +69,12 @@ Verb TakeVerb(WordReader& reader) {
   const std::string& word = reader.Take();
   if (word == kRaw) return TakeRaw(reader);
   const VerbForm* form = FindForm(word);
-  if (form == nullptr) throw Failure(ExitCode::kUsage, "\"" + word + "\" is no verb");
+  if (form == nullptr) {
+    std::vector<std::string_view> words = {kRaw};
+    for (const VerbForm& known : kForms) words.push_back(known.word);
+    throw Failure(ExitCode::kUsage,
+                  "\"" + word + "\" is no verb" + Tagwright::DidYouMean(word, words));
+  }
   Verb verb{form->messageType, form->operand, {}, word};
   if (form->operand == Operand::kNone) return verb;
   verb.operand = reader.TakeOperand(word);

@@ -18,6 +18,7 @@ namespace Ctl {
 enum class Operand {
   kNone,
   kFile,      ///< The payload is the file's content.
+  kJobFile,   ///< The same, and the content is a job document.
   kPipeName,  ///< The payload is the name with a NUL.
 };
 

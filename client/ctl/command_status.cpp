@@ -1,0 +1,115 @@
+#include <algorithm>
+
+#include "client/ctl/commands.h"
+#include "client/ctl/console.h"
+#include "client/log/log_file_reader.h"
+#include "client/text.h"
+#include "encode/required_files.h"
+#include "platform/native_path.h"
+#include "platform/places.h"
+#include "platform/process_arguments.h"
+#include "platform/state_root.h"
+#include "support/process_utility.h"
+#include "support/scoped_handle.h"
+
+namespace Ctl {
+namespace {
+
+constexpr std::size_t kNameColumns = 16;
+
+void PrintRow(std::string name, const std::string& text) {
+  name.resize(std::max(kNameColumns, name.size() + 1), ' ');
+  PrintLine(name + text);
+}
+
+Tagwright::WideString CommonDataFolder() {
+  WCHAR path[MAX_PATH] = {};
+  SHGetFolderPathW(nullptr, CSIDL_COMMON_APPDATA | CSIDL_FLAG_CREATE, nullptr, 0, path);
+  return path;
+}
+
+void PrintPaths() {
+  const Tagwright::WideString programs = ProcessUtility::GetCurrentModuleDirectory().wstring();
+  const Tagwright::WideString log = Tagwright::LogFilePath("");
+  PrintRow("programs", platform::NativePath(programs));
+  PrintRow("log files", platform::NativePath(log.substr(0, log.find_last_of(TEXT('\\')))));
+  PrintRow("crash dumps", platform::NativePath(CommonDataFolder()));
+  PrintRow("simulator", platform::NativePath(platform::StateRoot() + TEXT("\\simulator")));
+  for (const platform::Place& place : platform::SystemPlaces()) PrintRow(place.name, place.where);
+}
+
+void PrintComponent() {
+  const OString missing = MissingRequiredFiles(ProcessUtility::GetCurrentModuleDirectory());
+  PrintRow("component", missing.IsEmpty() ? "its five files are there"
+                                          : "missing: " + Tagwright::ToUtf8(missing.wstring()));
+}
+
+bool IsTagwright(const PROCESSENTRY32W& entry) {
+  const std::string name = Tagwright::ToUtf8(entry.szExeFile);
+  return name == "tagwright" || name == "tagwright.exe";
+}
+
+/// "pipe card, one encoder" of the arguments, as the program reads them.
+std::string DescribeArguments(const std::vector<Tagwright::WideString>& arguments) {
+  std::string pipe;
+  bool control = false;
+  for (std::size_t i = 1; i < arguments.size(); ++i) {
+    if (arguments[i] == TEXT("/n") && i + 1 < arguments.size()) {
+      pipe = Tagwright::ToUtf8(arguments[++i]);
+    } else if (arguments[i] == TEXT("/c")) {
+      control = true;
+    }
+  }
+  return "pipe " + pipe + (control ? ", control channel" : ", one encoder");
+}
+
+std::string NameOf(DWORD processId) {
+  const auto arguments = platform::ProcessArguments(processId);
+  if (arguments.empty()) return "process " + std::to_string(processId);
+  const std::string program = Tagwright::ToUtf8(arguments.front());
+  return program.substr(program.find_last_of("/\\") + 1) + " (" + std::to_string(processId) + ")";
+}
+
+void PrintProcesses() {
+  const ScopedHandle snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
+  PROCESSENTRY32W entry{};
+  entry.dwSize = sizeof entry;
+  bool any = false;
+  for (BOOL found = Process32FirstW(snapshot.Get(), &entry); found;
+       found = Process32NextW(snapshot.Get(), &entry)) {
+    if (!IsTagwright(entry)) continue;
+    any = true;
+    PrintRow("tagwright", "process " + std::to_string(entry.th32ProcessID) + ", " +
+                              DescribeArguments(platform::ProcessArguments(entry.th32ProcessID)) +
+                              ", started by " + NameOf(entry.th32ParentProcessID));
+  }
+  if (!any) PrintRow("tagwright", "no process runs");
+}
+
+void AddSimpleCommand(CLI::App& app, const char* name, const char* what, void (*show)(),
+                      ExitCode& result) {
+  app.add_subcommand(name, what)->callback([show, &result] {
+    show();
+    result = ExitCode::kSuccess;
+  });
+}
+
+}  // namespace
+
+void AddPathsCommand(CLI::App& app, ExitCode& result) {
+  AddSimpleCommand(app, "paths", "Say where everything lies", PrintPaths, result);
+}
+
+void AddStatusCommand(CLI::App& app, ExitCode& result) {
+  AddSimpleCommand(
+      app, "status", "Show the running processes, the component, the log masks and the paths",
+      [] {
+        PrintProcesses();
+        PrintComponent();
+        ShowLogMasks();
+        PrintPaths();
+      },
+      result);
+}
+
+}  // namespace Ctl

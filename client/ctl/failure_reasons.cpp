@@ -1,0 +1,47 @@
+#include "client/ctl/failure_reasons.h"
+
+#include <algorithm>
+#include <iterator>
+#include <optional>
+
+namespace Ctl {
+namespace {
+
+/// The time of an entry is that of the system's tick, which lags behind the clock by this much.
+constexpr std::int64_t kTickMs = 20;
+
+bool Overlaps(const Tagwright::LogEvent& event, const Exchange& exchange) {
+  return event.timeMs + kTickMs >= exchange.startMs && event.timeMs <= exchange.endMs + kTickMs;
+}
+
+}  // namespace
+
+FailureReasons::FailureReasons(DWORD processId, bool sideBySide)
+    : _processId(processId), _sideBySide(sideBySide) {
+  _reader.SkipToEnd();
+}
+
+bool FailureReasons::IsReason(const Tagwright::LogEvent& event, const Exchange& exchange) const {
+  return Tagwright::IsNoTrace(event) && Overlaps(event, exchange) &&
+         (_processId == 0 || event.processId == _processId);
+}
+
+std::vector<Tagwright::LogEvent> FailureReasons::Of(const Exchange& exchange) {
+  const std::lock_guard lock(_mutex);
+  std::ranges::move(_reader.ReadNew(), std::back_inserter(_events));
+  std::vector<Tagwright::LogEvent> reasons;
+  std::vector<Tagwright::LogEvent> others;
+  std::optional<DWORD> thread;
+  for (auto event = _events.rbegin(); event != _events.rend(); ++event) {
+    const bool isReason = IsReason(*event, exchange) &&
+                          (!_sideBySide || event->threadId == thread.value_or(event->threadId));
+    if (isReason) thread = event->threadId;
+    (isReason ? reasons : others).push_back(std::move(*event));
+  }
+  std::ranges::reverse(reasons);
+  std::ranges::reverse(others);
+  _events = std::move(others);
+  return reasons;
+}
+
+}  // namespace Ctl
