@@ -8,7 +8,9 @@ endif()
 # Compiler options of everything the project owns: link `tagwright_options`.
 add_library(tagwright_options INTERFACE)
 target_include_directories(tagwright_options INTERFACE ${PROJECT_SOURCE_DIR}/src)
-target_compile_options(tagwright_options INTERFACE -Wall -Wextra -Wshadow -Wno-cast-function-type)
+target_compile_options(tagwright_options INTERFACE -Wall -Wextra -Wshadow)
+# GetProcAddress gives every function the type FARPROC, which each caller casts to the function's own.
+target_compile_options(tagwright_options INTERFACE -Wno-cast-function-type)
 # A crash is turned into an exception that is thrown from the instruction that failed.
 target_compile_options(tagwright_options INTERFACE -fnon-call-exceptions
                                                    -fasynchronous-unwind-tables)
@@ -27,6 +29,10 @@ endif()
 if(NOT WIN32)
   # Nothing is bound lazily: a crash must not interrupt the loader, which has a lock to give back.
   target_link_options(tagwright_options INTERFACE LINKER:-z,now)
+endif()
+option(TAGWRIGHT_HARDENED "Build as it is shipped: hardened, with debug information" OFF)
+if(TAGWRIGHT_HARDENED)
+  include(cmake/hardening.cmake)
 endif()
 if(WIN32)
   target_compile_definitions(tagwright_options INTERFACE UNICODE _UNICODE _WIN32_WINNT=0x0601)

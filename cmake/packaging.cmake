@@ -1,14 +1,12 @@
-# What is installed besides the component, and the packages made of it: a .deb on Linux, a .zip for
-# Windows.
+# What is installed besides the simulator and the kit for drivers. scripts/package makes packages of it.
+include(cmake/notices.cmake)
 install(TARGETS tagwright tagwrightctl RUNTIME DESTINATION ${TAGWRIGHT_PROGRAM_FOLDER})
-install(FILES README.md DESTINATION ${TAGWRIGHT_DOC_FOLDER})
-install(DIRECTORY docs examples DESTINATION ${TAGWRIGHT_DOC_FOLDER})
 install(FILES resources/zsdk_job.xsd DESTINATION ${TAGWRIGHT_DATA_FOLDER})
 
-set(CPACK_PACKAGE_NAME tagwright)
-set(CPACK_PACKAGE_VENDOR Brennick)
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Encodes the RFID tags of printed cards for the printer driver")
-set(CPACK_STRIP_FILES ON)
+# The pages for those who use the program; those for its developers speak of a source tree.
+install(FILES packaging/readme.md DESTINATION ${TAGWRIGHT_DOC_FOLDER} RENAME README.md)
+install(DIRECTORY docs examples DESTINATION ${TAGWRIGHT_DOC_FOLDER}
+        PATTERN architecture.md EXCLUDE PATTERN building.md EXCLUDE)
 
 if(WIN32)
   install(TARGETS bkevtmsg LIBRARY DESTINATION ${TAGWRIGHT_PROGRAM_FOLDER})
@@ -16,7 +14,11 @@ if(WIN32)
                  @ONLY NEWLINE_STYLE CRLF)
   install(FILES ${CMAKE_BINARY_DIR}/resources/event-source.cmd
           DESTINATION ${TAGWRIGHT_PROGRAM_FOLDER})
-  set(CPACK_GENERATOR ZIP)
+  configure_file(${TAGWRIGHT_NOTICES} ${CMAKE_BINARY_DIR}/resources/copyright.txt
+                 COPYONLY)
+  install(FILES ${CMAKE_BINARY_DIR}/resources/copyright.txt DESTINATION ${TAGWRIGHT_DOC_FOLDER})
+  install(FILES ${CMAKE_BINARY_DIR}/resources/copyright.txt DESTINATION ${TAGWRIGHT_DOC_FOLDER}
+          COMPONENT simulator)
 else()
   install(TARGETS tagwright_platform LIBRARY DESTINATION ${TAGWRIGHT_PROGRAM_FOLDER})
   file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/links)
@@ -25,12 +27,7 @@ else()
          SYMBOLIC)
     install(FILES ${CMAKE_BINARY_DIR}/links/${program} DESTINATION bin)
   endforeach()
-  set(CPACK_GENERATOR DEB)
-  set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
-  set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-  set(CPACK_DEBIAN_PACKAGE_MAINTAINER "Brennick driver development <drivers@brennick.invalid>")
-  set(CPACK_DEBIAN_PACKAGE_SECTION misc)
-  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_BINARY_DIR}/bin)
+  install(FILES packaging/man/tagwright.1 packaging/man/tagwrightctl.1 DESTINATION share/man/man1)
+  install(FILES packaging/tagwrightctl.bash-completion
+          DESTINATION share/bash-completion/completions RENAME tagwrightctl)
 endif()
-include(CPack)
