@@ -29,7 +29,7 @@ TEST(ProcessTest, HandleIsSignalledAndTellsTheExitCodeAtTheEnd) {
   EXPECT_EQ(exitCode, static_cast<DWORD>(STILL_ACTIVE));
   EXPECT_EQ(WaitForSingleObject(opened, 0), static_cast<DWORD>(WAIT_TIMEOUT));
   victim.Release();
-  EXPECT_EQ(WaitForSingleObject(opened, 60000), WAIT_OBJECT_0);
+  EXPECT_EQ(WaitForSingleObject(opened, ChildProcess::kLongMs), WAIT_OBJECT_0);
   EXPECT_EQ(victim.ExitCode(), 7U);
   CloseHandle(opened);
 }
