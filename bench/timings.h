@@ -31,6 +31,8 @@ class Timings {
     _durations.emplace_back(std::chrono::steady_clock::now() - start);
   }
 
+  void AddDuration(Microseconds duration) { _durations.push_back(duration); }
+
   /// The value that this fraction of all does not exceed. There must be one at least.
   Microseconds Quantile(double fraction) const;
 

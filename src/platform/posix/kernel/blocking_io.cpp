@@ -51,16 +51,11 @@ int PendingIoList::EndAll(DWORD error) {
   return ended;
 }
 
-void PendingIoList::WakeAllBut(const PendingIo& operation) {
+void PendingIoList::WakeAll() {
   const std::lock_guard lock(_lock);
-  for (PendingIo* other = _first; other != nullptr; other = other->_next) {
-    if (other != &operation) WakeFromBlockingIo(other->_thread);
+  for (PendingIo* operation = _first; operation != nullptr; operation = operation->_next) {
+    WakeFromBlockingIo(operation->_thread);
   }
-}
-
-bool PendingIoList::IsEmpty() {
-  const std::lock_guard lock(_lock);
-  return _first == nullptr;
 }
 
 PendingIo::PendingIo(PendingIoList& list) : _list(list), _thread(pthread_self()) {

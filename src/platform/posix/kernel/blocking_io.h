@@ -22,12 +22,11 @@ class PendingIoList {
   /// Ends every operation that has not been ended yet; each then reports `error`, which is not 0.
   /// Returns how many there were.
   int EndAll(DWORD error);
-  bool IsEmpty();
+  /// Makes every operation look again.
+  void WakeAll();
 
  private:
   friend class PendingIo;
-  void WakeAllBut(const PendingIo& operation);
-
   std::mutex _lock;
   PendingIo* _first = nullptr;  // Guarded by the lock, like the operations' links.
 };
@@ -46,9 +45,6 @@ class PendingIo {
   /// or ERROR_OPERATION_ABORTED when the thread is to be terminated. `fd` -1 waits for others
   /// alone.
   DWORD WaitFor(int fd, short events);
-
-  /// Makes the other operations on the list look again.
-  void WakeOthers() { _list.WakeAllBut(*this); }
 
  private:
   friend class PendingIoList;

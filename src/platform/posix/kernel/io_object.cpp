@@ -18,10 +18,11 @@ template <class Transfer>
 BOOL RunTransfer(HANDLE file, LPDWORD count, LPOVERLAPPED overlapped, Transfer transfer) {
   if (count != nullptr) *count = 0;
   if (overlapped != nullptr) return Fail(ERROR_INVALID_PARAMETER);
-  const auto object = Lookup<IoObject>(file);
-  if (!object) return FALSE;
+  const auto object = platform::LookupObject(file);
+  IoObject* const target = object ? object->AsIoObject() : nullptr;
+  if (target == nullptr) return Fail(ERROR_INVALID_HANDLE);
   DWORD done = 0;
-  const DWORD error = transfer(*object, done);
+  const DWORD error = transfer(*target, done);
   if (count != nullptr) *count = done;
   return Report(error);
 }

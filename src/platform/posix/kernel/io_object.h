@@ -11,6 +11,8 @@ namespace platform {
 /// harm.
 class IoObject : public Object {
  public:
+  IoObject* AsIoObject() final { return this; }
+
   /// `done` is the number of bytes read; written on success only.
   virtual DWORD Read(void* buffer, DWORD size, DWORD& done) = 0;
   /// `done` is the number of bytes written; written on success only.

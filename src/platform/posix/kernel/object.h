@@ -9,6 +9,8 @@
 
 namespace platform {
 
+class IoObject;
+
 /// A counted object. What can be waited for derives from Waitable (wait_engine.h).
 class Object : public std::enable_shared_from_this<Object> {
  public:
@@ -20,6 +22,10 @@ class Object : public std::enable_shared_from_this<Object> {
   /// Called without any lock of the table or the engine when the last handle has been closed. The
   /// object itself goes with the last reference, which a blocked call may still hold.
   virtual void OnLastHandleClosed() {}
+
+  /// The object as what ReadFile and WriteFile work on (io_object.h); null for any other kind. Every
+  /// request asks twice, and a cast would cost it as much as half a system call.
+  virtual IoObject* AsIoObject() { return nullptr; }
 
  private:
   friend class HandleTable;

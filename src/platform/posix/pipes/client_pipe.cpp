@@ -20,7 +20,7 @@ DWORD ClientPipe::Write(const void* buffer, DWORD size, DWORD& done) {
 
 void ClientPipe::OnLastHandleClosed() {
   CancelPending();
-  _stream->Shut();
+  _stream->Shut(ERROR_OPERATION_ABORTED);
 }
 
 std::shared_ptr<PipeStream> ClientPipe::Stream(DWORD&) { return _stream; }

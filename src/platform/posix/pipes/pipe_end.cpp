@@ -4,34 +4,22 @@
 
 namespace platform {
 
-template <class Operation>
-DWORD PipeEnd::Run(Operation operation) {
-  PendingIo pending(_transfers);
+DWORD PipeEnd::Read(void* buffer, DWORD size, DWORD& done) {
   DWORD error = 0;
   const std::shared_ptr<PipeStream> stream = Stream(error);
-  if (!stream) return error;
-  const DWORD result = operation(*stream, pending);
-  if (result == 0 || result == ERROR_OPERATION_ABORTED) return result;
-  return Stream(error) == stream ? result : error;
-}
-
-DWORD PipeEnd::Read(void* buffer, DWORD size, DWORD& done) {
-  return Run([&](PipeStream& stream, PendingIo& pending) {
-    const DWORD error = stream.Read(pending, buffer, size, done);
-    // What was received beyond this call's share is for a reader who waits for the socket.
-    if (stream.HasReadAhead()) pending.WakeOthers();
-    return error;
-  });
+  return stream ? stream->Read(_transfers, buffer, size, done) : error;
 }
 
 DWORD PipeEnd::Write(const void* buffer, DWORD size, DWORD& done) {
-  return Run([&](PipeStream& stream, PendingIo& pending) {
-    return stream.Write(pending, buffer, size, done);
-  });
+  DWORD error = 0;
+  const std::shared_ptr<PipeStream> stream = Stream(error);
+  return stream ? stream->Write(_transfers, buffer, size, done) : error;
 }
 
 DWORD PipeEnd::Flush() {
-  return Run([](PipeStream& stream, PendingIo& pending) { return stream.Flush(pending); });
+  DWORD error = 0;
+  const std::shared_ptr<PipeStream> stream = Stream(error);
+  return stream ? stream->Flush(_transfers) : error;
 }
 
 int PipeEnd::CancelPending() { return _transfers.EndAll(ERROR_OPERATION_ABORTED); }

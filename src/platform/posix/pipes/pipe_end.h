@@ -9,7 +9,7 @@
 
 namespace platform {
 
-/// A connection to work on, and a list of the transfers that are pending on it.
+/// A connection to work on, and a list of the transfers that are blocked on it.
 class PipeEnd : public IoObject {
  public:
   DWORD Read(void* buffer, DWORD size, DWORD& done) override;
@@ -22,12 +22,6 @@ class PipeEnd : public IoObject {
   virtual std::shared_ptr<PipeStream> Stream(DWORD& error) = 0;
 
   PendingIoList _transfers;
-
- private:
-  /// Runs `operation` (stream, pending) on the present connection as a call that can be ended. One
-  /// that fails because the connection was given up meanwhile reports that.
-  template <class Operation>
-  DWORD Run(Operation operation);
 };
 
 }  // namespace platform

@@ -94,15 +94,17 @@ DWORD ServerPipe::Listen() {
 }
 
 void ServerPipe::AdmitWaitingClient() {
-  Listener finished;
-  {
-    const std::lock_guard guard(_lock);
-    if (_state == State::kListening && HasWaitingClient(_listener.socket.Get())) {
-      finished = std::exchange(_listener, {});
-      Accept(finished.socket.Get());
-    }
-  }
+  std::unique_lock guard(_lock);
+  AdmitWaitingClient(guard);
+}
+
+void ServerPipe::AdmitWaitingClient(std::unique_lock<std::mutex>& guard) {
+  if (_state != State::kListening || !HasWaitingClient(_listener.socket.Get())) return;
+  Listener finished = std::exchange(_listener, {});
+  Accept(finished.socket.Get());
+  guard.unlock();
   EndListener(std::move(finished));
+  guard.lock();
 }
 
 void ServerPipe::Accept(int listener) {
@@ -172,7 +174,7 @@ void ServerPipe::Leave(State state, DWORD error) {
   // Calls end before the connection does, so that they report the reason and not a broken pipe.
   _transfers.EndAll(error);
   _connecting.EndAll(error);
-  if (client) client->Shut();
+  if (client) client->Shut(error);
   EndListener(std::move(listener));
 }
 
@@ -181,8 +183,8 @@ void ServerPipe::EndListener(Listener listener) {
 }
 
 std::shared_ptr<PipeStream> ServerPipe::Stream(DWORD& error) {
-  AdmitWaitingClient();
-  const std::lock_guard guard(_lock);
+  std::unique_lock guard(_lock);
+  AdmitWaitingClient(guard);
   switch (_state) {
     case State::kListening:
       error = ERROR_PIPE_LISTENING;
@@ -203,11 +205,8 @@ void ServerPipe::GiveBackDescriptors() {
 
 void ServerPipe::GiveBackDescriptor() {
   const std::lock_guard guard(_lock);
-  // A pending call has entered the list before it looks at the connection, so none is missed here:
-  // either it is in the list, or it will find the new connection.
-  if (_client && _transfers.IsEmpty() && _client->IsOver()) {
-    _client = std::make_shared<PipeStream>();
-  }
+  // A call that is in progress keeps the old connection, and its descriptor, to its end.
+  if (_client && _client->IsOver()) _client = std::make_shared<PipeStream>();
 }
 
 }  // namespace platform

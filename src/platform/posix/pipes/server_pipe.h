@@ -51,6 +51,8 @@ class ServerPipe : public PipeEnd {
   /// thread calls it as soon as there is one; other threads call it so that they never miss a
   /// client that came before.
   void AdmitWaitingClient();
+  /// The same with the lock held; it is given up for a moment when there is a client.
+  void AdmitWaitingClient(std::unique_lock<std::mutex>& guard);
   /// Called with the lock held.
   void Accept(int listener);
   /// Moves to `state`; blocked calls end with `error`, and so do the connection and the listener.

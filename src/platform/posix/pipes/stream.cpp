@@ -41,13 +41,26 @@ PipeStream::~PipeStream() {
   if (_ahead) explicit_bzero(_ahead.get() + _aheadStart, _aheadSize);
 }
 
-DWORD PipeStream::Read(PendingIo& pending, void* buffer, DWORD size, DWORD& done) {
+DWORD PipeStream::Failure(DWORD error) const {
+  const DWORD shutWith = _shutWith;
+  return shutWith != 0 ? shutWith : error;
+}
+
+DWORD PipeStream::Read(PendingIoList& transfers, void* buffer, DWORD size, DWORD& done) {
   if (size == 0) return 0;
   DWORD error = 0;
   while (TryRead(buffer, size, done, error) == Attempt::kWouldBlock) {
-    if (const DWORD ended = pending.WaitFor(_socket.Get(), POLLIN)) return ended;
+    if (const DWORD ended = WaitForInput(transfers)) return ended;
   }
-  return error;
+  // What has been received beyond this call's share is for readers who wait for the socket.
+  if (_aheadSize > 0) transfers.WakeAll();
+  return error == 0 ? 0 : Failure(error);
+}
+
+DWORD PipeStream::WaitForInput(PendingIoList& transfers) {
+  PendingIo pending(transfers);
+  // Looked at again now that a reader who receives for others would find this one in the list.
+  return _aheadSize > 0 ? 0 : pending.WaitFor(_socket.Get(), POLLIN);
 }
 
 PipeStream::Attempt PipeStream::TryRead(void* buffer, DWORD size, DWORD& done, DWORD& error) {
@@ -93,12 +106,7 @@ DWORD PipeStream::TakeReadAhead(void* buffer, DWORD size) {
   return static_cast<DWORD>(taken);
 }
 
-bool PipeStream::HasReadAhead() {
-  const std::lock_guard lock(_readLock);
-  return _aheadSize > 0;
-}
-
-DWORD PipeStream::Write(PendingIo& pending, const void* buffer, DWORD size, DWORD& done) {
+DWORD PipeStream::Write(PendingIoList& transfers, const void* buffer, DWORD size, DWORD& done) {
   if (!_socket) return ERROR_NO_DATA;
   const char* const bytes = static_cast<const char*>(buffer);
   DWORD sent = 0;
@@ -110,18 +118,21 @@ DWORD PipeStream::Write(PendingIo& pending, const void* buffer, DWORD size, DWOR
       continue;
     }
     const int error = errno;
-    if (!IsTransient(error)) return WriteError(error);
+    if (!IsTransient(error)) return Failure(WriteError(error));
+    PendingIo pending(transfers);
     if (const DWORD ended = pending.WaitFor(_socket.Get(), POLLOUT)) return ended;
   }
   done = sent;
   return 0;
 }
 
-DWORD PipeStream::Flush(PendingIo& pending) {
-  return HasUnreadOutput() ? WaitUntilRead(pending) : 0;
+DWORD PipeStream::Flush(PendingIoList& transfers) {
+  const DWORD error = HasUnreadOutput() ? WaitUntilRead(transfers) : 0;
+  return error == 0 || error == ERROR_OPERATION_ABORTED ? error : Failure(error);
 }
 
-DWORD PipeStream::WaitUntilRead(PendingIo& pending) {
+DWORD PipeStream::WaitUntilRead(PendingIoList& transfers) {
+  PendingIo pending(transfers);
   // Edge-triggered, because a socket is writable long before its peer has read everything: each
   // buffer that the peer frees is an edge of its own.
   const UniqueFd progress(epoll_create1(EPOLL_CLOEXEC));
@@ -151,11 +162,15 @@ bool PipeStream::PeerHasGone() const {
 
 bool PipeStream::IsOver() {
   char next = 0;
-  return PeerHasGone() && !HasReadAhead() &&
+  const std::lock_guard lock(_readLock);
+  return _aheadSize == 0 && PeerHasGone() &&
          recv(_socket.Get(), &next, 1, MSG_PEEK | MSG_DONTWAIT) <= 0;
 }
 
-void PipeStream::Shut() { shutdown(_socket.Get(), SHUT_RDWR); }
+void PipeStream::Shut(DWORD error) {
+  _shutWith = error;
+  shutdown(_socket.Get(), SHUT_RDWR);
+}
 
 bool PipeStream::HasUnreadOutput() const {
   int unread = 0;

@@ -2,6 +2,7 @@
 /// another thread can end a blocked call.
 #pragma once
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 
@@ -10,8 +11,9 @@
 
 namespace platform {
 
-/// Any thread may call it. Operations return a system error code, 0 for success, and block in
-/// `pending`, whose ending they report.
+/// Any thread may call it. Operations return a system error code, 0 for success. One that has to
+/// block enters the list that it is given, and reports what it is ended with; after Shut, what Shut
+/// was given.
 class PipeStream {
  public:
   /// What a read takes from the socket.
@@ -32,40 +34,44 @@ class PipeStream {
 
   /// Blocks until at least one byte is there. ERROR_BROKEN_PIPE when the peer has closed and
   /// nothing is left to read.
-  DWORD Read(PendingIo& pending, void* buffer, DWORD size, DWORD& done);
+  DWORD Read(PendingIoList& transfers, void* buffer, DWORD size, DWORD& done);
   /// Blocks until the system has taken all bytes. ERROR_NO_DATA when the peer has closed.
-  DWORD Write(PendingIo& pending, const void* buffer, DWORD size, DWORD& done);
+  DWORD Write(PendingIoList& transfers, const void* buffer, DWORD size, DWORD& done);
   /// Blocks until the peer has read everything. ERROR_BROKEN_PIPE when it closes before.
-  DWORD Flush(PendingIo& pending);
+  DWORD Flush(PendingIoList& transfers);
 
   /// Whether the other end has been closed altogether (one that only stopped sending is still
   /// there).
   bool PeerHasGone() const;
   /// Whether the peer has gone and nothing of it is left to read.
   bool IsOver();
-  /// Whether bytes have been received that nobody has read.
-  bool HasReadAhead();
-  /// Ends the connection for both sides; the descriptor stays valid for calls still in progress.
-  void Shut();
+  /// Ends the connection for both sides; operations fail with `error` from now on. The descriptor
+  /// stays valid for those still in progress.
+  void Shut(DWORD error);
 
  private:
   enum class Attempt { kDone, kWouldBlock };
 
   bool HasUnreadOutput() const;
-  DWORD WaitUntilRead(PendingIo& pending);
+  DWORD WaitUntilRead(PendingIoList& transfers);
   /// One attempt that does not block; `error` is written when it is done.
   Attempt TryRead(void* buffer, DWORD size, DWORD& done, DWORD& error);
+  /// Sleeps until a read may succeed.
+  DWORD WaitForInput(PendingIoList& transfers);
+  /// What an operation that failed with `error` reports.
+  DWORD Failure(DWORD error) const;
   DWORD TakeReadAhead(void* buffer, DWORD size);
   ssize_t Receive(void* buffer, DWORD size);
 
   const UniqueFd _socket;
   const Receives _receives = Receives::kOnlyWhatIsRead;
+  std::atomic<DWORD> _shutWith{0};
 
   std::mutex _readLock;  // Guards what follows; held for an attempt, not for a sleep.
   /// What was received ahead: `_aheadSize` bytes from `_aheadStart`. Allocated at the first read.
   std::unique_ptr<std::byte[]> _ahead;
   std::size_t _aheadStart = 0;
-  std::size_t _aheadSize = 0;
+  std::atomic<std::size_t> _aheadSize{0};  // Written with the lock held, also read without it.
 };
 
 }  // namespace platform

@@ -1,7 +1,0 @@
-#include "bench/echo.h"
-
-namespace Bench {
-
-std::optional<Timings> SocketEcho(int) { return std::nullopt; }
-
-}  // namespace Bench

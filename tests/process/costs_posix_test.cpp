@@ -1,0 +1,148 @@
+// What a request costs on any machine: system calls by kind, and how often an idle process wakes
+// up.
+#include <gmock/gmock.h>
+#include <sys/ptrace.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+
+#include <atomic>
+#include <map>
+#include <thread>
+
+#include "process/control_fixture.h"
+
+namespace {
+
+std::vector<pid_t> ThreadsOf(DWORD process) {
+  std::vector<pid_t> threads;
+  for (const auto& entry :
+       std::filesystem::directory_iterator("/proc/" + std::to_string(process) + "/task")) {
+    threads.push_back(std::stoi(entry.path().filename()));
+  }
+  return threads;
+}
+
+/// Counts the system calls of one thread of another process, as a debugger would.
+class SystemCalls {
+ public:
+  explicit SystemCalls(pid_t thread) : _tracer([this, thread] { Trace(thread); }) {
+    _isTracing.wait(false);
+  }
+  ~SystemCalls() {
+    if (_tracer.joinable()) _tracer.join();
+  }
+  SystemCalls(const SystemCalls&) = delete;
+  SystemCalls& operator=(const SystemCalls&) = delete;
+
+  /// What has been counted; the thread is let go of at its next system call, which `cause` brings
+  /// about.
+  template <class Cause>
+  const std::map<long, int>& Finish(Cause cause) {
+    _isFinished = true;
+    cause();
+    _tracer.join();
+    return _counts;
+  }
+
+ private:
+  void Trace(pid_t thread) {
+    ptrace(PTRACE_SEIZE, thread, nullptr, PTRACE_O_TRACESYSGOOD);
+    ptrace(PTRACE_INTERRUPT, thread, nullptr, nullptr);
+    for (int status = 0; waitpid(thread, &status, __WALL) == thread && WIFSTOPPED(status);) {
+      if (_isFinished) break;
+      __ptrace_syscall_info call{};
+      if (WSTOPSIG(status) == (SIGTRAP | 0x80) &&
+          ptrace(PTRACE_GET_SYSCALL_INFO, thread, sizeof call, &call) > 0 &&
+          call.op == PTRACE_SYSCALL_INFO_ENTRY) {
+        ++_counts[static_cast<long>(call.entry.nr)];
+      }
+      ptrace(PTRACE_SYSCALL, thread, nullptr, nullptr);
+      _isTracing = true;
+      _isTracing.notify_all();
+    }
+    ptrace(PTRACE_DETACH, thread, nullptr, nullptr);
+  }
+
+  std::map<long, int> _counts;  // The tracer's until it has been joined.
+  std::atomic<bool> _isTracing{false};
+  std::atomic<bool> _isFinished{false};
+  std::thread _tracer;
+};
+
+class Costs : public ControlTest {
+ protected:
+  static constexpr int kRequests = 50;
+
+  void SetUp() override { _log.SetMask(0); }
+
+  /// The system calls of the message thread for so many requests, one after another.
+  std::map<long, int> CallsFor(std::uint32_t type, const std::string& payload,
+                               std::uint32_t status) {
+    EXPECT_EQ(_client.Ask(type, payload)->status, status);  // The first one makes what lasts.
+    const auto threads = ThreadsOf(_tagwright.Id());
+    SystemCalls calls(*std::max_element(threads.begin(), threads.end()));
+    for (int request = 0; request < kRequests; ++request) {
+      EXPECT_EQ(_client.Ask(type, payload)->status, status);
+    }
+    return calls.Finish([&] { _client.Ask(0x301, ""); });
+  }
+
+  /// Waiting for a request, receiving it and replying; takes them out of `calls`.
+  static void ExpectTransfers(std::map<long, int>& calls) {
+    EXPECT_EQ(calls[SYS_sendto], kRequests);
+    EXPECT_LE(calls[SYS_recvmsg], 2 * kRequests + 1) << "one finds nothing when it comes early";
+    EXPECT_LE(calls[SYS_ppoll], kRequests + 1);
+    EXPECT_LE(calls[SYS_rt_sigprocmask], 1) << "before the first wait";
+    for (const long call : {SYS_sendto, SYS_recvmsg, SYS_ppoll, SYS_rt_sigprocmask}) {
+      calls.erase(call);
+    }
+  }
+};
+
+TEST_F(Costs, ARequestIsReceivedAndAnswered) {
+  StartTagwright();
+  for (const std::size_t payloadBytes : {0, 1024, 64 * 1024}) {
+    auto calls = CallsFor(0x301, std::string(payloadBytes, 'x'), 200002);
+    ExpectTransfers(calls);
+    EXPECT_THAT(calls, testing::IsEmpty()) << payloadBytes;
+  }
+}
+
+TEST_F(Costs, AJobLooksAtItsFiles) {
+  _tagwright.Start("instant\\tagwright", "/n " + _pipeName);
+  _tagwright.Connect(_client, _pipeName);
+  auto calls = CallsFor(0x200, Example("card.xml"), 0);
+  ExpectTransfers(calls);
+  EXPECT_EQ(calls[SYS_newfstatat], 5 * kRequests) << "the required files";
+  EXPECT_EQ(calls[SYS_openat], kRequests) << "whether a debugger listens";
+  calls.erase(SYS_newfstatat);
+  calls.erase(SYS_openat);
+  EXPECT_THAT(calls, testing::IsEmpty());
+}
+
+TEST_F(Costs, AnIdleProcessSleeps) {
+  StartController();
+  AddEncoder().Expect(200002, 0x301);
+  const auto wakeUps = [&] {
+    long sum = 0;
+    for (const pid_t thread : ThreadsOf(_tagwright.Id())) {
+      std::ifstream status("/proc/" + std::to_string(_tagwright.Id()) + "/task/" +
+                           std::to_string(thread) + "/status");
+      for (std::string word; status >> word;) {
+        long switches = 0;
+        if (word == "voluntary_ctxt_switches:" && status >> switches) sum += switches;
+      }
+    }
+    return sum;
+  };
+  long before = -1;
+  // The last threads of the start and of the request may still be on their way to sleep.
+  _tagwright.Await([&] {
+    const long previous = std::exchange(before, wakeUps());
+    return previous == before;
+  });
+  Sleep(10000);
+  EXPECT_EQ(wakeUps(), before);
+}
+
+}  // namespace
