@@ -23,8 +23,8 @@ class Object : public std::enable_shared_from_this<Object> {
   /// object itself goes with the last reference, which a blocked call may still hold.
   virtual void OnLastHandleClosed() {}
 
-  /// The object as what ReadFile and WriteFile work on (io_object.h); null for any other kind. Every
-  /// request asks twice, and a cast would cost it as much as half a system call.
+  /// The object as what ReadFile and WriteFile work on (io_object.h); null for any other kind.
+  /// Every request asks twice, and a cast would cost it as much as half a system call.
   virtual IoObject* AsIoObject() { return nullptr; }
 
  private:
