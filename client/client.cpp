@@ -1,6 +1,6 @@
 #include "client/client.h"
 
-#include "client/exact_io.h"
+#include "pipe/exact_transfer.h"
 
 namespace Tagwright {
 namespace {
@@ -37,10 +37,7 @@ bool IsReplyTo(std::uint32_t messageType, const MessageHeader& reply) {
 
 DWORD WriteAll(HANDLE pipe, const void* bytes, std::size_t size) {
   return TransferExactly(static_cast<const std::uint8_t*>(bytes), static_cast<DWORD>(size),
-                         [pipe](const std::uint8_t* piece, DWORD length, DWORD* done) {
-                           return WriteFile(pipe, piece, length, done, nullptr) ? ERROR_SUCCESS
-                                                                                : GetLastError();
-                         });
+                         WritingTo(pipe));
 }
 
 }  // namespace
@@ -97,11 +94,8 @@ DWORD Client::WriteRequest(std::uint32_t messageType, std::span<const std::uint8
 }
 
 DWORD Client::ReadReply(MessageHeader& reply) {
-  return TransferExactly(
-      reinterpret_cast<std::uint8_t*>(&reply), sizeof(reply),
-      [this](std::uint8_t* piece, DWORD length, DWORD* done) {
-        return ReadFile(_pipe.Get(), piece, length, done, nullptr) ? ERROR_SUCCESS : GetLastError();
-      });
+  return TransferExactly(reinterpret_cast<std::uint8_t*>(&reply), sizeof(reply),
+                         ReadingFrom(_pipe.Get()));
 }
 
 SendResult Client::Fail(ClientErrorKind kind, DWORD systemError) {

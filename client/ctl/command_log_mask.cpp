@@ -9,7 +9,6 @@
 #include "platform/native_path.h"
 #include "support/log_levels.h"
 #include "support/scoped_handle.h"
-#include "support/scoped_key.h"
 
 namespace Ctl {
 namespace {

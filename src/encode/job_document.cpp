@@ -4,28 +4,16 @@
 #include <string>
 #include <string_view>
 
-#include "support/secure_wipe.h"
+#include "support/wiped_buffer.h"
 
 namespace {
 
-/// A NUL-terminated copy of the payload, wiped before it is freed.
-class PayloadCopy {
- public:
-  PayloadCopy(const unsigned char* buffer, DWORD sizeBytes)
-      : _sizeBytes(std::size_t{sizeBytes} + 1), _text(new char[_sizeBytes]) {
-    std::copy_n(buffer, sizeBytes, _text.get());
-    _text[sizeBytes] = 0;
-  }
-  ~PayloadCopy() { SecureWipe(_text.get(), _sizeBytes); }
-  PayloadCopy(const PayloadCopy&) = delete;
-  PayloadCopy& operator=(const PayloadCopy&) = delete;
-
-  const char* Text() const { return _text.get(); }
-
- private:
-  std::size_t _sizeBytes;
-  std::unique_ptr<char[]> _text;
-};
+/// A NUL-terminated copy of the payload.
+WipedBuffer Terminated(const unsigned char* buffer, DWORD sizeBytes) {
+  WipedBuffer copy(std::size_t{sizeBytes} + 1);
+  *std::copy_n(buffer, sizeBytes, copy.Data()) = 0;
+  return copy;
+}
 
 /// The parser calls itself once a level, so that deep nesting would use up the stack. The number of
 /// markup signs bounds the depth of every document, whatever its comments and quotes look like; a
@@ -64,12 +52,13 @@ void JobDocumentDeleter::operator()(TiXmlDocument* document) const {
 }
 
 JobDocumentPtr ParseJobDocument(const unsigned char* buffer, DWORD sizeBytes) {
-  const PayloadCopy copy(buffer, sizeBytes);
+  const WipedBuffer copy = Terminated(buffer, sizeBytes);
+  const auto* const text = reinterpret_cast<const char*>(copy.Data());
   JobDocumentPtr document(new TiXmlDocument());
-  if (HasTooMuchMarkup(copy.Text())) {
+  if (HasTooMuchMarkup(text)) {
     document->SetError(TiXmlBase::TIXML_ERROR, nullptr, nullptr, TIXML_ENCODING_UNKNOWN);
     return document;
   }
-  document->Parse(copy.Text(), nullptr, TIXML_ENCODING_UNKNOWN);
+  document->Parse(text, nullptr, TIXML_ENCODING_UNKNOWN);
   return document;
 }

@@ -1,5 +1,4 @@
 /// The connection thread: it waits in ConnectNamedPipe while the message thread keeps the time.
-#include "pipe/blocking_call.h"
 #include "pipe/pipe_server.h"
 #include "support/thread_procedure.h"
 #include "support/thread_termination.h"
@@ -14,19 +13,25 @@ constexpr char kWaitClient[] = "PipeServer::WaitClientConnection";
 bool PipeServer::WaitClientConnection(DWORD timeout) {
   Log::Information(
       [&] { return LogIntro(kWaitClient) << "Enter. Timeout: 0x" << FormatHex(timeout); });
-  const auto thread =
-      reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, ConnectThreadProc, this, 0, nullptr));
-  if (thread == nullptr) {
+  if (!StartConnectionThread()) {
     Log::Error([&] { return LogIntro(kWaitClient) << "Couldn't start connnect thread"; });
     return false;
   }
-  _hConnectThread = thread;
-  const HANDLE handles[] = {_hShutdownEvent, thread};
+  const HANDLE handles[] = {_channel.ShutdownEvent(), _hConnectThread};
   const DWORD result = WaitForMultipleObjects(2, handles, FALSE, timeout);
   const bool connected = ReportConnectionWait(result);
   // Shutdown has cancelled the wait for the client: the thread is on its way out.
   EndConnectionThread(result == WAIT_OBJECT_0 ? kCancelledConnectionEndMs : 0);
   return connected;
+}
+
+bool PipeServer::StartConnectionThread() {
+  OAutoLock lock(_connectionStartLock);
+  const auto thread =
+      reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, ConnectThreadProc, this, 0, nullptr));
+  if (thread == nullptr) return false;
+  _hConnectThread = thread;
+  return true;
 }
 
 void PipeServer::EndConnectionThread(DWORD endTimeMs) {
@@ -35,7 +40,7 @@ void PipeServer::EndConnectionThread(DWORD endTimeMs) {
   if (endTimeMs != 0) WaitForSingleObject(thread, endTimeMs);
   if (IsActive(thread)) {
     TerminateBetweenLogLines(thread, kTerminatedThreadExitCode);
-    _blockingCalls = 0;  // It cannot take its announcement back, and nobody else has made one.
+    _channel.ForgetAnnouncedCalls();  // Nobody else makes a call while this thread is there.
   }
   // Whoever ends it first closes the handle.
   if (_hConnectThread.exchange(INVALID_HANDLE_VALUE) != INVALID_HANDLE_VALUE) CloseHandle(thread);
@@ -55,7 +60,7 @@ bool PipeServer::ReportConnectionWait(DWORD waitResult) const {
           [&] {
             return LogIntro(kWaitClient)
                    << "Connection thread exited without connecting. _shutdown = "
-                   << static_cast<int>(_shutdown);
+                   << static_cast<int>(_channel.IsShutdown());
           },
           LogLevel::kDetailInfo);
       return false;
@@ -77,17 +82,11 @@ unsigned __stdcall PipeServer::ConnectThreadProc(void* parameter) {
   return 0;
 }
 
-DWORD PipeServer::ConnectPipe() {
-  BlockingCall call(*this);
-  if (IsShutdown()) return ERROR_OPERATION_ABORTED;
-  return ConnectNamedPipe(_hPipe, nullptr) ? ERROR_SUCCESS : GetLastError();
-}
-
 void PipeServer::ConnectClient() try {
   const auto intro = [&] { return StaticLogIntro(kConnectThread.Name(), _pipeName); };
   Log::Information([&] { return intro() << "Enter"; });
   InitializeApartment(intro);
-  const DWORD error = ConnectPipe();
+  const DWORD error = _channel.Connect();
   _connected = error == ERROR_SUCCESS || error == ERROR_PIPE_CONNECTED;
   if (_connected) {
     Log::Information([&] { return intro() << "ConnectNamedPipe succeeded"; });

@@ -1,42 +1,18 @@
 /// The message thread: requests one after another, each with its reply.
+#include <algorithm>
 #include <exception>
-#include <memory>
 
-#include "pipe/blocking_call.h"
 #include "pipe/pipe_server.h"
-#include "support/secure_wipe.h"
 #include "support/thread_procedure.h"
+#include "support/wiped_buffer.h"
 
 namespace {
 
 constexpr Tracer kMessageThread{"PipeServer::ProcessMessagesThread"};
 constexpr Tracer kMessageLoop{"PipeServer::ProcessMessages"};
 
-/// How long the loop waits after a failed read before it tries again.
-constexpr DWORD kFailedReadPauseMs = 500;
-
 /// A refused payload is read in pieces of this size and dropped.
 constexpr DWORD kDrainPieceBytes = 64 * 1024;
-
-/// A payload of exactly the announced size; it held a job, so it is wiped before it is freed.
-class PayloadBuffer {
- public:
-  explicit PayloadBuffer(DWORD sizeBytes)
-      : _sizeBytes(sizeBytes),
-        _bytes(sizeBytes == 0 ? nullptr : std::make_unique_for_overwrite<BYTE[]>(sizeBytes)) {}
-  ~PayloadBuffer() {
-    if (_bytes) SecureWipe(_bytes.get(), _sizeBytes);
-  }
-  PayloadBuffer(const PayloadBuffer&) = delete;
-  PayloadBuffer& operator=(const PayloadBuffer&) = delete;
-
-  /// Null when the size is 0.
-  BYTE* Get() const { return _bytes.get(); }
-
- private:
-  DWORD _sizeBytes;
-  std::unique_ptr<BYTE[]> _bytes;
-};
 
 /// Runs `work`; an exception on its way to the top of the thread leaves a line of `trace` behind.
 void LogExceptionsOf(const Tracer& trace, WorkRef work) {
@@ -67,7 +43,11 @@ bool PipeServer::StartProcessMessageThread(DWORD connectionTimeout) {
     const auto thread = reinterpret_cast<HANDLE>(
         _beginthreadex(nullptr, 0, ProcessMessagesThreadProc, this, 0, nullptr));
     started = thread != nullptr;
-    if (started) _hMessageThread = thread;
+    if (started) {
+      _hMessageThread = thread;
+    } else {
+      Log::Error([&] { return LogIntro(kFunction) << "Couldn't start message thread"; });
+    }
   }
   Trace(kFunction, "Exit");
   return started;
@@ -80,12 +60,13 @@ unsigned __stdcall PipeServer::ProcessMessagesThreadProc(void* parameter) {
 }
 
 void PipeServer::ProcessMessagesThread() {
-  RunThread(kMessageThread.Name(), [&] {
+  const auto work = [&] {
     LogExceptionsOf(kMessageThread, [&] { ServeClient(); });
     Trace(kMessageThread.Name(), "Calling CoUninitialize in preperation to exit");
     CoUninitialize();
     Trace(kMessageThread.Name(), "Thread Exit");
-  });
+  };
+  RunThread(kMessageThread.Name(), work, OtherExceptions::kWereLogged);
 }
 
 void PipeServer::ServeClient() {
@@ -99,8 +80,7 @@ DWORD PipeServer::ProcessMessages() {
   LogExceptionsOf(kMessageLoop, [&] {
     Trace(kMessageLoop.Name(), "Enter");
     CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
-    Tagwright::MessageHeader request;
-    while (!IsShutdown()) ServeRequest(request);
+    while (!IsShutdown()) ServeRequest();
   });
   Trace(kMessageLoop.Name(), "Calling CoUninitialize in preperation to exit");
   CoUninitialize();
@@ -108,9 +88,10 @@ DWORD PipeServer::ProcessMessages() {
   return 0;
 }
 
-void PipeServer::ServeRequest(Tagwright::MessageHeader& request) {
+void PipeServer::ServeRequest() {
   Log::Information([&] { return LogIntro(kMessageLoop.Name()) << "While loop"; },
                    LogLevel::kDetailInfoA);
+  Tagwright::MessageHeader request;
   DWORD bytesRead = 0;
   if (!ReadBytes(reinterpret_cast<BYTE*>(&request), sizeof(request), &bytesRead)) return;
   CallOnActivityCallback();
@@ -122,11 +103,12 @@ void PipeServer::ServeRequest(Tagwright::MessageHeader& request) {
     RefusePayload(request.payloadLength);
     return;
   }
-  const PayloadBuffer payload(request.payloadLength);
-  if (!ReadPayload(request.payloadLength, payload.Get())) return;
+  WipedBuffer payload(request.payloadLength);
+  if (!ReadPayload(request.payloadLength, payload.Data())) return;
   Tagwright::MessageHeader reply;
   bool keepServing = true;
-  if (!IsShutdown()) keepServing = ParseIncomingMessage(request, payload.Get(), reply);
+  if (!IsShutdown()) keepServing = ParseIncomingMessage(request, payload.Data(), reply);
+  payload.Clear();  // Before the reply: its client may take any time to read it.
   if (!IsShutdown()) Reply(reply);
   if (!keepServing) FinishServing();
 }
@@ -141,62 +123,25 @@ bool PipeServer::ReadPayload(DWORD payloadLength, BYTE* buffer) {
 
 void PipeServer::RefusePayload(DWORD payloadLength) {
   Log::Error([&] { return LogIntro(kMessageLoop.Name()) << "Payload error"; });
-  BYTE piece[kDrainPieceBytes];
+  WipedBuffer piece(kDrainPieceBytes);
   DWORD bytesRead = 0;
   for (DWORD left = payloadLength; left > 0; left -= bytesRead) {
-    const DWORD size = left < kDrainPieceBytes ? left : kDrainPieceBytes;
-    if (!ReadBytes(piece, size, &bytesRead)) break;
+    if (!ReadBytes(piece.Data(), std::min(left, kDrainPieceBytes), &bytesRead)) break;
   }
-  SecureWipe(piece, sizeof(piece));
 }
 
 void PipeServer::Reply(const Tagwright::MessageHeader& reply) {
-  DWORD written = 0;
-  BOOL succeeded = FALSE;
-  {
-    BlockingCall call(*this);
-    if (IsShutdown()) return;
-    succeeded = WriteFile(_hPipe, &reply, sizeof(reply), &written, nullptr);
-  }
-  if (succeeded && written == sizeof(reply)) return;
+  if (_channel.Write(&reply, sizeof(reply))) return;
   Log::Warning([&] { return LogIntro(kMessageLoop.Name()) << "Could not write reply message"; });
 }
 
 void PipeServer::FinishServing() {
-  {
-    // The client is to have its reply before the pipe goes.
-    BlockingCall call(*this);
-    FlushFileBuffers(_hPipe);
-  }
+  // The client is to have its reply before the pipe goes.
+  _channel.Flush();
   Shutdown();
 }
 
 bool PipeServer::ReadBytes(BYTE* pDestinationBuffer, DWORD nBytesToRead, DWORD* pTotalBytesRead) {
   Trace("PipeServer::ReadBytes", "Called");
-  DWORD& total = *pTotalBytesRead;
-  total = 0;
-  for (;;) {
-    if (total == nBytesToRead) return true;
-    DWORD bytesRead = 0;
-    BOOL succeeded = FALSE;
-    {
-      BlockingCall call(*this);
-      if (IsShutdown()) break;
-      succeeded =
-          ReadFile(_hPipe, pDestinationBuffer + total, nBytesToRead - total, &bytesRead, nullptr);
-    }
-    if (succeeded) {
-      total += bytesRead;
-    } else if (!IsShutdown()) {
-      PauseAfterFailedRead();
-    }
-  }
-  return total == nBytesToRead;
-}
-
-void PipeServer::PauseAfterFailedRead() const {
-  // A wait on the shutdown event instead of a plain sleep, so that shutdown need not wait for it.
-  if (WaitForSingleObject(_hShutdownEvent, kFailedReadPauseMs) == WAIT_FAILED) {
-    Sleep(kFailedReadPauseMs);
-  }
+  return _channel.ReadExactly(pDestinationBuffer, nBytesToRead, pTotalBytesRead);
 }

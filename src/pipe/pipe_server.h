@@ -14,6 +14,7 @@
 #include <cstdint>
 
 #include "pipe/message_header.h"
+#include "pipe/pipe_channel.h"
 #include "platform/windows_api.h"
 #include "support/ostring.h"
 #include "support/osynchronizer.h"
@@ -51,7 +52,7 @@ class PipeServer {
   virtual bool CreateServerPipe();
 
   /// Starts the message thread, which waits at most `connectionTimeout` ms for the client. False
-  /// when the server has been shut down or no thread could be started.
+  /// when the server has been shut down or no thread could be started (logged).
   virtual bool StartProcessMessageThread(DWORD connectionTimeout);
 
   /// Waits, at most `waitTimeout` ms, for shutdown, the end of the message thread, or one of the
@@ -67,6 +68,8 @@ class PipeServer {
   /// Asks every thread of this server to stop and returns at once. Any thread, any number of times.
   virtual void Shutdown();
   virtual bool IsShutdown();
+  /// Cancels the pipe's pending calls, whichever thread made them. True as well without a pipe.
+  bool CancelPipeIo() const;
 
   /// Copies the callback of another server. Locks the source, then this server.
   virtual void SetOnActivityCallback(PipeServer* pSrc);
@@ -92,36 +95,31 @@ class PipeServer {
   static bool IsActive(HANDLE thread);
 
  private:
-  class BlockingCall;
-
   /// How long a connection thread may take to end after its pipe's I/O was cancelled.
   static constexpr DWORD kCancelledConnectionEndMs = 1000;
 
   // Connecting (pipe_connection.cpp)
   bool WaitClientConnection(DWORD timeout);
+  bool StartConnectionThread();
   bool ReportConnectionWait(DWORD waitResult) const;
   void EndConnectionThread(DWORD endTimeMs);
   static unsigned __stdcall ConnectThreadProc(void* parameter);
   void ConnectClient();
-  DWORD ConnectPipe();
 
   // Messages (pipe_message_loop.cpp)
   static unsigned __stdcall ProcessMessagesThreadProc(void* parameter);
   void ProcessMessagesThread();
   void ServeClient();
   DWORD ProcessMessages();
-  void ServeRequest(Tagwright::MessageHeader& request);
+  void ServeRequest();
   bool ReadPayload(DWORD payloadLength, BYTE* buffer);
   void RefusePayload(DWORD payloadLength);
   void Reply(const Tagwright::MessageHeader& reply);
   void FinishServing();
   bool ReadBytes(BYTE* pDestinationBuffer, DWORD nBytesToRead, DWORD* pTotalBytesRead);
-  void PauseAfterFailedRead() const;
   void CallOnActivityCallback();
 
   // Ending
-  bool CancelPipeIo() const;
-  void EndBlockingCalls() const;
   std::int32_t MapWaitResult(DWORD waitResult, DWORD maxShutdownTime);
   void EndMessageThread(DWORD maxShutdownTime, bool logTermination);
 
@@ -133,14 +131,14 @@ class PipeServer {
 
   std::atomic<HANDLE> _hMessageThread;  // Written by the starter, read by every thread.
   OString _pipeName;
-  std::atomic<bool> _connected;          // Written by the connection thread before it ends.
-  std::atomic<std::uint32_t> _shutdown;  // 0 or 1; any thread.
-  HANDLE _hPipe;
-  HANDLE _hShutdownEvent;
+  std::atomic<bool> _connected;  // Written by the connection thread before it ends.
+  PipeChannel _channel;
   DWORD _connectionTimeout;
   OCriticalSection _callbackLock;
-  OnActivityCallback _onActivityCallback;   // Guarded by _callbackLock.
-  mutable std::atomic<int> _blockingCalls;  // Threads in, or about to enter, a blocking pipe call.
+  OnActivityCallback _onActivityCallback;  // Guarded by _callbackLock.
+  /// Held while the message thread starts the connection thread and keeps its handle, so that
+  /// nobody terminates the one between these steps and leaves the other behind unknown.
+  OCriticalSection _connectionStartLock;
   /// Written by the message thread; read by who has terminated that thread.
   std::atomic<HANDLE> _hConnectThread;
 };

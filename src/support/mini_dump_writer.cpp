@@ -5,7 +5,6 @@
 #include "support/oregistry.h"
 #include "support/osynchronizer.h"
 #include "support/scoped_handle.h"
-#include "support/scoped_library.h"
 
 namespace {
 
@@ -100,7 +99,7 @@ bool WriteWith(const ScopedLibrary& library, EXCEPTION_POINTERS* pointers, OStri
 
 bool WriteMiniDumpFile(EXCEPTION_POINTERS* pointers, OString& fileName) {
   const ScopedLibrary configured(LibraryFileName().wstring());
-  if (configured.IsLoaded()) return WriteWith(configured, pointers, fileName);
+  if (configured.IsValid()) return WriteWith(configured, pointers, fileName);
   const ScopedLibrary fallback(TEXT("dbghelp.dll"));
-  return fallback.IsLoaded() && WriteWith(fallback, pointers, fileName);
+  return fallback.IsValid() && WriteWith(fallback, pointers, fileName);
 }

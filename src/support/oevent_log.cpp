@@ -7,7 +7,7 @@
 #include <string>
 
 #include "support/oregistry.h"
-#include "support/scoped_key.h"
+#include "support/scoped_handle.h"
 
 StdBrennick::shared_ptr<OEventLog> Z7SvEventLog;
 

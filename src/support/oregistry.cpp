@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "support/scoped_key.h"
+#include "support/scoped_handle.h"
 
 namespace {
 

@@ -1,10 +1,16 @@
 #include "support/thread_procedure.h"
 
+#include <exception>
 #include <new>
 
 #include "support/oexception.h"
 
-bool RunGuarded(OExceptionHandler& handler, WorkRef work) {
+bool RunGuarded(OExceptionHandler& handler, WorkRef work, OtherExceptions others) {
+  const auto report = [&](const char* description) {
+    if (others == OtherExceptions::kReport) {
+      handler.HandleStandardException(OStdException(description));
+    }
+  };
   try {
     work();
     return true;
@@ -19,15 +25,18 @@ bool RunGuarded(OExceptionHandler& handler, WorkRef work) {
     handler.HandleStandardException(exception);
   } catch (CException* exception) {
     exception->Delete();
+  } catch (const std::exception& exception) {
+    report(exception.what());
   } catch (...) {
+    report("Exception of unknown type.");
   }
   return false;
 }
 
-bool RunThread(const char* name, WorkRef work) {
+bool RunThread(const char* name, WorkRef work, OtherExceptions others) {
   OExceptionHandler handler(name, kThreadHandlerFlags);
   handler.SetEventLog(Z7SvEventLog);
-  const bool succeeded = RunGuarded(handler, work);
+  const bool succeeded = RunGuarded(handler, work, others);
   handler.UnSetEventLog();
   return succeeded;
 }

@@ -31,14 +31,22 @@ class WorkRef {
 constexpr DWORD kThreadHandlerFlags =
     OExceptionHandler::kReportToLog | OExceptionHandler::kSetLastError;
 
-/// Runs `work` and reports the library's exceptions through `handler`. An exception of any other
-/// type ends here without a report: it was logged on its way, it ends the thread's work, and it
-/// must not end the process. Returns true when `work` returned normally.
-bool RunGuarded(OExceptionHandler& handler, WorkRef work);
+/// What becomes of exceptions that are not the library's own.
+enum class OtherExceptions {
+  kReport,      ///< They are reported as standard failures.
+  kWereLogged,  ///< Their lines were written on the way: there is nothing left to say.
+};
+
+/// Runs `work` and reports the library's exceptions through `handler`. Every other one ends here as
+/// well, for it must not end the process: a framework exception without a report, because every
+/// thread procedure logs it itself, the rest as `others` says. Returns true when `work` returned
+/// normally.
+bool RunGuarded(OExceptionHandler& handler, WorkRef work,
+                OtherExceptions others = OtherExceptions::kReport);
 
 /// The body of a thread procedure: runs `work` as RunGuarded does, in a handler scope of the
 /// thread's own that reports to the process's log under `name` (not copied).
-bool RunThread(const char* name, WorkRef work);
+bool RunThread(const char* name, WorkRef work, OtherExceptions others = OtherExceptions::kReport);
 
 /// Enters a single-threaded apartment. Anything but S_OK is logged as the error `intro` +
 /// "coInitResult = " + the result in hexadecimal; the thread goes on either way. `intro` is a

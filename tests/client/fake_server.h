@@ -9,6 +9,7 @@
 
 #include "client/client.h"
 #include "client/server_process.h"
+#include "pipe/exact_transfer.h"
 #include "pipe/message_header.h"
 #include "platform/windows_api.h"
 #include "support/scoped_handle.h"
@@ -21,12 +22,9 @@ class ServerEnd {
   /// The next `size` bytes; fewer when the client goes away first.
   std::string Read(std::size_t size) {
     std::string bytes(size, '\0');
-    std::size_t total = 0;
-    DWORD done = 0;
-    while (total < size && ReadFile(_pipe, bytes.data() + total, static_cast<DWORD>(size - total),
-                                    &done, nullptr)) {
-      total += done;
-    }
+    DWORD total = 0;
+    Tagwright::TransferExactly(bytes.data(), static_cast<DWORD>(size),
+                               Tagwright::ReadingFrom(_pipe), &total);
     bytes.resize(total);
     return bytes;
   }

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "common/unique_name.h"
+#include "pipe/exact_transfer.h"
 #include "pipe/message_header.h"
 #include "platform/windows_api.h"
 
@@ -58,6 +59,11 @@ class PipeClient {
     if (!payload.empty()) SendBytes(payload.data(), payload.size());
   }
 
+  void ReadBytes(char* bytes, DWORD count) {
+    ASSERT_EQ(Tagwright::TransferExactly(bytes, count, Tagwright::ReadingFrom(_pipe)),
+              DWORD{ERROR_SUCCESS});
+  }
+
   /// Sends a request in one piece and returns its reply; nothing when the server goes meanwhile.
   std::optional<Tagwright::MessageHeader> Ask(std::uint32_t type, std::string_view payload) {
     const auto header = Header(type, payload.size());
@@ -73,12 +79,9 @@ class PipeClient {
   /// The next reply; nothing when the server closed its end first.
   std::optional<Tagwright::MessageHeader> ReadReply() {
     Tagwright::MessageHeader reply;
-    auto* bytes = reinterpret_cast<char*>(&reply);
-    DWORD total = 0;
-    while (total < sizeof(reply)) {
-      DWORD count = 0;
-      if (!ReadFile(_pipe, bytes + total, sizeof(reply) - total, &count, nullptr)) return {};
-      total += count;
+    if (Tagwright::TransferExactly(reinterpret_cast<char*>(&reply), sizeof(reply),
+                                   Tagwright::ReadingFrom(_pipe)) != ERROR_SUCCESS) {
+      return {};
     }
     return reply;
   }

@@ -7,7 +7,7 @@
 #include "common/victim.h"
 #include "platform/windows_api.h"
 #include "support/oregistry.h"
-#include "support/scoped_key.h"
+#include "support/scoped_handle.h"
 
 namespace {
 

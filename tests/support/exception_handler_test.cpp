@@ -2,11 +2,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <stdexcept>
 #include <string>
 
 #include "common/product_log.h"
 #include "support/oevent_log.h"
-#include "support/oexception_handler.h"
+#include "support/thread_procedure.h"
 
 namespace {
 
@@ -61,6 +62,31 @@ TEST_F(ExceptionHandler, KnowsWhatStandsForOtherFailures) {
   };
   EXPECT_THAT(ReportOf(fail), HasSubstr("Error: " + SystemText(1359) + "\r"));
   EXPECT_EQ(lastError, DWORD{ERROR_INTERNAL_ERROR});
+}
+
+TEST_F(ExceptionHandler, LeavesALineOfWhateverEndsAThread) {
+  const struct {
+    void (*fail)();
+    OtherExceptions others;
+    const char* reported;  // Null: nothing is.
+  } cases[] = {
+      {[] { throw std::runtime_error("no thread"); }, OtherExceptions::kReport, "Error: no thread"},
+      {[] { throw 42; }, OtherExceptions::kReport, "Error: Exception of unknown type."},
+      {[] { throw 42; }, OtherExceptions::kWereLogged, nullptr},
+      {[] { throw std::runtime_error("logged"); }, OtherExceptions::kWereLogged, nullptr},
+      {[] { throw new CException(TEXT("logged")); }, OtherExceptions::kReport, nullptr},
+  };
+  for (const auto& expected : cases) {
+    const std::string report = ReportOf([&](OExceptionHandler& handler) {
+      EXPECT_FALSE(RunGuarded(handler, expected.fail, expected.others));
+    });
+    if (expected.reported == nullptr) {
+      EXPECT_THAT(report, Not(HasSubstr("Caught in")));
+    } else {
+      EXPECT_THAT(report, HasSubstr(expected.reported));
+      EXPECT_THAT(report, HasSubstr("Caught in [Worker::Run]"));
+    }
+  }
 }
 
 TEST_F(ExceptionHandler, DoesOnlyWhatItsFlagsSay) {

@@ -12,7 +12,7 @@
 #include "common/unique_name.h"
 #include "support/log.h"
 #include "support/oregistry.h"
-#include "support/scoped_key.h"
+#include "support/scoped_handle.h"
 
 namespace {
 

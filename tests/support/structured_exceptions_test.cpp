@@ -10,7 +10,7 @@
 #include "common/test_thread.h"
 #include "support/oevent_log.h"
 #include "support/oregistry.h"
-#include "support/scoped_key.h"
+#include "support/scoped_handle.h"
 #include "support/thread_procedure.h"
 
 namespace {

@@ -1,0 +1,61 @@
+/// A client that does not read its replies. (On Windows a server waits in the write of each of
+/// them.)
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <string>
+
+#include "pipe/server_fixture.h"
+#include "support/scoped_handle.h"
+
+namespace {
+
+class UnreadReplyTest : public ServerTest {};
+
+TEST_F(UnreadReplyTest, HoldsNobodyUpWhoWasShutDown) {
+  const ScopedHandle entered(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+  const ScopedHandle leave(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+  Serve([&](const auto& request, const BYTE*, auto&) {
+    if (request.messageType != 0x100) return true;
+    SetEvent(entered.Get());
+    WaitForSingleObject(leave.Get(), INFINITE);
+    return false;
+  });
+  _client.Send(0x302);
+  _client.Send(0x100);
+  ASSERT_EQ(WaitForSingleObject(entered.Get(), kLongMs), WAIT_OBJECT_0);
+  _server->Shutdown();
+  SetEvent(leave.Get());
+  constexpr DWORD kOnlyAFaultTakesSoLongMs = 10000;
+  EXPECT_EQ(WaitForEnd(kOnlyAFaultTakesSoLongMs), PipeServer::kShutdownSignaled);
+  EXPECT_FALSE(_log.Has("Calling TerminateThread"));
+}
+
+/// What lies at `address` in this process, whether it is still allocated or not; "" when it is not
+/// even mapped.
+std::string MemoryAt(const void* address, std::size_t size) {
+  std::string bytes(size, '\0');
+  const int memory = open("/proc/self/mem", O_RDONLY | O_CLOEXEC);
+  const ssize_t count = pread(memory, bytes.data(), size,
+                              static_cast<off_t>(reinterpret_cast<std::uintptr_t>(address)));
+  close(memory);
+  bytes.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
+  return bytes;
+}
+
+TEST_F(UnreadReplyTest, FindsThePayloadWiped) {
+  std::atomic<const BYTE*> payload{nullptr};
+  Serve([&](const auto&, const BYTE* bytes, auto&) {
+    payload = bytes;
+    return false;
+  });
+  const std::string secret(1024 * 1024, 'S');
+  _client.Send(0x201, secret);
+  // The rest of the reply is not read, so that the server waits for its delivery.
+  char first = 0;
+  ASSERT_NO_FATAL_FAILURE(_client.ReadBytes(&first, 1));
+  EXPECT_EQ(MemoryAt(payload, secret.size()).find("SSSSSSSS"), std::string::npos);
+}
+
+}  // namespace
