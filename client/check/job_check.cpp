@@ -73,7 +73,8 @@ class JobChecker {
   void CheckError(const TiXmlDocument& document) {
     if (document.ErrorId() == TiXmlBase::TIXML_ERROR) {
       Unusable({},
-               "more than 1000 \"<\": the program does not read the document, and the job fails");
+               "too deep, too many tags or too many attributes: the program does not read the "
+               "document, and the job fails");
       return;
     }
     if (_text.find("</" + std::string(kRootName)) == std::string_view::npos &&

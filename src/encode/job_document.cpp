@@ -2,26 +2,20 @@
 
 #include <algorithm>
 #include <string>
-#include <string_view>
 
+#include "encode/markup_limits.h"
 #include "support/wiped_buffer.h"
 
 namespace {
 
-/// A NUL-terminated copy of the payload.
+/// A copy of the payload up to its first NUL, where the parser ends. The parser takes a damaged
+/// UTF-8 sequence for as long as its first byte says: it does not get past so many terminators.
 WipedBuffer Terminated(const unsigned char* buffer, DWORD sizeBytes) {
-  WipedBuffer copy(std::size_t{sizeBytes} + 1);
-  *std::copy_n(buffer, sizeBytes, copy.Data()) = 0;
+  constexpr std::size_t kTerminators = 4;
+  const auto* const end = std::find(buffer, buffer + sizeBytes, 0);
+  WipedBuffer copy(static_cast<std::size_t>(end - buffer) + kTerminators);
+  std::fill_n(std::copy(buffer, end, copy.Data()), kTerminators, 0);
   return copy;
-}
-
-/// The parser calls itself once a level, so that deep nesting would use up the stack. The number of
-/// markup signs bounds the depth of every document, whatever its comments and quotes look like; a
-/// job has a few dozen.
-constexpr std::ptrdiff_t kMaxMarkupSigns = 1000;
-
-bool HasTooMuchMarkup(std::string_view text) {
-  return std::count(text.begin(), text.end(), '<') > kMaxMarkupSigns;
 }
 
 // The parser hands its strings out read-only; only their own memory is the one worth wiping.
@@ -55,7 +49,7 @@ JobDocumentPtr ParseJobDocument(const unsigned char* buffer, DWORD sizeBytes) {
   const WipedBuffer copy = Terminated(buffer, sizeBytes);
   const auto* const text = reinterpret_cast<const char*>(copy.Data());
   JobDocumentPtr document(new TiXmlDocument());
-  if (HasTooMuchMarkup(text)) {
+  if (!IsWithinLimits(text)) {
     document->SetError(TiXmlBase::TIXML_ERROR, nullptr, nullptr, TIXML_ENCODING_UNKNOWN);
     return document;
   }

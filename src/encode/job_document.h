@@ -18,7 +18,7 @@ struct JobDocumentDeleter {
 using JobDocumentPtr = std::unique_ptr<TiXmlDocument, JobDocumentDeleter>;
 
 /// Parses `sizeBytes` bytes of XML (no NUL needed), with the parser's own detection of the
-/// encoding. The document holds what was parsed before an error, if there was one. A
-/// document with more than 1000 "<" is not parsed at all: it stays empty, with an error. The copy
-/// the parser worked on is wiped.
+/// encoding. The document holds what was parsed before an error, if there was one. Text beyond the
+/// limits of markup_limits.h is not parsed at all: the document stays empty, with an error. The
+/// copy that the parser worked on is wiped.
 JobDocumentPtr ParseJobDocument(const unsigned char* buffer, DWORD sizeBytes);

@@ -90,6 +90,8 @@ TEST(JobCheck, FindsWhatIsWrongWithAnOperationWhereItStands) {
 
 TEST(JobCheck, FindsWhatIsWrongWithADocument) {
   const std::string printer = "<printer port_type='1' port_address='A'/>";
+  std::string manySigns;
+  for (int i = 0; i < 1001; ++i) manySigns += "<a>";
   const struct {
     std::string document;
     const char* place;
@@ -104,7 +106,7 @@ TEST(JobCheck, FindsWhatIsWrongWithADocument) {
       {"<zsdk_job>" + printer + "<write a='1' a='2'/></zsdk_job>", "1:65", "not well-formed",
        false},
       {"<zsdk_job>" + printer + std::string(1, '\0') + "</zsdk_job>", "1:52", "NUL byte", false},
-      {"<zsdk_job>" + std::string(1001, '<') + "</zsdk_job>", "1:1", "more than 1000", false},
+      {"<zsdk_job>" + printer + "<write a=1>" + manySigns, "1:1", "too many tags", false},
       {"<zsdk_job>" + printer + "</zsdk_job>\n<zsdk_job/>", "2:1", "is not read", true},
       {"<zsdk_job/>", "1:1", "the job has no operation", true},
       {"<zsdk_job>\n<killtag password='12345678'/></zsdk_job>", "2:1", "before the first <printer>",

@@ -64,8 +64,8 @@ TEST_F(EncodeTest, EveryElementHasItsCallAndItsLine) {
 TEST_F(EncodeTest, DocumentsDecideWhatIsExecuted) {
   const std::string printer = kPrinter;
   const std::string write = "<write segment='3' data='1111'/>";
-  std::string manyComments, deepNesting;
-  while (manyComments.size() < std::size_t{7 * 998}) manyComments += "<!---->";
+  std::string manyAttributes, deepNesting;
+  for (int i = 0; i < 101; ++i) manyAttributes += " a" + std::to_string(i) + "=''";
   while (deepNesting.size() < 1000000) deepNesting += "<a>";
   const struct {
     std::string document;
@@ -78,8 +78,8 @@ TEST_F(EncodeTest, DocumentsDecideWhatIsExecuted) {
       {"<ZSDK_JOB>" + write + "</ZSDK_JOB>", false, false, kMade},
       {"<job><zsdk_job>" + write + "</zsdk_job></job>", false, false, kMade},
       {"not XML at all", false, true, kMade},
-      {"<zsdk_job>" + manyComments + "</zsdk_job>", true, false, kMade},
-      {"<zsdk_job>" + manyComments + "<!----></zsdk_job>", false, true, kMade},
+      {"<zsdk_job" + manyAttributes + "/>", false, true, kMade},
+      {std::string("<zsdk_job/>\0<<", 14), true, false, kMade},
       {deepNesting, false, true, kMade},
       {"<zsdk_job>" + printer + write, true, true,
        kOpened + "Connect=true WriteUserMemory=true Disconnect=true "},

@@ -17,19 +17,19 @@ const VictimRole kProgram("program", [](VictimSide&, const std::string&) -> int 
   RunServerProcess(2, static_cast<WCHAR**>(kNowhere));
 });
 
-/// Crashes the n-th time that one of its threads looks for a shutdown.
-class CrashingServer : public ScriptedServer {
+/// Crashes where a thread writes the line that ends with `text`.
+class CrashingLog : public OEventLog {
  public:
-  CrashingServer(const std::string& pipeName, int crashingLook)
-      : ScriptedServer(pipeName, {}), _looksLeft(crashingLook) {}
+  explicit CrashingLog(std::string text)
+      : OEventLog("Brennick Tagwright.Native", kApplicationLog), _text(std::move(text)) {}
 
-  bool IsShutdown() override {
-    if (--_looksLeft == 0) *static_cast<volatile int*>(kNowhere) = 1;
-    return PipeServer::IsShutdown();
+  bool WriteEvent(DWORD type, const OString& text, DWORD category, DWORD level) override {
+    if (std::string(text.nstring()).ends_with(_text)) *static_cast<volatile int*>(kNowhere) = 1;
+    return OEventLog::WriteEvent(type, text, category, level);
   }
 
  private:
-  std::atomic<int> _looksLeft;
+  const std::string _text;
 };
 
 class ThreadCrashTest : public testing::Test {
@@ -73,19 +73,17 @@ TEST_F(ThreadCrashTest, OfAWatcher) {
 }
 
 TEST_F(ThreadCrashTest, OfAPipeThread) {
-  const struct {
-    int look;  // Of the starter, the message thread and the connection thread, in this order.
-    const char* name;
-  } kThreads[] = {{2, "PipeServer::ProcessMessagesThread"}, {3, "PipeServer::ConnectThreadProc"}};
-  for (const auto& crashing : kThreads) {
+  for (const std::string name :
+       {"PipeServer::ProcessMessagesThread", "PipeServer::ConnectThreadProc"}) {
     const DumpFolder dumps;
     const ProductLog log;
-    CrashingServer server(UniquePipeName(), crashing.look);
+    Z7SvEventLog.reset(new CrashingLog(name + ": Enter"));
+    ScriptedServer server(UniquePipeName(), {});
     ASSERT_TRUE(server.CreateServerPipe());
     ASSERT_TRUE(server.StartProcessMessageThread(INFINITE));
     EXPECT_EQ(server.WaitForMultipeObjectsOrPipeTermination(0, nullptr, 60000, 60000),
               PipeServer::kMessageThreadEnded);
-    ExpectReport(crashing.name);
+    ExpectReport(name);
   }
 }
 
