@@ -71,6 +71,11 @@ SendResult Client::Send(std::uint32_t messageType, std::span<const std::uint8_t>
   return result;
 }
 
+DWORD Client::ServerProcessId() const {
+  DWORD id = 0;
+  return GetNamedPipeServerProcessId(_pipe.Get(), &id) ? id : 0;
+}
+
 void Client::Close() {
   _watchdog.reset();
   _pipe.Close();

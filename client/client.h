@@ -57,6 +57,9 @@ class Client {
   /// position is lost: the connection is closed, and later requests fail with kNotConnected.
   SendResult Send(std::uint32_t messageType, std::span<const std::uint8_t> payload = {});
 
+  /// The process at the other end; 0 when the system does not say.
+  DWORD ServerProcessId() const;
+
   bool IsConnected() const { return _pipe.IsValid(); }
   void Close();
 

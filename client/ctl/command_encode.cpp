@@ -23,7 +23,7 @@ ExitCode Encode(const EncodeOptions& options) {
   CheckBeforeSending(jobs, options.gate);
   Tagwright::Client client(options.limit.Milliseconds());
   ConnectOrFail(client, options.pipe);
-  JobOutput output(options.output, jobs.size());
+  JobOutput output(options.output, jobs.size(), client.ServerProcessId());
   SendInOrder(client, jobs, true, output);
   return output.Summarize();
 }

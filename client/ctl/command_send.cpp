@@ -62,7 +62,7 @@ class Dialogue {
 
   void Send(const std::vector<Request>& requests) {
     CheckBeforeSending(requests, _gate);
-    JobOutput output({}, 0);
+    JobOutput output({}, 0, _client.ServerProcessId());
     SendInOrder(_client, requests, false, output);
     Note(_result, output.Summarize());
   }
@@ -82,7 +82,7 @@ ExitCode Send(const SendOptions& options) {
   const std::vector<Request> requests = LoadRequests(options.words);
   CheckBeforeSending(requests, options.gate);
   ConnectOrFail(client, options.pipe);
-  JobOutput output({}, 0);
+  JobOutput output({}, 0, client.ServerProcessId());
   SendInOrder(client, requests, false, output);
   return output.Summarize();
 }

@@ -5,6 +5,7 @@
 #include "client/log/log_file_reader.h"
 #include "client/text.h"
 #include "encode/required_files.h"
+#include "platform/live_pipes.h"
 #include "platform/native_path.h"
 #include "platform/places.h"
 #include "platform/process_arguments.h"
@@ -49,18 +50,22 @@ bool IsTagwright(const PROCESSENTRY32W& entry) {
   return name == "tagwright" || name == "tagwright.exe";
 }
 
-/// "pipe card, one encoder" of the arguments, as the program reads them.
-std::string DescribeArguments(const std::vector<Tagwright::WideString>& arguments) {
-  std::string pipe;
+/// "control pipe card (gone)": what the arguments say, as the program reads them, and the pipes
+/// that are there.
+std::string DescribePipes(const std::vector<Tagwright::WideString>& arguments) {
+  Tagwright::WideString pipe;
   bool control = false;
   for (std::size_t i = 1; i < arguments.size(); ++i) {
     if (arguments[i] == TEXT("/n") && i + 1 < arguments.size()) {
-      pipe = Tagwright::ToUtf8(arguments[++i]);
+      pipe = arguments[++i];
     } else if (arguments[i] == TEXT("/c")) {
       control = true;
     }
   }
-  return "pipe " + pipe + (control ? ", control channel" : ", one encoder");
+  const std::vector<std::string> pipes = platform::PipesOfServer(pipe);
+  std::string text = (control ? "control pipe " : "encoder pipe ") + Tagwright::ToUtf8(pipe);
+  if (pipes.empty()) text += " (gone, or of another state root)";
+  return pipes.size() > 1 ? text + ", " + std::to_string(pipes.size()) + " pipes in all" : text;
 }
 
 std::string NameOf(DWORD processId) {
@@ -80,7 +85,7 @@ void PrintProcesses() {
     if (!IsTagwright(entry)) continue;
     any = true;
     PrintRow("tagwright", "process " + std::to_string(entry.th32ProcessID) + ", " +
-                              DescribeArguments(platform::ProcessArguments(entry.th32ProcessID)) +
+                              DescribePipes(platform::ProcessArguments(entry.th32ProcessID)) +
                               ", started by " + NameOf(entry.th32ParentProcessID));
   }
   if (!any) PrintRow("tagwright", "no process runs");

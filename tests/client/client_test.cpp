@@ -33,6 +33,7 @@ TEST(Client, SendsHeaderAndPayloadAndTakesRepliesInPieces) {
   });
   Client client(kAmpleTimeoutMs);
   ASSERT_FALSE(client.Connect(server.Name()));
+  EXPECT_EQ(client.ServerProcessId(), GetCurrentProcessId());
 
   const Tagwright::SendResult encoded = client.Send(eEncode, Bytes("job"));
   ASSERT_FALSE(encoded.error);

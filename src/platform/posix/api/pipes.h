@@ -33,6 +33,10 @@ BOOL ConnectNamedPipe(HANDLE pipe, LPOVERLAPPED overlapped);
 /// the server has not read is lost.
 BOOL DisconnectNamedPipe(HANDLE pipe);
 
+/// The process that created the pipe. For a client's handle only; any other is
+/// ERROR_INVALID_HANDLE.
+BOOL GetNamedPipeServerProcessId(HANDLE pipe, LPDWORD processId);
+
 /// Ends every pending operation on the handle with ERROR_OPERATION_ABORTED, whichever thread issued
 /// it; `overlapped` must be null. FALSE with ERROR_NOT_FOUND (1168) when nothing was pending.
 BOOL CancelIoEx(HANDLE file, LPOVERLAPPED overlapped);

@@ -13,6 +13,9 @@ class ClientPipe : public PipeEnd {
   DWORD Write(const void* buffer, DWORD size, DWORD& done) override;
   void OnLastHandleClosed() override;
 
+  /// The process that listened for this connection.
+  DWORD ServerProcessId() const { return _stream->PeerProcessId(); }
+
  protected:
   std::shared_ptr<PipeStream> Stream(DWORD& error) override;
 

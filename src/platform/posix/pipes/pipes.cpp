@@ -3,6 +3,7 @@
 #include "platform/posix/api/errors.h"
 #include "platform/posix/kernel/error_translation.h"
 #include "platform/posix/kernel/kernel_scope.h"
+#include "platform/posix/pipes/client_pipe.h"
 #include "platform/posix/pipes/name.h"
 #include "platform/posix/pipes/server_pipe.h"
 #include "platform/posix/system/security.h"
@@ -64,4 +65,12 @@ BOOL CancelIoEx(HANDLE file, LPOVERLAPPED overlapped) {
   const auto object = Lookup<IoObject>(file);
   if (!object) return FALSE;
   return object->CancelPending() > 0 ? TRUE : Fail(ERROR_NOT_FOUND);
+}
+
+BOOL GetNamedPipeServerProcessId(HANDLE pipe, LPDWORD processId) {
+  const KernelScope scope;
+  const auto client = Lookup<platform::ClientPipe>(pipe);
+  if (!client) return FALSE;
+  *processId = client->ServerProcessId();
+  return TRUE;
 }

@@ -154,6 +154,13 @@ DWORD PipeStream::WaitUntilRead(PendingIoList& transfers) {
   return error == 0 ? 0 : ERROR_BROKEN_PIPE;
 }
 
+DWORD PipeStream::PeerProcessId() const {
+  ucred peer{};
+  socklen_t size = sizeof peer;
+  const int result = getsockopt(_socket.Get(), SOL_SOCKET, SO_PEERCRED, &peer, &size);
+  return result == 0 ? static_cast<DWORD>(peer.pid) : 0;
+}
+
 bool PipeStream::PeerHasGone() const {
   if (!_socket) return true;
   pollfd state{_socket.Get(), 0, 0};

@@ -43,6 +43,8 @@ class PipeStream {
   /// Whether the other end has been closed altogether (one that only stopped sending is still
   /// there).
   bool PeerHasGone() const;
+  /// The process at the other end when the connection was made; 0 when the system does not know.
+  DWORD PeerProcessId() const;
   /// Whether the peer has gone and nothing of it is left to read.
   bool IsOver();
   /// Ends the connection for both sides; operations fail with `error` from now on. The descriptor
