@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "platform/debug_listener.h"
 #include "platform/windows_api.h"
 
 namespace {
@@ -35,6 +36,27 @@ TEST(DebugOutput, ReachesWhoeverListensAndNeverWaits) {
   EXPECT_EQ(Receive(listener), "nobody reads this");
   close(listener);
   unlink(path.c_str());
+}
+
+TEST(DebugListener, IsTheOnlyOneAndTakesTheDeadOnesPlace) {
+  constexpr DWORD kAmpleMs = 60000;
+  auto listener = platform::DebugListener::Open();
+  ASSERT_NE(listener, nullptr);
+  EXPECT_EQ(platform::DebugListener::Open(), nullptr);
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_ALREADY_EXISTS});
+  OutputDebugStringW(u"first \u20AC\n");
+  EXPECT_EQ(listener->Next(kAmpleMs), "first \u20AC\n");
+  EXPECT_EQ(listener->Next(0), std::nullopt);
+
+  // A socket file without a listener is what a killed one leaves behind.
+  listener.reset();
+  const std::string path = std::string(std::getenv("TAGWRIGHT_ROOT")) + "/debug";
+  sockaddr_un address{AF_UNIX, {}};
+  path.copy(address.sun_path, sizeof address.sun_path - 1);
+  const int dead = socket(AF_UNIX, SOCK_DGRAM, 0);
+  ASSERT_EQ(bind(dead, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+  close(dead);
+  EXPECT_NE(platform::DebugListener::Open(), nullptr);
 }
 
 }  // namespace

@@ -38,8 +38,8 @@ TEST_F(TagwrightctlOutput, AJobFromAPipeIsSentWhole) {
   EXPECT_EQ(Run("cat encode-epc.xml | $ctl run /dev/stdin"), 0) << output;
   EXPECT_NE(ReadWholeFile(SimulatorFolder() / "USB001.json").find("3008"), std::string::npos);
   EXPECT_EQ(Run("(cat card.xml; printf ' ') | $ctl run -"), 0) << output;
-  EXPECT_EQ(Run("mkfifo '" + fifo + "'; (sleep 0.1; cat kill.xml) > '" + fifo + "' & $ctl run '" +
-                fifo + "'"),
+  EXPECT_EQ(Run("mkfifo '" + fifo + "'; (head -c 100 kill.xml; tail -c +101 kill.xml) > '" + fifo +
+                "' & $ctl run '" + fifo + "'"),
             0)
       << output;
   EXPECT_EQ(Run("$ctl run - </dev/null"), 9);
