@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "client/ctl/wiped_buffer.h"
+#include "support/wiped_buffer.h"
 
 namespace Ctl {
 

@@ -22,7 +22,7 @@ WipedBuffer NamePayload(const std::string& name) {
                   "the ANSI code page, in which names are sent, cannot express \"" + name + "\"");
   }
   WipedBuffer payload(ansi->size() + 1);
-  std::ranges::copy(*ansi, payload.Data());
+  *std::ranges::copy(*ansi, payload.Data()).out = 0;
   return payload;
 }
 

@@ -8,7 +8,7 @@
 #include "client/client.h"
 #include "client/ctl/failure.h"
 #include "client/ctl/verbs.h"
-#include "client/ctl/wiped_buffer.h"
+#include "support/wiped_buffer.h"
 
 namespace Ctl {
 
