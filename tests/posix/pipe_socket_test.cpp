@@ -1,6 +1,7 @@
 // What a pipe is on the file system, and what only this layer promises about it.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -12,6 +13,7 @@
 #include <future>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "common/victim.h"
@@ -203,6 +205,31 @@ TEST_F(PipeSocket, APipeIsRefusedRatherThanItsClient) {
     EXPECT_TRUE(WriteFile(servers[number], "reply", 5, &count, nullptr));
     EXPECT_EQ(clients[number]->Receive(), "reply");
     CloseHandle(servers[number]);
+  }
+}
+
+// A handler of another signal may run when the cancellation comes, after which the system restarts
+// the call.
+TEST_F(PipeSocket, ACancellationIsNotLostAmongOtherSignals) {
+  struct sigaction ignoring {};
+  ignoring.sa_handler = [](int) {};
+  ignoring.sa_flags = SA_RESTART;
+  ASSERT_EQ(sigaction(SIGUSR1, &ignoring, nullptr), 0);
+  Serve(u"signals");
+  UnixClient client("signals");
+  for (int round = 0; round < 300; ++round) {
+    DWORD error = 0;
+    std::thread reader([&] {
+      char byte = 0;
+      DWORD count = 0;
+      do {
+        error = ErrorOf(ReadFile(_server, &byte, 1, &count, nullptr));
+      } while (error == ERROR_PIPE_LISTENING);
+    });
+    while (!CancelIoEx(_server, nullptr)) pthread_kill(reader.native_handle(), SIGUSR1);
+    pthread_kill(reader.native_handle(), SIGUSR1);
+    reader.join();
+    EXPECT_EQ(error, ERROR_OPERATION_ABORTED);
   }
 }
 

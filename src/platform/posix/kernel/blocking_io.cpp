@@ -1,43 +1,15 @@
 #include "platform/posix/kernel/blocking_io.h"
 
 #include <poll.h>
-#include <signal.h>
+#include <sys/syscall.h>
+
+#include <cerrno>
 
 #include "platform/posix/api/errors.h"
 #include "platform/posix/kernel/kernel_scope.h"
+#include "platform/posix/kernel/wakeable_call.h"
 
 namespace platform {
-namespace {
-
-// A standard signal, because sending one cannot fail for want of room in a queue; this one is
-// ignored by default, and nothing here receives the urgent data that it is meant for.
-constexpr int kWakeSignal = SIGURG;
-
-/// The calling thread's signal mask during a sleep. The first call blocks the wake signal outside
-/// of sleeps.
-const sigset_t& MaskWhileAsleep() {
-  thread_local constinit bool isPrepared = false;
-  thread_local sigset_t mask;
-  if (isPrepared) return mask;
-  static const bool isHandled = [] {
-    struct sigaction action {};
-    action.sa_handler = [](int) {};  // Being interrupted is all that the sleep needs.
-    action.sa_flags = SA_RESTART | SA_ONSTACK;
-    sigemptyset(&action.sa_mask);
-    return sigaction(kWakeSignal, &action, nullptr) == 0;
-  }();
-  (void)isHandled;
-  sigset_t wakeSignal;
-  sigemptyset(&wakeSignal);
-  sigaddset(&wakeSignal, kWakeSignal);
-  pthread_sigmask(SIG_BLOCK, &wakeSignal, &mask);
-  sigdelset(&mask, kWakeSignal);
-  isPrepared = true;
-  return mask;
-}
-
-}  // namespace
-
 int PendingIoList::EndAll(DWORD error) {
   const std::lock_guard lock(_lock);
   int ended = 0;
@@ -45,7 +17,7 @@ int PendingIoList::EndAll(DWORD error) {
     if (operation->_endedWith != 0) continue;
     operation->_endedWith = error;
     // The thread cannot be gone: it leaves the list first, which takes the lock.
-    WakeFromBlockingIo(operation->_thread);
+    WakeFromCall(operation->_thread);
     ++ended;
   }
   return ended;
@@ -54,12 +26,11 @@ int PendingIoList::EndAll(DWORD error) {
 void PendingIoList::WakeAll() {
   const std::lock_guard lock(_lock);
   for (PendingIo* operation = _first; operation != nullptr; operation = operation->_next) {
-    WakeFromBlockingIo(operation->_thread);
+    WakeFromCall(operation->_thread);
   }
 }
 
 PendingIo::PendingIo(PendingIoList& list) : _list(list), _thread(pthread_self()) {
-  MaskWhileAsleep();
   const std::lock_guard lock(_list._lock);
   _next = _list._first;
   if (_next != nullptr) _next->_previous = this;
@@ -72,19 +43,25 @@ PendingIo::~PendingIo() {
   if (_next != nullptr) _next->_previous = _previous;
 }
 
-DWORD PendingIo::EndedWith() {
-  if (IsTerminationPending()) return ERROR_OPERATION_ABORTED;
-  const std::lock_guard lock(_list._lock);
-  return _endedWith;
+DWORD PendingIo::EndedWith() const {
+  return IsTerminationPending() ? ERROR_OPERATION_ABORTED : _endedWith.load();
 }
 
 DWORD PendingIo::WaitFor(int fd, short events) {
   if (const DWORD error = EndedWith()) return error;
+  constexpr long kForever = -1;
   pollfd descriptor{fd, events, 0};
-  ppoll(&descriptor, 1, nullptr, &MaskWhileAsleep());
+  CallUntilWoken(SYS_poll, reinterpret_cast<long>(&descriptor), 1, kForever);
   return EndedWith();
 }
 
-void WakeFromBlockingIo(pthread_t thread) { pthread_kill(thread, kWakeSignal); }
+ssize_t PendingIo::Receive(int socket, msghdr& message, DWORD& ended) {
+  for (;;) {
+    ended = EndedWith();
+    if (ended != 0) return -EINTR;
+    const long result = CallUntilWoken(SYS_recvmsg, socket, reinterpret_cast<long>(&message));
+    if (result != -EINTR) return result;
+  }
+}
 
 }  // namespace platform

@@ -1,13 +1,15 @@
 /// Blocking on a file descriptor so that another thread can end it.
 ///
-/// A blocked thread sleeps in ppoll, woken by its descriptor or by a signal. The thread blocks that
-/// signal for good before its first operation, and only ppoll lets it in: one that is sent between
-/// a look at the operation's state and the sleep stays pending and ends the sleep at once. So no
-/// wake-up is lost, and neither a descriptor nor a system call is spent on one that never comes.
+/// A blocked thread sleeps in one system call, which its descriptor's readiness ends, or a wake-up
+/// (wakeable_call.h). Who ends an operation writes down why and then wakes the thread, which looks
+/// before each sleep: no wake-up is lost, and neither a descriptor nor a system call is spent on
+/// one that never comes.
 #pragma once
 
 #include <pthread.h>
+#include <sys/socket.h>
 
+#include <atomic>
 #include <mutex>
 
 #include "platform/posix/api/base.h"
@@ -46,19 +48,19 @@ class PendingIo {
   /// alone.
   DWORD WaitFor(int fd, short events);
 
+  /// Receives like recvmsg, sleeping until there is something. The number of bytes or a negative
+  /// errno value; when the operation is ended, that is in `ended`.
+  ssize_t Receive(int socket, msghdr& message, DWORD& ended);
+
  private:
   friend class PendingIoList;
-  DWORD EndedWith();
+  DWORD EndedWith() const;
 
   PendingIoList& _list;
   const pthread_t _thread;
   PendingIo* _previous = nullptr;
   PendingIo* _next;
-  DWORD _endedWith = 0;  // Guarded by the list's lock.
+  std::atomic<DWORD> _endedWith{0};  // Written with the list's lock held.
 };
-
-/// Ends the sleep of `thread` in an operation, or its next one, so that it looks at its state.
-/// Harmless for any other thread.
-void WakeFromBlockingIo(pthread_t thread);
 
 }  // namespace platform

@@ -17,4 +17,9 @@ inline int CaptureSignal() { return SIGRTMIN + 10; }
 /// Says that the time after a close or shutdown event is over (see console.h).
 inline int ClosingTimerSignal() { return SIGRTMIN + 11; }
 
+/// Ends a system call of a thread (see wakeable_call.h). A standard signal, because sending one
+/// cannot fail for want of room in a queue; this one is ignored by default, and nothing here
+/// receives the urgent data that it is meant for.
+constexpr int kWakeSignal = SIGURG;
+
 }  // namespace platform

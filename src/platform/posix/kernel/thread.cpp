@@ -11,8 +11,8 @@
 
 #include "platform/posix/api/threads.h"
 #include "platform/posix/kernel/background_thread.h"
-#include "platform/posix/kernel/blocking_io.h"
 #include "platform/posix/kernel/kernel_scope.h"
+#include "platform/posix/kernel/wakeable_call.h"
 
 namespace platform {
 namespace {
@@ -195,7 +195,7 @@ void Thread::TerminateSelf(DWORD exitCode) {
 void Thread::WakeForTermination() {
   SendTerminationSignal(_native);
   _waker.Wake();
-  WakeFromBlockingIo(_native);
+  WakeFromCall(_native);
 }
 
 DWORD Thread::ExitCode() const {

@@ -127,7 +127,10 @@ DWORD ConnectToPipe(const std::string& fileName, UniqueFd& socket) {
   for (;;) {
     const SocketFile before(path);
     const int error = ConnectLocal(path, SOCK_STREAM, socket);
-    if (error == 0) return 0;
+    if (error == 0) {
+      fcntl(socket.Get(), F_SETFL, 0);  // Connecting must not block; reading sleeps in the call.
+      return 0;
+    }
     if (error == EAGAIN) return ERROR_PIPE_BUSY;  // One client is waiting to be accepted.
     if (error != ECONNREFUSED) return ErrorFromErrno(error);
     const bool isServed = IsClaimed(fileName);

@@ -48,13 +48,16 @@ DWORD PipeStream::Failure(DWORD error) const {
 
 DWORD PipeStream::Read(PendingIoList& transfers, void* buffer, DWORD size, DWORD& done) {
   if (size == 0) return 0;
-  DWORD error = 0;
-  while (TryRead(buffer, size, done, error) == Attempt::kWouldBlock) {
+  for (;;) {
+    if (std::unique_lock lock(_readLock, std::try_to_lock); lock) {
+      const DWORD error = ReadAlone(transfers, buffer, size, done);
+      lock.unlock();
+      // What has been received beyond this call's share is for readers who wait for the socket.
+      if (_aheadSize > 0) transfers.WakeAll();
+      return error;
+    }
     if (const DWORD ended = WaitForInput(transfers)) return ended;
   }
-  // What has been received beyond this call's share is for readers who wait for the socket.
-  if (_aheadSize > 0) transfers.WakeAll();
-  return error == 0 ? 0 : Failure(error);
 }
 
 DWORD PipeStream::WaitForInput(PendingIoList& transfers) {
@@ -63,32 +66,30 @@ DWORD PipeStream::WaitForInput(PendingIoList& transfers) {
   return _aheadSize > 0 ? 0 : pending.WaitFor(_socket.Get(), POLLIN);
 }
 
-PipeStream::Attempt PipeStream::TryRead(void* buffer, DWORD size, DWORD& done, DWORD& error) {
-  const std::lock_guard lock(_readLock);
+DWORD PipeStream::ReadAlone(PendingIoList& transfers, void* buffer, DWORD size, DWORD& done) {
   if (_aheadSize > 0) {
     done = TakeReadAhead(buffer, size);
-    return Attempt::kDone;
+    return 0;
   }
-  const ssize_t count = _socket ? Receive(buffer, size) : 0;
-  if (count < 0 && IsTransient(errno)) return Attempt::kWouldBlock;
-  if (count > 0) {
-    done = static_cast<DWORD>(count);
-  } else {
-    error = count == 0 ? ERROR_BROKEN_PIPE : ReadError(errno);
-  }
-  return Attempt::kDone;
+  if (!_socket) return ERROR_BROKEN_PIPE;
+  DWORD ended = 0;
+  PendingIo pending(transfers);
+  const ssize_t count = Receive(pending, buffer, size, ended);
+  if (ended != 0) return ended;
+  if (count < 0) return Failure(ReadError(static_cast<int>(-count)));
+  if (count == 0) return Failure(ERROR_BROKEN_PIPE);
+  done = static_cast<DWORD>(count);
+  return 0;
 }
 
-ssize_t PipeStream::Receive(void* buffer, DWORD size) {
-  if (_receives == Receives::kOnlyWhatIsRead) {
-    return recv(_socket.Get(), buffer, size, MSG_DONTWAIT);
-  }
-  if (!_ahead) _ahead = std::make_unique_for_overwrite<std::byte[]>(kReadAheadBytes);
+ssize_t PipeStream::Receive(PendingIo& pending, void* buffer, DWORD size, DWORD& ended) {
+  const bool isAhead = _receives == Receives::kAhead;
+  if (isAhead && !_ahead) _ahead = std::make_unique_for_overwrite<std::byte[]>(kReadAheadBytes);
   iovec pieces[] = {{buffer, size}, {_ahead.get(), kReadAheadBytes}};
   msghdr message{};
   message.msg_iov = pieces;
-  message.msg_iovlen = std::size(pieces);
-  const ssize_t count = recvmsg(_socket.Get(), &message, MSG_DONTWAIT);
+  message.msg_iovlen = isAhead ? 2 : 1;
+  const ssize_t count = pending.Receive(_socket.Get(), message, ended);
   if (count <= static_cast<ssize_t>(size)) return count;
   _aheadStart = 0;
   _aheadSize = static_cast<std::size_t>(count) - size;
@@ -169,8 +170,8 @@ bool PipeStream::PeerHasGone() const {
 
 bool PipeStream::IsOver() {
   char next = 0;
-  const std::lock_guard lock(_readLock);
-  return _aheadSize == 0 && PeerHasGone() &&
+  const std::unique_lock lock(_readLock, std::try_to_lock);
+  return lock && _aheadSize == 0 && PeerHasGone() &&
          recv(_socket.Get(), &next, 1, MSG_PEEK | MSG_DONTWAIT) <= 0;
 }
 

@@ -52,24 +52,23 @@ class PipeStream {
   void Shut(DWORD error);
 
  private:
-  enum class Attempt { kDone, kWouldBlock };
-
   bool HasUnreadOutput() const;
   DWORD WaitUntilRead(PendingIoList& transfers);
-  /// One attempt that does not block; `error` is written when it is done.
-  Attempt TryRead(void* buffer, DWORD size, DWORD& done, DWORD& error);
+  /// Called with the read lock held.
+  DWORD ReadAlone(PendingIoList& transfers, void* buffer, DWORD size, DWORD& done);
   /// Sleeps until a read may succeed.
   DWORD WaitForInput(PendingIoList& transfers);
   /// What an operation that failed with `error` reports.
   DWORD Failure(DWORD error) const;
   DWORD TakeReadAhead(void* buffer, DWORD size);
-  ssize_t Receive(void* buffer, DWORD size);
+  ssize_t Receive(PendingIo& pending, void* buffer, DWORD size, DWORD& ended);
 
   const UniqueFd _socket;
   const Receives _receives = Receives::kOnlyWhatIsRead;
   std::atomic<DWORD> _shutWith{0};
 
-  std::mutex _readLock;  // Guards what follows; held for an attempt, not for a sleep.
+  /// Guards what follows. A reader holds it in its sleep; others try it and sleep elsewhere.
+  std::mutex _readLock;
   /// What was received ahead: `_aheadSize` bytes from `_aheadStart`. Allocated at the first read.
   std::unique_ptr<std::byte[]> _ahead;
   std::size_t _aheadStart = 0;
