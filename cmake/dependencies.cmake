@@ -1,5 +1,5 @@
 # Third-party libraries, all from Debian's packages. Targets: tagwright_tinyxml, tagwright_json,
-# tagwright_cli11 and, on Linux, SQLite::SQLite3.
+# tagwright_cli11, tagwright_utf8 and, on Linux, SQLite::SQLite3.
 if(WIN32)
   include(cmake/dependencies_windows.cmake)
 else()
@@ -15,6 +15,10 @@ else()
   find_package(CLI11 REQUIRED)
   add_library(tagwright_cli11 INTERFACE)
   target_link_libraries(tagwright_cli11 INTERFACE CLI11::CLI11)
+
+  find_path(UTF8CPP_HEADERS utf8cpp/utf8.h REQUIRED)
+  add_library(tagwright_utf8 INTERFACE)
+  target_include_directories(tagwright_utf8 SYSTEM INTERFACE ${UTF8CPP_HEADERS})
 
   find_package(SQLite3 REQUIRED)
   find_package(Threads REQUIRED)

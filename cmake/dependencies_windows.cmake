@@ -31,6 +31,7 @@ endfunction()
 
 tagwright_header_library(tagwright_json nlohmann-json3-dev nlohmann)
 tagwright_header_library(tagwright_cli11 libcli11-dev CLI)
+tagwright_header_library(tagwright_utf8 libutfcpp-dev utf8cpp)
 
 # GoogleTest runs on Windows' own threads; only tests are linked with it.
 set(gtest_disable_pthreads ON CACHE BOOL "" FORCE)

@@ -5,13 +5,14 @@
 #include <string_view>
 
 #include "platform/windows_api.h"
+#include "text/unicode.h"
 
 namespace Simulator {
 
 using WideText = std::basic_string<WCHAR>;
 using WideView = std::basic_string_view<WCHAR>;
 
-std::string ToUtf8(WideView text);
-WideText FromUtf8(std::string_view text);
+inline std::string ToUtf8(WideView text) { return Unicode::ToUtf8(text); }
+inline WideText FromUtf8(std::string_view text) { return Unicode::ToUtf16<WCHAR>(text); }
 
 }  // namespace Simulator

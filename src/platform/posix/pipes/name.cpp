@@ -1,8 +1,5 @@
 #include "platform/posix/pipes/name.h"
 
-#include <locale.h>
-#include <wctype.h>
-
 #include <string_view>
 
 #include "platform/posix/api/errors.h"
@@ -14,21 +11,6 @@ namespace {
 
 constexpr std::u16string_view kPrefix = u"\\\\.\\pipe\\";
 constexpr std::size_t kMaxPathChars = 256;
-
-// Unicode's lower case without a look at the user's locale: every process must agree.
-char16_t ToLower(char16_t unit) {
-  static const locale_t locale = [] {
-    const locale_t unicode = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
-    return unicode != nullptr ? unicode : newlocale(LC_CTYPE_MASK, "C", nullptr);
-  }();
-  return static_cast<char16_t>(towlower_l(unit, locale));
-}
-
-std::u16string ToLower(std::u16string_view text) {
-  std::u16string lower;
-  for (const char16_t unit : text) lower += ToLower(unit);
-  return lower;
-}
 
 }  // namespace
 
