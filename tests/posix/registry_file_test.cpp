@@ -15,6 +15,9 @@ namespace fs = std::filesystem;
 using platform::RegistryDatabase;
 using platform::RegistryName;
 
+/// Far longer than anything here takes; only a fault reaches it.
+constexpr int kLongMs = 60000;
+
 platform::RegistryKeyId MakeKey(RegistryDatabase& database) {
   bool created = false;
   return database.CreateKey(2, platform::SplitKeyPath(u"Software\\Shared"), created);
@@ -24,7 +27,8 @@ platform::RegistryKeyId MakeKey(RegistryDatabase& database) {
 const VictimRole kWriter("registry-writer", [](VictimSide& side, const std::string& path) {
   side.Ready();
   side.WaitUntilReleased();
-  RegistryDatabase database(path);
+  platform::RegistryPatience patience{kLongMs};
+  RegistryDatabase database(path, patience);
   const auto key = MakeKey(database);
   const auto id = std::to_string(GetCurrentProcessId());
   for (unsigned char number = 0;; ++number) {
@@ -45,7 +49,8 @@ class RegistryFile : public testing::Test {
   /// What using the file comes to.
   DWORD Use() const {
     try {
-      RegistryDatabase database(Path());
+      platform::RegistryPatience patience;
+      RegistryDatabase database(Path(), patience);
       return MakeKey(database) > 0 ? ERROR_SUCCESS : ERROR_FILE_NOT_FOUND;
     } catch (const platform::RegistryError& error) {
       return error.code;
@@ -61,7 +66,8 @@ TEST_F(RegistryFile, OutlivesProcessesThatMakeItTogetherAndAreKilledWriting) {
   for (Victim& writer : writers) writer.Release();
   for (Victim& writer : writers) writer.WaitUntilReady();
   for (Victim& writer : writers) writer.Kill();
-  RegistryDatabase database(Path());
+  platform::RegistryPatience patience{kLongMs};
+  RegistryDatabase database(Path(), patience);
   const auto key = MakeKey(database);
   for (Victim& writer : writers) {
     const auto id = std::to_string(writer.Id());

@@ -35,10 +35,15 @@ TEST(SecurityDescriptor, OpensOnlyWhatEveryoneMayReadAndWrite) {
   const struct {
     const char* sddl;
     int verdict;
-  } cases[] = {{"D:(A;OICI;GA;;;WD)", kEveryone},         {"D:P(A;;GRGW;;;S-1-1-0)", kEveryone},
-               {"D:(A;;GR;;;WD)(A;;GW;;;WD)", kEveryone}, {"D:(A;;GA;;;SY)", kPrivate},
-               {"D:(D;;GW;;;WD)(A;;GA;;;WD)", kPrivate},  {"", kRefused},
-               {"D:(A;OICI;GA;;;WD", kRefused},           {"D:(A;;GA;;;S-1-x)", kRefused}};
+  } cases[] = {{"D:(A;OICI;GA;;;WD)", kEveryone},
+               {"D:P(A;;GRGW;;;S-1-1-0)", kEveryone},
+               {"D:(A;;GR;;;WD)(A;;GW;;;WD)", kEveryone},
+               {"D:(A;;GA;;;SY)", kPrivate},
+               {"D:(D;;GW;;;WD)(A;;GA;;;WD)", kPrivate},
+               {"D:(A;OIIO;GA;;;WD)", kPrivate},
+               {"", kRefused},
+               {"D:(A;OICI;GA;;;WD", kRefused},
+               {"D:(A;;GA;;;S-1-x)", kRefused}};
   for (const auto& one : cases) EXPECT_EQ(VerdictOn(one.sddl), one.verdict) << one.sddl;
 }
 

@@ -39,7 +39,7 @@ TEST(StatePathsTest, DrivesLieOverTheFileSystem) {
 TEST(TextTest, MalformedTextIsReplacedAndTheRestKept) {
   // A lone byte, an overlong form, a surrogate, a sequence cut short.
   EXPECT_EQ(platform::ToUtf16("\x80|\xC0\xAF|\xED\xA0\x80|\xE2\x82"),
-            u"\uFFFD|\uFFFD\uFFFD|\uFFFD|\uFFFD");
+            u"\uFFFD|\uFFFD|\uFFFD|\uFFFD");
 }
 
 }  // namespace

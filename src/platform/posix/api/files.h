@@ -78,11 +78,11 @@ UINT GetSystemDirectoryW(LPWSTR buffer, UINT sizeChars);
 
 constexpr int _SH_DENYNO = 0x40;
 
-/// fopen of the C runtime with shared access (_SH_DENYNO only): `path` in the ANSI code page,
-/// `mode` "r", "w" or "a", with "b" for a binary stream. Without it (or with "t") LF is written as
-/// CR LF and CR LF read as LF; such a stream cannot be positioned. What is printed to it between
-/// two flushes, up to 64 KiB, reaches the file in one write. Null on failure, errno says why
-/// (EINVAL: another mode).
+/// fopen of the C runtime, to append text with shared access: `path` in the ANSI code page, `mode`
+/// "a" and `shareFlag` _SH_DENYNO only. LF is written as CR LF; the stream cannot be positioned.
+/// What is printed to it between two flushes, up to 64 KiB, reaches the file in one write or, on a
+/// full disk, not at all. Null on failure, errno says why (EINVAL: another mode; ENOTSUP: no
+/// regular file).
 std::FILE* _fsopen(const char* path, const char* mode, int shareFlag);
 
 constexpr int CSIDL_COMMON_APPDATA = 0x0023;

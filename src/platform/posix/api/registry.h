@@ -4,7 +4,8 @@
 /// Every call returns its error. Besides those named below: ERROR_INVALID_HANDLE for a handle that
 /// is no open key, ERROR_KEY_DELETED for a key that was deleted while it was open, ERROR_BADDB for
 /// a damaged or foreign registry.db, ERROR_REGISTRY_IO_FAILED when the file cannot be used
-/// otherwise (another process held it for more than ten seconds, for instance).
+/// otherwise (another process keeps it locked, for instance; waiting for it costs three seconds in
+/// all, until it is free again). The first such failure is told on standard error.
 ///
 /// A `subKey` is a path below the key, components separated by backslashes: one that starts with a
 /// backslash is ERROR_BAD_PATHNAME, a component of more than 255 characters

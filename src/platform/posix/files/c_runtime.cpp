@@ -1,7 +1,5 @@
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <cerrno>
+#include <cstdio>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -9,6 +7,7 @@
 
 #include "platform/posix/api/code_pages.h"
 #include "platform/posix/api/files.h"
+#include "platform/posix/kernel/append_file.h"
 #include "platform/posix/kernel/kernel_scope.h"
 #include "platform/posix/kernel/state_paths.h"
 #include "platform/posix/kernel/unique_fd.h"
@@ -22,90 +21,29 @@ namespace {
 // lines of several processes that append to one file stay whole.
 constexpr std::size_t kBufferBytes = 64 * 1024;
 
-struct Mode {
-  int openFlags;
-  const char* streamMode;
-  bool isText;
-};
-
-// "r", "w" or "a", then optionally "t" or "b".
-bool ParseMode(const char* text, Mode& mode) {
-  switch (text[0]) {
-    case 'r':
-      mode = {O_RDONLY, "r", true};
-      break;
-    case 'w':
-      mode = {O_WRONLY | O_CREAT | O_TRUNC, "w", true};
-      break;
-    case 'a':
-      mode = {O_WRONLY | O_CREAT | O_APPEND, "a", true};
-      break;
-    default:
-      return false;
-  }
-  mode.isText = text[1] != 'b';
-  return text[1] == 0 || ((text[1] == 't' || text[1] == 'b') && text[2] == 0);
-}
-
 /// A file whose lines end in CR LF while the program sees LF. The stream owns it.
-class TextFile {
- public:
-  explicit TextFile(UniqueFd file) : _file(std::move(file)), _streamBuffer(kBufferBytes) {}
-  ssize_t Read(char* buffer, std::size_t size);
-  ssize_t Write(const char* buffer, std::size_t size);
-  std::vector<char>& StreamBuffer() { return _streamBuffer; }
-
- private:
-  bool HasByte();
-
-  UniqueFd _file;
-  std::vector<char> _streamBuffer;
-  std::string _ahead;  // as it stands in the file, from _next on not yet handed out
-  std::size_t _next = 0;
+struct TextFile {
+  UniqueFd file;
+  std::unique_ptr<char[]> streamBuffer{new char[kBufferBytes]};
 };
 
-bool TextFile::HasByte() {
-  if (_next < _ahead.size()) return true;
-  _ahead.resize(kBufferBytes);
-  const ssize_t count = read(_file.Get(), _ahead.data(), _ahead.size());
-  _ahead.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
-  _next = 0;
-  return count > 0;
-}
-
-ssize_t TextFile::Read(char* buffer, std::size_t size) {
-  std::size_t filled = 0;
-  while (filled < size && HasByte()) {
-    const char byte = _ahead[_next++];
-    const bool isLineEnd = byte == '\r' && HasByte() && _ahead[_next] == '\n';
-    if (!isLineEnd) buffer[filled++] = byte;
-  }
-  return static_cast<ssize_t>(filled);
-}
-
-ssize_t TextFile::Write(const char* buffer, std::size_t size) {
+std::string WithCarriageReturns(std::string_view text) {
   std::string bytes;
-  bytes.reserve(size + size / 16);
-  for (const char byte : std::string_view(buffer, size)) {
+  bytes.reserve(text.size() + text.size() / 16);
+  for (const char byte : text) {
     if (byte == '\n') bytes += '\r';
     bytes += byte;
   }
-  for (std::size_t written = 0; written < bytes.size();) {
-    const ssize_t count = write(_file.Get(), bytes.data() + written, bytes.size() - written);
-    if (count < 0 && errno != EINTR) return 0;  // what the stream library expects of a failure
-    if (count > 0) written += static_cast<std::size_t>(count);
-  }
-  return static_cast<ssize_t>(size);
+  return bytes;
 }
 
-ssize_t ReadText(void* file, char* buffer, std::size_t size) {
+ssize_t WriteText(void* file, const char* text, std::size_t size) {
   const KernelScope scope;
-  return static_cast<TextFile*>(file)->Read(buffer, size);
-}
-
-ssize_t WriteText(void* file, const char* buffer, std::size_t size) {
-  const KernelScope scope;
-  return static_cast<TextFile*>(file)->Write(buffer, size);
+  const std::string bytes = WithCarriageReturns({text, size});
+  const int error = platform::AppendWhole(static_cast<TextFile*>(file)->file.Get(), bytes);
+  if (error == 0) return static_cast<ssize_t>(size);
+  errno = error;
+  return 0;  // What the stream library expects of a failure.
 }
 
 int CloseText(void* file) {
@@ -114,20 +52,11 @@ int CloseText(void* file) {
   return 0;
 }
 
-std::FILE* OpenTextStream(UniqueFd file, const char* mode) {
-  auto text = std::make_unique<TextFile>(std::move(file));
-  std::vector<char>& buffer = text->StreamBuffer();
-  std::FILE* const stream =
-      fopencookie(text.get(), mode, {ReadText, WriteText, nullptr, CloseText});
+std::FILE* OpenStream(UniqueFd file) {
+  auto text = std::make_unique<TextFile>(TextFile{std::move(file)});
+  std::FILE* const stream = fopencookie(text.get(), "a", {nullptr, WriteText, nullptr, CloseText});
   if (stream == nullptr) return nullptr;
-  text.release();
-  std::setvbuf(stream, buffer.data(), _IOFBF, buffer.size());
-  return stream;
-}
-
-std::FILE* OpenBinaryStream(UniqueFd file, const char* mode) {
-  std::FILE* const stream = fdopen(file.Get(), mode);
-  if (stream != nullptr) file.Release();
+  std::setvbuf(stream, text.release()->streamBuffer.get(), _IOFBF, kBufferBytes);
   return stream;
 }
 
@@ -143,8 +72,8 @@ bool NativePathOf(const char* ansiPath, std::string& nativePath) {
 
 std::FILE* _fsopen(const char* path, const char* mode, int shareFlag) {
   const KernelScope scope;
-  Mode parsed{};
-  if (path == nullptr || mode == nullptr || shareFlag != _SH_DENYNO || !ParseMode(mode, parsed)) {
+  if (path == nullptr || mode == nullptr || shareFlag != _SH_DENYNO ||
+      mode != std::string_view("a")) {
     errno = EINVAL;
     return nullptr;
   }
@@ -153,9 +82,6 @@ std::FILE* _fsopen(const char* path, const char* mode, int shareFlag) {
     errno = ENOENT;
     return nullptr;
   }
-  constexpr mode_t kNewFileMode = 0666;
-  UniqueFd file(open(nativePath.c_str(), parsed.openFlags | O_CLOEXEC, kNewFileMode));
-  if (!file) return nullptr;
-  return parsed.isText ? OpenTextStream(std::move(file), parsed.streamMode)
-                       : OpenBinaryStream(std::move(file), parsed.streamMode);
+  UniqueFd file = platform::OpenToAppend(nativePath);
+  return file ? OpenStream(std::move(file)) : nullptr;
 }

@@ -55,7 +55,8 @@ DWORD DiskFile::Flush() { return fsync(_file.Get()) == 0 ? 0 : ErrorFromErrno(er
 
 namespace {
 
-constexpr mode_t kNewFileMode = 0666;
+/// Default security: the owner alone.
+constexpr mode_t kNewFileMode = 0600;
 constexpr DWORD kKnownAccess = GENERIC_READ | GENERIC_WRITE;
 constexpr DWORD kKnownSharing = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 constexpr DWORD kKnownFlags = FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN |

@@ -62,7 +62,7 @@ BOOL RemoveDirectoryW(LPCWSTR path) {
 BOOL CreateDirectoryW(LPCWSTR path, LPSECURITY_ATTRIBUTES attributes) {
   const KernelScope scope;
   if (attributes != nullptr) return Fail(ERROR_INVALID_PARAMETER);
-  constexpr mode_t kNewFolderMode = 0777;
+  constexpr mode_t kNewFolderMode = 0700;  // Default security: the owner alone.
   return OnPath(path, [](const char* nativePath) { return mkdir(nativePath, kNewFolderMode); });
 }
 

@@ -8,9 +8,8 @@
 ///
 /// A termination wakes a thread in the two places where calls of the layer sleep for each other:
 /// ThreadWaker (a futex word) and the sleep of blocking_io.h (a signal). The call then returns and
-/// the thread ends at the end of its scope. Three kinds of call leave their scopes (KernelPause),
-/// because nothing wakes them: the wait for a named mutex, the loader, and critical sections, which
-/// open no scope in the first place.
+/// the thread ends at the end of its scope. The loader leaves its scopes (KernelPause), because
+/// nothing wakes it; critical sections open no scope in the first place.
 #pragma once
 
 #include <pthread.h>

@@ -1,46 +1,139 @@
 #include "platform/posix/kernel/state_paths.h"
 
+#include <errno.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sysexits.h>
+#include <unistd.h>
+
+#include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
-#include <vector>
 
 #include "platform/posix/api/errors.h"
 #include "platform/posix/kernel/error_translation.h"
+#include "platform/posix/kernel/notice.h"
 #include "platform/posix/kernel/text.h"
+#include "platform/posix/kernel/unique_fd.h"
 
 namespace platform {
 namespace {
 
 constexpr std::string_view kSystemDrive = "drive_c";
+constexpr mode_t kPrivateMode = 0700;
+constexpr mode_t kSharedMode = 0711;
+constexpr mode_t kWrittenByOthers = S_IWGRP | S_IWOTH;
 
 std::string FromEnvironment(const char* variable) {
   const char* value = std::getenv(variable);
   return value == nullptr ? std::string() : value;
 }
 
-std::string ChooseStateRoot() {
+std::string NameOfStateRoot() {
   if (auto root = FromEnvironment("TAGWRIGHT_ROOT"); !root.empty()) return root;
   if (auto state = FromEnvironment("XDG_STATE_HOME"); !state.empty()) return state + "/tagwright";
   return FromEnvironment("HOME") + "/.local/state/tagwright";
 }
 
-void CreateFolder(const std::string& path) {
-  std::error_code ignored;  // Whoever uses the folder reports that it is missing.
-  std::filesystem::create_directories(path, ignored);
-}
-
-std::string PrepareStateRoot() {
-  std::string root = std::filesystem::absolute(ChooseStateRoot()).lexically_normal().string();
+/// A relative name stays as it is in a current folder that has been deleted.
+std::string ChooseStateRoot() {
+  const std::filesystem::path name = NameOfStateRoot();
+  std::error_code error;
+  const auto absolute = std::filesystem::absolute(name, error);
+  std::string root = (error ? name : absolute).lexically_normal().string();
   while (root.size() > 1 && root.back() == '/') root.pop_back();
-  CreateFolder(root);
   return root;
 }
 
-std::string WithSlashes(std::string path) {
-  for (char& c : path) {
-    if (c == '\\') c = '/';
+/// The root before anybody has looked at whose it is.
+const std::string& UncheckedStateRoot() {
+  static const auto* const root = new std::string(ChooseStateRoot());
+  return *root;
+}
+
+/// Creates what is missing of the path; the new folders have the mode, whatever the umask is.
+void CreateFolders(const std::string& path, mode_t mode) {
+  for (std::size_t end = path.find('/', 1);; end = path.find('/', end + 1)) {
+    const std::string folder = path.substr(0, end);
+    if (mkdir(folder.c_str(), mode) == 0) chmod(folder.c_str(), mode);
+    if (end == path.npos) return;
   }
-  return path;
+}
+
+/// Why the root cannot be used; empty when it can.
+std::string ObjectionTo(const std::string& root) {
+  const UniqueFd folder(open(root.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+  struct stat status {};
+  if (!folder || fstat(folder.Get(), &status) != 0) return std::strerror(errno);
+  if (status.st_uid != geteuid()) return "it belongs to another user";
+  if ((status.st_mode & kWrittenByOthers) != 0) return "other users may write to it";
+  return {};
+}
+
+std::string PrepareStateRoot() {
+  const std::string& root = UncheckedStateRoot();
+  // Others pass through it on their way to the shared folders.
+  CreateFolders(root, kSharedMode);
+  const std::string objection = ObjectionTo(root);
+  if (objection.empty()) return root;
+  WriteNotice("the state root " + root + " cannot be used: " + objection);
+  _exit(EX_CONFIG);
+}
+
+const std::string& SystemDrive() {
+  static const auto* const folder = new std::string(StateFolder(std::string(kSystemDrive)));
+  return *folder;
+}
+
+/// What stands for a byte of a native name that a Windows path cannot hold.
+constexpr char16_t kPrivateUse = 0xF000;
+
+bool StandsForByte(char16_t unit) {
+  return unit == kPrivateUse + u'\\' || (unit >= kPrivateUse + 0x80 && unit <= kPrivateUse + 0xFF);
+}
+
+void AppendAsBytes(std::u16string& text, std::string_view bytes) {
+  for (const char byte : bytes) text += kPrivateUse + static_cast<unsigned char>(byte);
+}
+
+/// Valid UTF-8 in the form of a Windows path.
+void AppendName(std::u16string& text, std::string_view valid) {
+  for (const char16_t unit : ToUtf16(valid)) {
+    if (unit == u'/') {
+      text += u'\\';
+    } else if (unit == u'\\') {
+      AppendAsBytes(text, "\\");
+    } else if (StandsForByte(unit)) {
+      AppendAsBytes(text, ToUtf8(std::u16string_view(&unit, 1)));
+    } else {
+      text += unit;
+    }
+  }
+}
+
+std::u16string WithBackslashes(std::string_view path) {
+  std::u16string text;
+  while (!path.empty()) {
+    const std::size_t valid = Unicode::ValidPrefix(path);
+    AppendName(text, path.substr(0, valid));
+    AppendAsBytes(text, path.substr(valid, 1));
+    path.remove_prefix(std::min(valid + 1, path.size()));
+  }
+  return text;
+}
+
+std::string WithSlashes(std::u16string_view path) {
+  std::string bytes;
+  while (!path.empty()) {
+    const auto* const special = std::ranges::find_if(
+        path, [](char16_t unit) { return unit == u'\\' || StandsForByte(unit); });
+    const auto plain = static_cast<std::size_t>(special - path.begin());
+    bytes += ToUtf8(path.substr(0, plain));
+    if (plain < path.size()) bytes += *special == u'\\' ? '/' : static_cast<char>(*special & 0xFF);
+    path.remove_prefix(std::min(plain + 1, path.size()));
+  }
+  return bytes;
 }
 
 /// "." and ".." resolved by name alone, as for every Windows path; they do not lead above the root.
@@ -54,7 +147,7 @@ bool IsLetter(char c, char letter) { return (c | 0x20) == letter; }
 
 std::string OnSystemDrive(std::string_view path) {
   const std::string onDrive = FromRoot(path);
-  return StateFolder(std::string(kSystemDrive)) + (onDrive == "/" ? "" : onDrive);
+  return SystemDrive() + (onDrive == "/" ? "" : onDrive);
 }
 
 bool OnDrive(char drive, std::string_view path, std::string& nativePath) {
@@ -73,13 +166,24 @@ const std::string& StateRootPath() {
 
 std::string StateFolder(const std::string& name) {
   std::string folder = StateRootPath() + '/' + name;
-  CreateFolder(folder);
+  CreateFolders(folder, kPrivateMode);
   return folder;
+}
+
+std::string SharedStatePath(const std::string& name) { return UncheckedStateRoot() + '/' + name; }
+
+void MakeSharedStateFolder(const std::string& name) {
+  const std::string folder = SharedStatePath(name);
+  CreateFolders(folder, kSharedMode);
+  struct stat status {};
+  if (stat(folder.c_str(), &status) == 0 && (status.st_mode & ALLPERMS) != kSharedMode) {
+    chmod(folder.c_str(), kSharedMode);
+  }
 }
 
 bool ToNativePath(LPCWSTR windowsPath, std::string& nativePath) {
   constexpr std::string_view kVerbatimPrefix = "//?/";
-  const std::string whole = WithSlashes(ToUtf8(windowsPath));
+  const std::string whole = WithSlashes(windowsPath == nullptr ? u"" : windowsPath);
   std::string_view path = whole;
   if (path.starts_with(kVerbatimPrefix)) path.remove_prefix(kVerbatimPrefix.size());
   if (path.empty() || path.starts_with("//")) return Fail(ERROR_PATH_NOT_FOUND);
@@ -89,16 +193,13 @@ bool ToNativePath(LPCWSTR windowsPath, std::string& nativePath) {
 }
 
 std::u16string ToWindowsPath(std::string_view nativePath) {
-  const std::string systemDrive = StateRootPath() + '/' + std::string(kSystemDrive);
+  const std::string systemDrive = UncheckedStateRoot() + '/' + std::string(kSystemDrive);
   const bool isOnSystemDrive =
       nativePath.starts_with(systemDrive) &&
       (nativePath.size() == systemDrive.size() || nativePath[systemDrive.size()] == '/');
-  std::string path(isOnSystemDrive ? nativePath.substr(systemDrive.size()) : nativePath);
-  if (path.empty()) path = "/";
-  for (char& c : path) {
-    if (c == '/') c = '\\';
-  }
-  return ToUtf16((isOnSystemDrive ? "C:" : "Z:") + path);
+  const std::string_view path =
+      isOnSystemDrive ? nativePath.substr(systemDrive.size()) : nativePath;
+  return (isOnSystemDrive ? u"C:" : u"Z:") + WithBackslashes(path.empty() ? "/" : path);
 }
 
 }  // namespace platform

@@ -140,7 +140,7 @@ Thread::Remains Thread::Finish(DWORD exitCode) {
   // Mutexes first: a waiter for the thread that wakes up finds its mutexes abandoned. The
   // references are handed out because the last one may destroy an object whose destructor takes
   // the engine's lock.
-  Remains remains{std::move(_owned), std::move(_heldDuringPause), std::move(_selfWhileRunning)};
+  Remains remains{std::move(_owned), std::move(_selfWhileRunning)};
   for (const auto& object : remains.owned) object->OnOwnerEnded(*this);
   SignalWaiters();
   return remains;

@@ -48,10 +48,6 @@ class Thread final : public Waitable {
   void AddOwned(std::shared_ptr<Waitable> object);
   void RemoveOwned(const Waitable* object);
 
-  /// Keeps an object alive during a sleep in a KernelPause, where references on the stack would
-  /// leak; null lets go of it. Called by the thread itself.
-  void HoldDuringPause(std::shared_ptr<Waitable> object) { _heldDuringPause = std::move(object); }
-
   /// The thread's own crash site, made at the first call; null without memory. Called by the thread
   /// itself.
   CrashSite* PrepareForCrash();
@@ -75,7 +71,6 @@ class Thread final : public Waitable {
   /// What an ended thread lets go of; to be destroyed without the engine's lock.
   struct Remains {
     std::vector<std::shared_ptr<Waitable>> owned;
-    std::shared_ptr<Waitable> heldDuringPause;
     std::shared_ptr<Thread> self;
   };
   /// Called with the engine's lock held.
@@ -93,7 +88,6 @@ class Thread final : public Waitable {
   std::atomic<bool> _isTerminationPending{false};
   /// What the procedure returned; written and read by the thread itself.
   DWORD _returnedCode = 0;
-  std::shared_ptr<Waitable> _heldDuringPause;
   OwnedCrashSite _crashSite;
 
   // Guarded by the engine's lock.

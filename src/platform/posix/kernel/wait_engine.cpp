@@ -29,23 +29,18 @@ class Waiter {
   bool TryAny();
   bool TryAll();
   void Enlist();
+  void StayAsleep();
 
   Thread& _thread;
   const std::vector<std::shared_ptr<Waitable>>& _objects;
   const bool _waitAll;
-  const bool _isBoundToThread;
   bool _isEnlisted = false;
   bool _isSatisfied = false;
   DWORD _result = WAIT_FAILED;
 };
 
 Waiter::Waiter(Thread& thread, const std::vector<std::shared_ptr<Waitable>>& objects, bool waitAll)
-    : _thread(thread),
-      _objects(objects),
-      _waitAll(waitAll),
-      _isBoundToThread(std::any_of(objects.begin(), objects.end(), [](const auto& object) {
-        return object->IsBoundToWaitingThread();
-      })) {}
+    : _thread(thread), _objects(objects), _waitAll(waitAll) {}
 
 Waiter::~Waiter() {
   if (!_isEnlisted) return;
@@ -79,9 +74,16 @@ void Waiter::Offer() {
   // waiter in the queue.
   if (_isSatisfied) return;
   // The object is taken here, on the thread that signals it, so that nobody else can take it before
-  // the waiter runs. A named mutex can be taken by its future owner alone: that waiter is woken to
-  // try for itself.
-  if (_isBoundToThread || TrySatisfy()) _thread.Waker().Wake();
+  // the waiter runs.
+  if (TrySatisfy()) {
+    _thread.Waker().Wake();
+  } else {
+    StayAsleep();
+  }
+}
+
+void Waiter::StayAsleep() {
+  for (const auto& object : _objects) object->OnWaiterSleeps();
 }
 
 void Waiter::Enlist() {
@@ -91,14 +93,14 @@ void Waiter::Enlist() {
 
 DWORD Waiter::SleepUntil(const Deadline& deadline, std::unique_lock<std::mutex>& lock) {
   Enlist();
+  StayAsleep();
   for (bool isInTime = true; isInTime;) {
     if (IsTerminationPending()) return WAIT_FAILED;
-    for (const auto& object : _objects) object->OnWaiterSleeps();
     const auto sequence = _thread.Waker().Sequence();
     lock.unlock();
     isInTime = _thread.Waker().Sleep(sequence, deadline);
     lock.lock();
-    if (_isSatisfied || (_isBoundToThread && TrySatisfy())) return _result;
+    if (_isSatisfied) return _result;
   }
   return WAIT_TIMEOUT;
 }
@@ -111,10 +113,6 @@ std::mutex& EngineLock() {
 bool Waitable::Consume(Thread&) { return false; }
 
 void Waitable::OnOwnerEnded(const Thread&) {}
-
-DWORD Waitable::WaitAlone(std::shared_ptr<Waitable> self, DWORD timeoutMs) {
-  return WaitForObjects({std::move(self)}, false, timeoutMs);
-}
 
 void Waitable::SignalWaiters() {
   for (Waiter* waiter : _waiters) waiter->Offer();

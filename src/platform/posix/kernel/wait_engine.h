@@ -20,7 +20,7 @@ class Waiter;
 /// Guards the state of every Waitable and every registration. Never held while sleeping.
 std::mutex& EngineLock();
 
-/// An object that can be waited for. All but WaitAlone is called with the engine's lock held.
+/// An object that can be waited for. Everything is called with the engine's lock held.
 class Waitable : public Object {
  public:
   /// Readiness: whether a wait of `waiter` could be satisfied now. What it sets aside, if anything,
@@ -31,20 +31,16 @@ class Waitable : public Object {
   /// Readiness was found, but the wait as a whole could not be satisfied.
   virtual void GiveBack() {}
 
-  /// Whether only the waiting thread itself can check and consume.
-  virtual bool IsBoundToWaitingThread() const { return false; }
-  /// A thread is about to sleep for this object.
+  /// A wait that found this object, or another of its objects, not ready goes to sleep, or stays
+  /// asleep.
   virtual void OnWaiterSleeps() {}
   /// The thread that consumed it and has not given it back has ended.
   virtual void OnOwnerEnded(const Thread& owner);
 
-  /// Waits for this object alone; the result is WaitForSingleObject's. Called in a KernelScope; the
-  /// caller's only reference is handed over.
-  virtual DWORD WaitAlone(std::shared_ptr<Waitable> self, DWORD timeoutMs);
-
  protected:
   /// To be called when the object may have become signalled.
   void SignalWaiters();
+  bool HasWaiters() const { return !_waiters.empty(); }
 
  private:
   friend class Waiter;

@@ -8,6 +8,7 @@
 #include <mutex>
 
 #include "platform/posix/api/errors.h"
+#include "platform/posix/kernel/byte_lock.h"
 #include "platform/posix/kernel/error_translation.h"
 #include "platform/posix/kernel/file_name.h"
 #include "platform/posix/kernel/state_paths.h"
@@ -45,28 +46,14 @@ off_t Replacing(const std::string& fileName) {
 }
 
 std::string ClaimPath(const std::string& fileName) {
-  return StateFolder(kClaimFolder) + "/" + fileName;
-}
-
-struct flock OneByte(short type, off_t at) {
-  struct flock range {};
-  range.l_type = type;
-  range.l_whence = SEEK_SET;
-  range.l_start = at;
-  range.l_len = 1;
-  return range;
+  return SharedStatePath(kClaimFolder) + "/" + fileName;
 }
 
 bool LockByte(const UniqueFd& file, off_t at) {
-  struct flock range = OneByte(F_WRLCK, at);
-  return fcntl(file.Get(), F_OFD_SETLK, &range) == 0;
+  return TryLockByte(file.Get(), at, ByteLock::kExclusive);
 }
 
-// Only a lock that needs the right to write counts: others can take the other kind.
-bool IsAlive(const UniqueFd& file) {
-  struct flock range = OneByte(F_RDLCK, kAlive);
-  return fcntl(file.Get(), F_OFD_GETLK, &range) == 0 && range.l_type != F_UNLCK;
-}
+bool IsAlive(const UniqueFd& file) { return IsByteLockedElsewhere(file.Get(), kAlive); }
 
 // A file may have been removed, or replaced, since it was opened.
 bool IsStillAt(const UniqueFd& file, const std::string& path) {
@@ -78,7 +65,7 @@ bool IsStillAt(const UniqueFd& file, const std::string& path) {
 
 // It is locked before it has a claim's name, so that nobody takes it for a dead process's.
 std::shared_ptr<ClaimFile> NewClaimFile(const std::string& path, int& error) {
-  std::string temporary = StateFolder(kClaimFolder) + "/.~XXXXXX";
+  std::string temporary = SharedStatePath(kClaimFolder) + "/.~XXXXXX";
   UniqueFd file(mkostemp(temporary.data(), O_CLOEXEC));
   std::shared_ptr<ClaimFile> claim;
   error = 0;
@@ -121,6 +108,9 @@ DWORD RemoveDeadClaim(const std::string& path, const std::string& fileName) {
 }  // namespace
 
 DWORD ClaimName(const std::string& fileName, std::shared_ptr<ClaimFile>& file) {
+  StateRootPath();  // Whoever may change the folders could put a socket of his own in their place.
+  MakeSharedStateFolder(kSocketFolder);
+  MakeSharedStateFolder(kClaimFolder);
   const std::string path = ClaimPath(fileName);
   for (;;) {
     const int error = LinkClaim(path, file);
@@ -138,7 +128,7 @@ bool IsClaimed(const std::string& fileName) {
 void ReleaseClaim(const std::string& fileName) { unlink(ClaimPath(fileName).c_str()); }
 
 std::string SocketPath(const std::string& fileName) {
-  return StateFolder(kSocketFolder) + "/" + fileName;
+  return SharedStatePath(kSocketFolder) + "/" + fileName;
 }
 
 }  // namespace platform

@@ -25,7 +25,7 @@ bool IsClaimed(const std::string& fileName);
 /// Gives up a claim of this process.
 void ReleaseClaim(const std::string& fileName);
 
-/// The path of the socket file of that name, in a folder that has been made.
+/// The path of the socket file of that name. The first claim creates its folder.
 std::string SocketPath(const std::string& fileName);
 
 }  // namespace platform

@@ -1,10 +1,15 @@
 #include "platform/posix/registry/database.h"
 
+#include <fcntl.h>
 #include <sqlite3.h>
+#include <sys/stat.h>
 
+#include <chrono>
 #include <string_view>
+#include <thread>
 
 #include "platform/posix/api/errors.h"
+#include "platform/posix/kernel/unique_fd.h"
 
 namespace platform {
 
@@ -118,6 +123,31 @@ class Transaction {
   bool _committed = false;
 };
 
+/// SQLite gives the files beside it the same mode. An existing file is not opened: closing it would
+/// take the locks from a connection that this process has.
+void CreatePrivately(const std::string& path) {
+  constexpr mode_t kMode = 0600;
+  if (const UniqueFd created{open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, kMode)}) {
+    return;
+  }
+  struct stat status {};
+  if (stat(path.c_str(), &status) == 0 && (status.st_mode & (S_IRWXG | S_IRWXO)) != 0) {
+    chmod(path.c_str(), status.st_mode & S_IRWXU);
+  }
+}
+
+/// What SQLite does while another process has the file locked; it tries again for anything but 0.
+int WaitBriefly(void* patience, int) {
+  constexpr std::chrono::milliseconds kPause(5);
+  int& leftMs = static_cast<RegistryPatience*>(patience)->leftMs;
+  if (leftMs <= 0) return 0;
+  const auto start = std::chrono::steady_clock::now();
+  std::this_thread::sleep_for(kPause);
+  const auto slept = std::chrono::steady_clock::now() - start;
+  leftMs -= static_cast<int>(std::chrono::ceil<std::chrono::milliseconds>(slept).count());
+  return 1;
+}
+
 /// The connection until its owner is complete.
 struct CloseConnection {
   sqlite3*& connection;
@@ -129,12 +159,13 @@ struct CloseConnection {
 
 }  // namespace
 
-RegistryDatabase::RegistryDatabase(const std::string& path) {
+RegistryDatabase::RegistryDatabase(const std::string& path, RegistryPatience& patience) {
+  CreatePrivately(path);
   CloseConnection onFailure{_connection};
   Require(sqlite3_open_v2(path.c_str(), &_connection,
                           SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX,
                           nullptr));
-  Require(sqlite3_busy_timeout(_connection, kBusyTimeoutMs));
+  Require(sqlite3_busy_handler(_connection, WaitBriefly, &patience));
   ChooseJournal();
   EnsureTables();
   onFailure.armed = false;

@@ -30,20 +30,25 @@ struct RegistryValue {
 };
 
 /// What every operation below throws: a system error code. ERROR_BADDB is a damaged or foreign
-/// file, ERROR_REGISTRY_IO_FAILED anything between (a lock that others held for longer than
-/// kBusyTimeoutMs, too).
+/// file, ERROR_REGISTRY_IO_FAILED anything between (a lock that others held for longer than the
+/// patience lasted, too).
 struct RegistryError {
   DWORD code;
+};
+
+/// How long operations wait for other processes' transactions, all of them together: a file that
+/// another program keeps locked costs this time once, and not for each value.
+struct RegistryPatience {
+  static constexpr int kFullMs = 3000;
+  int leftMs = kFullMs;
 };
 
 /// One connection. It is neither locked nor usable after a fork; see WithRegistry in registry.cpp.
 class RegistryDatabase {
  public:
-  /// How long an operation waits for other processes' transactions.
-  static constexpr int kBusyTimeoutMs = 10000;
-
-  /// Opens the database, making it on first use.
-  explicit RegistryDatabase(const std::string& path);
+  /// Opens the database; the first use creates it, for its owner alone. `patience` outlives this
+  /// object; who has it gives it back what was spent when an operation has succeeded.
+  RegistryDatabase(const std::string& path, RegistryPatience& patience);
   ~RegistryDatabase();
   RegistryDatabase(const RegistryDatabase&) = delete;
   RegistryDatabase& operator=(const RegistryDatabase&) = delete;

@@ -4,9 +4,12 @@
 #include <cstring>
 #include <memory>
 #include <mutex>
+#include <string>
+#include <utility>
 
 #include "platform/posix/api/errors.h"
 #include "platform/posix/kernel/kernel_scope.h"
+#include "platform/posix/kernel/notice.h"
 #include "platform/posix/kernel/object.h"
 #include "platform/posix/kernel/state_paths.h"
 #include "platform/posix/registry/database.h"
@@ -54,12 +57,20 @@ std::shared_ptr<OpenKey> LookupKey(HKEY handle) {
 /// process ends.
 struct Registry {
   std::mutex lock;
+  platform::RegistryPatience patience;
   std::unique_ptr<RegistryDatabase> database;
+  bool hasWarned = false;
 };
 
 Registry& TheRegistry() {
   static auto* const registry = new Registry;
   return *registry;
+}
+
+std::string RegistryPath() { return platform::StateRootPath() + "/registry.db"; }
+
+bool IsFileAtFault(DWORD error) {
+  return error == ERROR_BADDB || error == ERROR_REGISTRY_IO_FAILED || error == ERROR_DISK_FULL;
 }
 
 /// Runs `work` on the process's connection, one thread at a time, and returns its result or the
@@ -70,12 +81,17 @@ LSTATUS WithRegistry(Work&& work) {
   std::lock_guard<std::mutex> guard(registry.lock);
   try {
     if (!registry.database) {
-      registry.database =
-          std::make_unique<RegistryDatabase>(platform::StateRootPath() + "/registry.db");
+      registry.database = std::make_unique<RegistryDatabase>(RegistryPath(), registry.patience);
     }
-    return static_cast<LSTATUS>(work(*registry.database));
+    const auto result = static_cast<LSTATUS>(work(*registry.database));
+    registry.patience = {};
+    return result;
   } catch (const RegistryError& error) {
     if (error.code == ERROR_BADDB) registry.database.reset();
+    if (IsFileAtFault(error.code) && !std::exchange(registry.hasWarned, true)) {
+      platform::WriteNotice("the registry " + RegistryPath() + " cannot be used: error " +
+                            std::to_string(error.code));
+    }
     return static_cast<LSTATUS>(error.code);
   }
 }

@@ -13,14 +13,13 @@ bool Mutex::Consume(Thread& waiter) {
     _owner = &waiter;
     waiter.AddOwned(std::static_pointer_cast<Waitable>(shared_from_this()));
   }
-  return std::exchange(_wasAbandoned, false);
+  return std::exchange(_isAbandoned, false);
 }
 
 void Mutex::OnOwnerEnded(const Thread&) {
   _owner = nullptr;
   _recursion = 0;
-  _wasAbandoned = true;
-  SignalWaiters();
+  OnFree(true);
 }
 
 bool Mutex::Release() {
@@ -30,9 +29,13 @@ bool Mutex::Release() {
   if (--_recursion > 0) return true;
   _owner = nullptr;
   self.RemoveOwned(this);
-  OnReleased();
-  SignalWaiters();
+  OnFree(false);
   return true;
+}
+
+void Mutex::OnFree(bool isAbandoned) {
+  _isAbandoned = isAbandoned;
+  SignalWaiters();
 }
 
 }  // namespace platform

@@ -18,13 +18,14 @@ class Mutex : public Waitable {
 
  protected:
   const Thread* Owner() const { return _owner; }
-  /// The owner has given its last ownership back; the call is on its thread.
-  virtual void OnReleased() {}
+  /// Nobody owns the mutex any more: its owner has released it, or has ended (`isAbandoned`).
+  /// Offers it to those who wait.
+  virtual void OnFree(bool isAbandoned);
 
  private:
   Thread* _owner = nullptr;
   int _recursion = 0;
-  bool _wasAbandoned = false;
+  bool _isAbandoned = false;
 };
 
 }  // namespace platform

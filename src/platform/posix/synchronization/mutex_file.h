@@ -1,56 +1,64 @@
-/// The file behind a named mutex: a robust process-shared mutex, mapped by every process that has
-/// the name open.
+/// The file behind a named mutex, which lies in mutex/ under the state root.
+///
+///   byte 0    not zero while the mutex is owned: an owner that dies leaves it so
+///   lock 0    exclusive: the process that has the mutex
+///   lock 1    shared: a process in which the name is open
+///
+/// Whoever may use the mutex may write the file, so nothing in it is trusted: of all that others
+/// can put there this process reads one byte, and the worst that comes of it is a wrong
+/// "abandoned". Others can also hold the locks, as any owner of the mutex can; only WaitUntilLocked
+/// waits for them.
+///
+/// The file is never shortened or removed: file systems write one that was emptied to the disk when
+/// it is closed, and a mutex may be opened for each line of a log.
 #pragma once
+
+#include <sys/types.h>
 
 #include <memory>
 #include <string>
 
 #include "platform/posix/api/base.h"
-#include "platform/posix/kernel/thread_waker.h"
 #include "platform/posix/kernel/unique_fd.h"
 
 namespace platform {
 
-/// Open as long as this object lives, and so long the name exists: each process holds a shared lock
-/// on the file, and whoever finds no such lock starts it afresh, whatever a dead process or
-/// somebody else left in it.
-///
-/// Locking, unlocking and the owner are per thread: the thread that took the mutex gives it back.
+/// Open as long as this object lives, and so long the name exists. The locks are those of the
+/// process; which of its threads owns the mutex is kept elsewhere.
 class MutexFile {
  public:
-  enum class State { kNew, kNewAndLocked, kExisting };
+  struct Opening {
+    std::unique_ptr<MutexFile> file;
+    bool wasThere = false;  ///< Somebody has the name open already.
+    bool isLocked = false;  ///< It is new and was to be locked.
+  };
 
-  /// Opens or creates the file. `lockWhenNew`: a new mutex comes into being locked by the caller.
-  /// Null with the last error set on failure; ERROR_INVALID_HANDLE when somebody keeps a file in
-  /// its place that is no mutex.
-  static std::unique_ptr<MutexFile> Open(const std::string& path, bool isForEveryone,
-                                         bool lockWhenNew, State& state);
+  /// Opens or creates the file for the mutex `name`. `lockWhenNew`: a new mutex comes into being
+  /// locked. ERROR_INVALID_HANDLE when something other than a file lies in its place.
+  static DWORD Open(const std::string& name, bool isForEveryone, bool lockWhenNew,
+                    Opening& opening);
   ~MutexFile();
   MutexFile(const MutexFile&) = delete;
   MutexFile& operator=(const MutexFile&) = delete;
 
+  /// Succeeds again when this process has the lock.
   bool TryLock();
-  /// Blocks in the system's mutex, which no waker ends. False when the deadline has passed.
-  bool Lock(const Deadline& deadline);
-  /// Leaves the owner as it is: to the next one it tells of an abandoned mutex unless it is
-  /// cleared.
+  /// Blocks without limit until the process has the lock; false when the system gives no lock.
+  bool WaitUntilLocked();
   void Unlock();
 
-  /// Whether the thread that had it last ended without giving it back; the mutex is locked.
+  /// The owner's mark; the process has the lock.
   bool HasOwner() const;
-  void SetOwner(DWORD threadId);
-  void ClearOwner() { SetOwner(0); }
+  void SetOwner(bool isOwned);
 
  private:
-  struct Record;
-  explicit MutexFile(UniqueFd file);
+  explicit MutexFile(UniqueFd file) : _file(std::move(file)) {}
   bool TryBecomeFirst();
-  bool Join();
-  bool Map();
-  void Initialise(bool isLocked);
+  /// Lets the others in at its end; whether the mutex is locked then.
+  bool Initialise(mode_t mode, bool lock);
+  void Join();
 
   UniqueFd _file;
-  Record* _record = nullptr;
 };
 
 }  // namespace platform

@@ -50,13 +50,13 @@ HANDLE CreateMutexW(LPSECURITY_ATTRIBUTES attributes, BOOL initialOwner, LPCWSTR
   if (plainName.size() > MAX_PATH) return FailCreation(ERROR_FILENAME_EXCED_RANGE);
   if (plainName.empty()) return FailCreation(ERROR_INVALID_NAME);
   if (plainName.find(u'\\') != plainName.npos) return FailCreation(ERROR_PATH_NOT_FOUND);
-  bool wasThere = false;
-  const auto mutex =
+  platform::NamedMutex::Opening opening;
+  const DWORD error =
       platform::NamedMutex::Open(platform::ToUtf8(plainName), platform::GrantsEveryone(attributes),
-                                 initialOwner != FALSE, wasThere);
-  if (!mutex) return nullptr;
-  const HANDLE handle = platform::InsertHandle(mutex);
-  SetLastError(wasThere ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);
+                                 initialOwner != FALSE, opening);
+  if (error != 0) return FailCreation(error);
+  const HANDLE handle = platform::InsertHandle(opening.mutex);
+  SetLastError(opening.wasThere ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);
   return handle;
 }
 

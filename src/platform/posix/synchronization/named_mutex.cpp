@@ -2,13 +2,11 @@
 
 #include <map>
 #include <mutex>
+#include <system_error>
 #include <utility>
 
-#include "platform/posix/api/handles.h"
 #include "platform/posix/kernel/background_thread.h"
-#include "platform/posix/kernel/file_name.h"
-#include "platform/posix/kernel/kernel_scope.h"
-#include "platform/posix/kernel/state_paths.h"
+#include "platform/posix/kernel/thread.h"
 
 namespace platform {
 namespace {
@@ -25,99 +23,81 @@ NameTable& Names() {
 
 }  // namespace
 
-std::shared_ptr<NamedMutex> NamedMutex::Open(const std::string& name, bool isForEveryone,
-                                             bool initialOwner, bool& wasThere) {
-  MutexFile::State state = MutexFile::State::kExisting;
-  std::shared_ptr<NamedMutex> mutex;
-  {
-    std::lock_guard lock(Names().lock);
-    auto& entry = Names().mutexes[name];
-    mutex = entry.lock();
-    if (!mutex) {
-      auto file = MutexFile::Open(StateFolder("mutex") + '/' + FileNameFor(name), isForEveryone,
-                                  initialOwner, state);
-      if (!file) return nullptr;
-      mutex = std::make_shared<NamedMutex>(std::move(file));
-      entry = mutex;
-    }
+DWORD NamedMutex::Open(const std::string& name, bool isForEveryone, bool initialOwner,
+                       Opening& opening) {
+  std::lock_guard lock(Names().lock);
+  auto& entry = Names().mutexes[name];
+  opening.mutex = entry.lock();
+  opening.wasThere = opening.mutex != nullptr;
+  if (opening.wasThere) return 0;
+
+  MutexFile::Opening file;
+  if (const DWORD error = MutexFile::Open(name, isForEveryone, initialOwner, file)) return error;
+  opening.wasThere = file.wasThere;
+  entry = opening.mutex = std::make_shared<NamedMutex>(std::move(file.file));
+  if (file.isLocked) {
+    std::lock_guard engine(EngineLock());
+    opening.mutex->Consume(Thread::Current());
   }
-  wasThere = state == MutexFile::State::kExisting;
-  if (state == MutexFile::State::kNewAndLocked) {
-    std::lock_guard lock(EngineLock());
-    mutex->ConsumeLocked(Thread::Current());
-  }
-  return mutex;
+  return 0;
 }
 
 bool NamedMutex::IsSignalled(const Thread& waiter) {
   if (Owner() != nullptr) return Owner() == &waiter;
-  _isSetAside = _file->TryLock();
-  return _isSetAside;
+  // Those who sleep came first. Without them the queue may be one that a time-out left behind.
+  if (_isQueued && HasWaiters()) return false;
+  _isElsewhere = !_file->TryLock();
+  return !_isElsewhere;
 }
 
 bool NamedMutex::Consume(Thread& waiter) {
-  if (std::exchange(_isSetAside, false)) return ConsumeLocked(waiter);
-  return Mutex::Consume(waiter);
-}
-
-bool NamedMutex::ConsumeLocked(Thread& waiter) {
+  if (Owner() != nullptr) return Mutex::Consume(waiter);
   const bool wasAbandoned = _file->HasOwner();
-  _file->SetOwner(waiter.Id());
+  if (!wasAbandoned) _file->SetOwner(true);
   Mutex::Consume(waiter);
   return wasAbandoned;
 }
 
 void NamedMutex::GiveBack() {
-  if (std::exchange(_isSetAside, false)) _file->Unlock();
+  if (Owner() == nullptr) _file->Unlock();
 }
 
-void NamedMutex::OnReleased() {
-  _file->ClearOwner();
+void NamedMutex::OnFree(bool isAbandoned) {
+  // The mark stays for the next owner, of whatever process, to find.
+  if (!isAbandoned) _file->SetOwner(false);
   _file->Unlock();
-}
-
-void NamedMutex::OnOwnerEnded(const Thread& owner) {
-  // A thread that ends by itself still can unlock; for a terminated one the system has done it.
-  if (&owner == &Thread::Current()) _file->Unlock();
-  Mutex::OnOwnerEnded(owner);
-}
-
-DWORD NamedMutex::WaitAlone(std::shared_ptr<Waitable> self, DWORD timeoutMs) {
-  const Deadline deadline(timeoutMs);
-  Thread& thread = Thread::Current();
-  {
-    std::lock_guard lock(EngineLock());
-    if (IsSignalled(thread)) return Consume(thread) ? WAIT_ABANDONED : WAIT_OBJECT_0;
-  }
-  if (timeoutMs == 0) return WAIT_TIMEOUT;
-
-  thread.HoldDuringPause(self);
-  Waitable* const raw = self.get();
-  self.reset();
-  bool isLocked = false;
-  {
-    KernelPause pause;
-    isLocked = _file->Lock(deadline);
-  }
-  self = std::static_pointer_cast<Waitable>(raw->shared_from_this());
-  thread.HoldDuringPause(nullptr);
-  if (!isLocked) return WAIT_TIMEOUT;
-  std::lock_guard lock(EngineLock());
-  return ConsumeLocked(thread) ? WAIT_ABANDONED : WAIT_OBJECT_0;
+  if (HasWaiters()) Queue();
 }
 
 void NamedMutex::OnWaiterSleeps() {
-  // An owner in this process signals its release itself.
-  if (Owner() != nullptr || std::exchange(_isBeingWatched, true)) return;
-  RunInBackground(
-      [self = std::static_pointer_cast<NamedMutex>(shared_from_this())] { self->LearnWhenFree(); });
+  // Only for what another process has: a free mutex that a wait for several objects has no use for
+  // yet would come back from the queue at once, again and again.
+  if (_isElsewhere && Owner() == nullptr) Queue();
 }
 
-void NamedMutex::LearnWhenFree() {
-  if (_file->Lock(Deadline(INFINITE))) _file->Unlock();
+void NamedMutex::Queue() {
+  if (_isQueued) return;
+  try {
+    RunInBackground(
+        [self = std::static_pointer_cast<NamedMutex>(shared_from_this())] { self->WaitForTurn(); });
+    _isQueued = true;
+  } catch (const std::system_error&) {
+    // Without a thread the waits end by their time-outs.
+  }
+}
+
+/// The lock belongs to the process, so a thread that takes the free mutex at the same moment shares
+/// it, and may have given it back before this thread gets here. Hence what the engine does next
+/// does not rely on the lock that was waited for: each offer looks at the file again.
+void NamedMutex::WaitForTurn() {
+  const bool isLocked = _file->WaitUntilLocked();
   std::lock_guard lock(EngineLock());
-  _isBeingWatched = false;
+  _isQueued = false;
+  if (!isLocked) return;  // The system is out of locks: the waits end by their time-outs.
+  _isElsewhere = false;
+  if (Owner() != nullptr) return;  // Its release queues again for those who still sleep.
   SignalWaiters();
+  if (Owner() == nullptr) _file->Unlock();
 }
 
 }  // namespace platform

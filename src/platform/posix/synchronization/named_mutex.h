@@ -4,46 +4,47 @@
 #include <memory>
 #include <string>
 
-#include "platform/posix/kernel/thread.h"
-#include "platform/posix/kernel/wait_engine.h"
 #include "platform/posix/synchronization/mutex.h"
 #include "platform/posix/synchronization/mutex_file.h"
 
 namespace platform {
 
-/// All handles of a process to one name stand for one object; which thread of the process owns it,
-/// and how often, is kept here, and between processes the file decides.
+/// All handles of a process to one name stand for one object. Between processes the file decides;
+/// which thread of the process owns the mutex, and how often, is kept here.
 ///
-/// Only the waiting thread itself can take it. A wait for it alone blocks in the file's mutex; a
-/// wait for several objects sleeps in the engine while a background thread learns when the mutex is
-/// free.
+/// Waits sleep in the engine as for any other object. While another process has the mutex, one
+/// background thread of this process stands in the system's queue for the file's lock and then
+/// offers the mutex to those who sleep. A thread that releases the mutex does not hand it to the
+/// next of its own process: it unlocks the file, and its process queues like every other, so that
+/// no process keeps the mutex from the rest.
 class NamedMutex final : public Mutex {
  public:
-  /// Opens or creates the mutex `name`, without "Local\" or "Global\" before it. `wasThere`: it
-  /// existed; otherwise, with `initialOwner`, the calling thread owns it now. Null with the last
-  /// error set on failure.
-  static std::shared_ptr<NamedMutex> Open(const std::string& name, bool isForEveryone,
-                                          bool initialOwner, bool& wasThere);
+  struct Opening {
+    std::shared_ptr<NamedMutex> mutex;
+    bool wasThere = false;
+  };
+
+  /// Opens or creates the mutex `name`, without "Local\" or "Global\" before it. With
+  /// `initialOwner` the calling thread owns a new one. A system error code.
+  static DWORD Open(const std::string& name, bool isForEveryone, bool initialOwner,
+                    Opening& opening);
 
   explicit NamedMutex(std::unique_ptr<MutexFile> file) : _file(std::move(file)) {}
 
   bool IsSignalled(const Thread& waiter) override;
   bool Consume(Thread& waiter) override;
   void GiveBack() override;
-  bool IsBoundToWaitingThread() const override { return true; }
   void OnWaiterSleeps() override;
-  void OnOwnerEnded(const Thread& owner) override;
-  DWORD WaitAlone(std::shared_ptr<Waitable> self, DWORD timeoutMs) override;
 
  private:
-  void OnReleased() override;
-  bool ConsumeLocked(Thread& waiter);
-  void LearnWhenFree();
+  void OnFree(bool isAbandoned) override;
+  void Queue();
+  void WaitForTurn();
 
   const std::unique_ptr<MutexFile> _file;
   // Guarded by the engine's lock.
-  bool _isSetAside = false;  // The calling thread has the file's mutex and may yet give it back.
-  bool _isBeingWatched = false;
+  bool _isElsewhere = false;  // The last look at the file found it locked by another process.
+  bool _isQueued = false;     // A background thread waits for the file's lock.
 };
 
 }  // namespace platform

@@ -37,8 +37,7 @@ DWORD WaitForSingleObject(HANDLE handle, DWORD timeoutMs) {
   KernelScope scope;
   auto object = platform::Lookup<Waitable>(handle);
   if (!object) return WAIT_FAILED;
-  Waitable& target = *object;
-  return target.WaitAlone(std::move(object), timeoutMs);
+  return platform::WaitForObjects({std::move(object)}, false, timeoutMs);
 }
 
 DWORD WaitForMultipleObjects(DWORD count, const HANDLE* handles, BOOL waitAll, DWORD timeoutMs) {

@@ -1,25 +1,27 @@
 #include "platform/posix/api/event_log.h"
 
-#include <fcntl.h>
 #include <sys/time.h>
 #include <time.h>
-#include <unistd.h>
 
+#include <atomic>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
 
 #include "platform/posix/api/errors.h"
 #include "platform/posix/api/registry.h"
+#include "platform/posix/kernel/append_file.h"
 #include "platform/posix/kernel/error_translation.h"
 #include "platform/posix/kernel/kernel_scope.h"
+#include "platform/posix/kernel/notice.h"
 #include "platform/posix/kernel/object.h"
 #include "platform/posix/kernel/state_paths.h"
 #include "platform/posix/kernel/text.h"
 
 using platform::Fail;
-using platform::FailWithErrno;
 using platform::KernelScope;
 
 namespace {
@@ -90,16 +92,17 @@ std::string EventIdText(DWORD eventId) {
   return text;
 }
 
-/// One write, so that a line is whole among those of other processes.
-BOOL AppendLine(const std::string& path, const std::string& line) {
-  const int file = open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
-  if (file < 0) return FailWithErrno();
-  const ssize_t written = write(file, line.data(), line.size());
-  const BOOL result = written < 0                                       ? FailWithErrno()
-                      : static_cast<std::size_t>(written) < line.size() ? Fail(ERROR_DISK_FULL)
-                                                                        : TRUE;
-  close(file);
-  return result;
+/// 0 or an errno value.
+int AppendLine(const std::string& path, const std::string& line) {
+  const platform::UniqueFd file = platform::OpenToAppend(path);
+  return file ? platform::AppendWhole(file.Get(), line) : errno;
+}
+
+void WarnOnce(const std::string& path, int errnoValue) {
+  static std::atomic_flag isDone;
+  if (isDone.test_and_set()) return;
+  platform::WriteNotice("the event log " + path +
+                        " cannot be written: " + std::strerror(errnoValue));
 }
 
 }  // namespace
@@ -141,5 +144,8 @@ BOOL ReportEventW(HANDLE eventLog, WORD type, WORD category, DWORD eventId, PSID
   event["event_id"] = EventIdText(eventId);
   event["text"] = platform::ToUtf8(text);
   event["data"] = Hex(rawData, dataSize);
-  return AppendLine(source->path, event.dump() + "\n");
+  const int error = AppendLine(source->path, event.dump() + "\n");
+  if (error == 0) return TRUE;
+  WarnOnce(source->path, error);
+  return Fail(platform::ErrorFromErrno(error));
 }

@@ -2,9 +2,7 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cstdlib>
-#include <iterator>
 #include <new>
 #include <optional>
 #include <string>
@@ -29,32 +27,16 @@ struct Descriptor {
   unsigned everyone = 0;  ///< kRead and kWrite as granted to Everyone
 };
 
+/// A two-letter right with the part of it that the layer can enforce.
 struct Right {
   std::string_view name;
-  DWORD mask;
   unsigned access;
 };
-
-/// The two-letter rights of SDDL with the part of them that the layer can enforce.
-constexpr Right kRights[] = {
-    {"GA", 0x10000000, kReadAndWrite},
-    {"GR", 0x80000000, kRead},
-    {"GW", 0x40000000, kWrite},
-    {"GX", 0x20000000, 0},
-    {"FA", 0x001F01FF, kReadAndWrite},
-    {"FR", 0x00120089, kRead},
-    {"FW", 0x00120116, kWrite},
-    {"FX", 0x001200A0, 0},
-    {"RC", 0x00020000, 0},
-    {"SD", 0x00010000, 0},
-    {"WD", 0x00040000, 0},
-    {"WO", 0x00080000, 0},
-};
-constexpr std::string_view kAceFlags[] = {"CI", "OI", "NP", "IO", "ID"};
-constexpr std::string_view kAclFlags[] = {"P", "AR", "AI"};
+constexpr Right kRights[] = {{"GA", kReadAndWrite}, {"GR", kRead}, {"GW", kWrite}, {"GX", 0},
+                             {"FA", kReadAndWrite}, {"FR", kRead}, {"FW", kWrite}, {"FX", 0}};
+constexpr std::string_view kInheritOnly = "IO";
+constexpr std::string_view kAceFlags[] = {"CI", "OI", "NP", kInheritOnly, "ID"};
 constexpr std::string_view kEveryone[] = {"WD", "S-1-1-0"};
-constexpr std::string_view kTrustees[] = {"AN", "AU", "BA", "BG", "BU", "CG", "CO", "IU",
-                                          "LS", "NS", "NU", "OW", "PU", "SU", "SY", "WD"};
 
 template <class Range>
 bool IsOneOf(std::string_view text, const Range& range) {
@@ -70,40 +52,42 @@ std::optional<std::string_view> TakeField(std::string_view& text, char separator
   return field;
 }
 
-bool AreAceFlags(std::string_view flags) {
-  for (; !flags.empty(); flags.remove_prefix(2)) {
-    if (flags.size() < 2 || !IsOneOf(flags.substr(0, 2), kAceFlags)) return false;
-  }
-  return true;
-}
-
-bool IsTrustee(std::string_view trustee) {
-  if (!trustee.starts_with("S-1-")) return IsOneOf(trustee, kTrustees);
-  const std::string_view numbers = trustee.substr(4);
-  return !numbers.empty() && numbers.find_first_not_of("0123456789-") == numbers.npos;
-}
-
-/// A mask as a number: 0x and hexadecimal digits. Each right counts whose bits are all there.
-std::optional<unsigned> AccessOfMask(std::string_view digits) {
-  DWORD mask = 0;
-  const auto [end, error] = std::from_chars(digits.begin(), digits.end(), mask, 16);
-  if (error != std::errc() || end != digits.end()) return std::nullopt;
-  unsigned access = 0;
-  for (const Right& right : kRights) {
-    if ((mask & right.mask) == right.mask) access |= right.access;
-  }
-  return access;
+/// Takes two letters off the front of `text`; fewer at its end.
+std::string_view TakePair(std::string_view& text) {
+  const std::string_view pair = text.substr(0, 2);
+  text.remove_prefix(pair.size());
+  return pair;
 }
 
 std::optional<unsigned> ParseRights(std::string_view rights) {
-  if (rights.starts_with("0x")) return AccessOfMask(rights.substr(2));
   unsigned access = 0;
-  for (; !rights.empty(); rights.remove_prefix(std::min<std::size_t>(2, rights.size()))) {
-    const auto* const right = std::ranges::find(kRights, rights.substr(0, 2), &Right::name);
+  while (!rights.empty()) {
+    const auto* const right = std::ranges::find(kRights, TakePair(rights), &Right::name);
     if (right == std::end(kRights)) return std::nullopt;
     access |= right->access;
   }
   return access;
+}
+
+/// Whether an entry with these flags counts for the object itself; nothing for other flags.
+std::optional<bool> ParseFlags(std::string_view flags) {
+  bool isForObject = true;
+  while (!flags.empty()) {
+    const std::string_view flag = TakePair(flags);
+    if (!IsOneOf(flag, kAceFlags)) return std::nullopt;
+    isForObject &= flag != kInheritOnly;
+  }
+  return isForObject;
+}
+
+bool IsTrustee(std::string_view trustee) {
+  constexpr std::string_view kSid = "S-1-";
+  if (!trustee.starts_with(kSid)) {
+    return trustee.size() == 2 &&
+           std::ranges::all_of(trustee, [](char letter) { return letter >= 'A' && letter <= 'Z'; });
+  }
+  const std::string_view numbers = trustee.substr(kSid.size());
+  return !numbers.empty() && numbers.find_first_not_of("0123456789-") == numbers.npos;
 }
 
 /// What the entries so far decided for Everyone: the first entry that names an access decides it.
@@ -121,12 +105,13 @@ bool ParseAce(std::string_view ace, Decisions& decisions) {
     field = *taken;
   }
   const auto& [type, flags, rights, object, inheritedObject] = fields;
+  const auto isForObject = ParseFlags(flags);
   const auto access = ParseRights(rights);
-  if ((type != "A" && type != "D") || !AreAceFlags(flags) || !access || !object.empty() ||
+  if ((type != "A" && type != "D") || !isForObject || !access || !object.empty() ||
       !inheritedObject.empty() || !IsTrustee(ace)) {
     return false;
   }
-  if (!IsOneOf(ace, kEveryone)) return true;
+  if (!*isForObject || !IsOneOf(ace, kEveryone)) return true;
   if (type == "A") {
     decisions.granted |= *access & ~decisions.denied;
   } else {
@@ -135,17 +120,10 @@ bool ParseAce(std::string_view ace, Decisions& decisions) {
   return true;
 }
 
-void SkipAclFlags(std::string_view& text) {
-  for (const std::string_view flag : kAclFlags) {
-    if (text.starts_with(flag)) text.remove_prefix(flag.size());
-  }
-}
-
-/// The access of Everyone in "D:" with its entries; nothing when the text is not of that form.
+/// The access of Everyone in "D:", or "D:P", with its entries; nothing for a text of another form.
 std::optional<unsigned> ParseSddl(std::string_view text) {
   if (!text.starts_with("D:")) return std::nullopt;
-  text.remove_prefix(2);
-  SkipAclFlags(text);
+  text.remove_prefix(text.starts_with("D:P") ? 3 : 2);
   Decisions decisions;
   while (!text.empty()) {
     if (text.front() != '(') return std::nullopt;

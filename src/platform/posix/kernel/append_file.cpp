@@ -1,0 +1,49 @@
+#include "platform/posix/kernel/append_file.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+namespace platform {
+namespace {
+
+/// Leaves the bytes where they are when another process has appended to them since.
+void TakeBack(int file, std::size_t sizeBytes) {
+  const off_t end = lseek(file, 0, SEEK_CUR);
+  struct stat status {};
+  if (fstat(file, &status) != 0 || status.st_size != end) return;
+  [[maybe_unused]] const int result = ftruncate(file, end - static_cast<off_t>(sizeBytes));
+}
+
+}  // namespace
+
+UniqueFd OpenToAppend(const std::string& path) {
+  constexpr mode_t kMode = 0600;
+  UniqueFd file(
+      open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, kMode));
+  struct stat status {};
+  if (file && (fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode))) {
+    file.Reset();
+    errno = ENOTSUP;
+  }
+  return file;
+}
+
+int AppendWhole(int file, std::string_view bytes) {
+  std::size_t written = 0;
+  int error = 0;
+  while (written < bytes.size() && error == 0) {
+    const ssize_t count = write(file, bytes.data() + written, bytes.size() - written);
+    if (count > 0) {
+      written += static_cast<std::size_t>(count);
+    } else if (count == 0 || errno != EINTR) {
+      error = count == 0 ? ENOSPC : errno;
+    }
+  }
+  if (error != 0 && written > 0) TakeBack(file, written);
+  return error;
+}
+
+}  // namespace platform
