@@ -120,7 +120,9 @@ const VictimRole kOtherUser("other-user", [](VictimSide&, const std::string& whi
   return WaitForSingleObject(mutex, 10) == WAIT_TIMEOUT ? 3 : 4;
 });
 
-const VictimRole kRegistryUser("registry-user", [](VictimSide&, const std::string&) {
+/// Uses the registry ten times, in a current folder that is removed before; how often that fails.
+const VictimRole kRegistryUser("registry-user", [](VictimSide&, const std::string& folder) {
+  if (folder != "-" && (chdir(folder.c_str()) != 0 || rmdir(folder.c_str()) != 0)) return 99;
   HKEY key = nullptr;
   int failures = 0;
   for (int i = 0; i < 10; ++i) {
@@ -154,19 +156,43 @@ TEST(Access, RootsThatOthersMayWriteOrThatCannotBeMadeAreRefused) {
   const struct {
     std::string before;
     const char* reason;
+    std::string removedFolder = "-";
   } cases[] = {
       {"mkdir -m 777 " + folder + "/open; TAGWRIGHT_ROOT=" + folder + "/open ",
        "other users may write to it"},
-      {"mkdir " + folder + "/gone; cd " + folder + "/gone; rmdir ../gone; TAGWRIGHT_ROOT=relative ",
-       "No such file or directory"},
+      {"mkdir " + folder + "/gone; TAGWRIGHT_ROOT=relative ", "No such file or directory",
+       folder + "/gone"},
       {"touch " + folder + "/file; TAGWRIGHT_ROOT=" + folder + "/file ", "Not a directory"},
   };
   for (const auto& one : cases) {
     std::string errors;
-    EXPECT_EQ(RunRole(one.before, "registry-user", "-", &errors), kRefusedRoot) << one.before;
+    EXPECT_EQ(RunRole(one.before, "registry-user", one.removedFolder, &errors), kRefusedRoot)
+        << one.before;
     EXPECT_NE(errors.find(one.reason), errors.npos) << errors;
     EXPECT_EQ(std::ranges::count(errors, '\n'), 1) << errors;
   }
+}
+
+const VictimRole kLocker("registry-locker", [](VictimSide& side, const std::string& path) {
+  const int file = open(path.c_str(), O_RDWR | O_CREAT, 0600);
+  struct flock everything {};
+  everything.l_type = F_WRLCK;
+  if (fcntl(file, F_SETLK, &everything) != 0) return 1;
+  side.Ready();
+  side.WaitUntilReleased();
+  return 0;
+});
+
+TEST(Access, RegistryThatAnotherProgramLocksCostsItsTimeOutOnce) {
+  const std::string root = platform::StateRootPath() + "/locked";
+  fs::create_directory(root);
+  fs::permissions(root, fs::perms(0700));
+  Victim locker("registry-locker", root + "/registry.db");
+  locker.WaitUntilReady();
+  // Of ten calls one waits; that each of them does is what the bound excludes.
+  std::string errors;
+  EXPECT_EQ(RunRole("TAGWRIGHT_ROOT=" + root + " timeout 25 ", "registry-user", "-", &errors), 10);
+  EXPECT_EQ(std::ranges::count(errors, '\n'), 1) << errors;
 }
 
 /// Does what anybody may do to a mutex file that everyone may write.

@@ -1,6 +1,11 @@
 /// What the logger reports, read where the layer keeps the event log; lines of several processes.
 #include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
 
+#include <array>
+#include <filesystem>
 #include <fstream>
 #include <list>
 #include <nlohmann/json.hpp>
@@ -14,6 +19,8 @@
 #include "support/oevent_log.h"
 
 namespace {
+
+namespace fs = std::filesystem;
 
 const VictimRole kReporter("event-log-reporter", [](VictimSide& side, const std::string& source) {
   const std::string text(5000, 'x');
@@ -39,9 +46,45 @@ class EventLogFile : public testing::Test {
     return events;
   }
 
+  /// Reports one event, which goes to both files; whether it is in the event log.
+  bool Report(const std::string& text) const {
+    return OEventLog(source.c_str(), OEventLog::kApplicationLog)
+        .LogInformationEvent(text.c_str(), 0, 0);
+  }
+  /// The texts in one of the files; every line in it has to be whole.
+  std::vector<std::string> Texts(const fs::path& path) const {
+    std::vector<std::string> texts;
+    if (path == textFile) {
+      for (const std::string& text : file.Texts()) texts.push_back(text.substr(text.find(' ') + 1));
+    } else {
+      for (const auto& event : Events()) texts.push_back(event["text"]);
+    }
+    return texts;
+  }
+
+  const fs::path eventFile = platform::StateFolder("eventlog") + "/Application.jsonl";
   const std::u16string unique = UniqueName(TEXT("Reports-"));
   const std::string source{unique.begin(), unique.end()};
+  const fs::path textFile = platform::StateFolder("drive_c") + "/Log Files/" + source + ".txt";
   ProductLog file{source, LogLevel::kCopyToFile};
+};
+
+/// While it lives a file ends at this size, as on a full disk: a write takes what fits, the next
+/// one fails.
+class FullDisk {
+ public:
+  explicit FullDisk(std::uintmax_t sizeBytes) {
+    signal(SIGXFSZ, SIG_IGN);
+    getrlimit(RLIMIT_FSIZE, &_before);
+    const rlimit limit{sizeBytes, _before.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &limit);
+  }
+  ~FullDisk() { setrlimit(RLIMIT_FSIZE, &_before); }
+  FullDisk(const FullDisk&) = delete;
+  FullDisk& operator=(const FullDisk&) = delete;
+
+ private:
+  rlimit _before{};
 };
 
 TEST_F(EventLogFile, HoldsEveryTypeOfBothLogs) {
@@ -93,6 +136,31 @@ TEST_F(EventLogFile, LinesOfSeveralProcessesStayWholeInBothFiles) {
   EXPECT_EQ(events.size(), 200U);
   for (const auto& event : events) EXPECT_EQ(event["text"], text);
   EXPECT_EQ(file.Texts(), std::vector<std::string>(200, "Info: " + text));
+}
+
+TEST_F(EventLogFile, LineThatAFullDiskCutsIsTakenBack) {
+  EXPECT_TRUE(Report("first"));
+  for (const fs::path& path : {eventFile, textFile}) {
+    const FullDisk disk(fs::file_size(path) + 20);
+    EXPECT_FALSE(Report(path == eventFile ? "cut in the event log" : "cut in both"));
+  }
+  EXPECT_TRUE(Report("last"));
+  EXPECT_EQ(Texts(eventFile), (std::vector<std::string>{"first", "last"}));
+  EXPECT_EQ(Texts(textFile), (std::vector<std::string>{"first", "cut in the event log", "last"}));
+}
+
+TEST_F(EventLogFile, FifoInPlaceOfAFileHoldsNobodyUp) {
+  EXPECT_TRUE(Report("first"));
+  for (const fs::path& path : {eventFile, textFile}) {
+    const std::string aside = path.string() + ".aside";
+    fs::rename(path, aside);
+    ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+    EXPECT_EQ(Report("other file"), path == textFile);
+    fs::rename(aside, path);
+  }
+  for (const fs::path& path : {eventFile, textFile}) {
+    EXPECT_EQ(Texts(path), (std::vector<std::string>{"first", "other file"})) << path;
+  }
 }
 
 }  // namespace

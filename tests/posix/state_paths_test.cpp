@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <set>
 #include <string>
 
 #include "platform/posix/kernel/text.h"
@@ -34,6 +35,26 @@ TEST(StatePathsTest, DrivesLieOverTheFileSystem) {
     std::string native;
     EXPECT_FALSE(platform::ToNativePath(none, native)) << platform::ToUtf8(none);
   }
+}
+
+TEST(StatePathsTest, WhatWindowsCannotExpressComesBackAsItWas) {
+  const std::string names[] = {"/a\\b/c",
+                               "/\xFF\xFE",
+                               "/caf\xE9/\\",
+                               "/\xEF\x81\x9C",
+                               "/\xEF\x82\xA9\xA9",
+                               "/\xED\xA0\x80",
+                               "/plain \xC3\xA4 \xF0\x9F\x8F\xB7"};
+  std::set<std::u16string> windowsPaths;
+  for (const std::string& name : names) {
+    const std::u16string windowsPath = platform::ToWindowsPath(name);
+    windowsPaths.insert(windowsPath);
+    std::string native;
+    EXPECT_TRUE(platform::ToNativePath(windowsPath.c_str(), native));
+    EXPECT_EQ(native, name);
+  }
+  EXPECT_EQ(windowsPaths.size(), std::size(names));
+  EXPECT_EQ(platform::ToWindowsPath("/a\\b/c"), u"Z:\\a\uF05Cb\\c");
 }
 
 TEST(TextTest, MalformedTextIsReplacedAndTheRestKept) {

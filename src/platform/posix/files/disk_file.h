@@ -8,6 +8,8 @@
 
 namespace platform {
 
+/// The operations report EBADF, which a valid handle gives for access that it was not opened for,
+/// as ERROR_ACCESS_DENIED.
 class DiskFile : public IoObject {
  public:
   explicit DiskFile(UniqueFd file) : _file(std::move(file)) {}
@@ -21,8 +23,8 @@ class DiskFile : public IoObject {
   const UniqueFd _file;
 };
 
-/// The code for a path that could not be used: a missing folder on the way (ERROR_PATH_NOT_FOUND)
-/// is told from a missing file, which errno does not do.
+/// The error code for a path that could not be used. It distinguishes a missing folder on the way
+/// (ERROR_PATH_NOT_FOUND) from a missing file (ERROR_FILE_NOT_FOUND); errno does not.
 DWORD ErrorForPath(const std::string& nativePath, int errnoValue);
 
 }  // namespace platform

@@ -24,35 +24,6 @@ using platform::KernelScope;
 using platform::Lookup;
 using platform::UniqueFd;
 
-namespace platform {
-
-DWORD DiskFile::Read(void* buffer, DWORD size, DWORD& done) {
-  ssize_t count = 0;
-  do {
-    count = read(_file.Get(), buffer, size);
-  } while (count < 0 && errno == EINTR);
-  if (count < 0) return errno == EBADF ? ERROR_ACCESS_DENIED : ErrorFromErrno(errno);
-  done = static_cast<DWORD>(count);
-  return 0;
-}
-
-DWORD DiskFile::Write(const void* buffer, DWORD size, DWORD& done) {
-  const char* const bytes = static_cast<const char*>(buffer);
-  while (done < size) {
-    const ssize_t count = write(_file.Get(), bytes + done, size - done);
-    if (count >= 0) {
-      done += static_cast<DWORD>(count);
-    } else if (errno != EINTR) {
-      return errno == EBADF ? ERROR_ACCESS_DENIED : ErrorFromErrno(errno);
-    }
-  }
-  return 0;
-}
-
-DWORD DiskFile::Flush() { return fsync(_file.Get()) == 0 ? 0 : ErrorFromErrno(errno); }
-
-}  // namespace platform
-
 namespace {
 
 /// Default security: the owner alone.

@@ -16,22 +16,9 @@ using platform::Fail;
 using platform::KernelScope;
 using platform::ToNativePath;
 
-namespace platform {
-
-DWORD ErrorForPath(const std::string& nativePath, int errnoValue) {
-  const std::size_t slash = nativePath.rfind('/');
-  if (errnoValue != ENOENT || slash == std::string::npos || slash == 0) {
-    return ErrorFromErrno(errnoValue);
-  }
-  const std::string folder = nativePath.substr(0, slash);
-  return access(folder.c_str(), F_OK) == 0 ? ERROR_FILE_NOT_FOUND : ERROR_PATH_NOT_FOUND;
-}
-
-}  // namespace platform
-
 namespace {
 
-// A call on one path: translated, done, and its failure reported.
+/// Runs `operation` on the native form of the path, and sets the last error when it fails.
 template <class Operation>
 BOOL OnPath(LPCWSTR path, Operation operation) {
   std::string nativePath;
