@@ -20,7 +20,8 @@ set(TAGWRIGHT_NOTICES ${CMAKE_BINARY_DIR}/copyright)
 set(debian_notices /usr/share/doc)
 set(notices
   "JSON for Modern C++" ${debian_notices}/nlohmann-json3-dev/copyright
-  "CLI11" ${debian_notices}/libcli11-dev/copyright)
+  "CLI11" ${debian_notices}/libcli11-dev/copyright
+  "UTF8-CPP" ${debian_notices}/libutfcpp-dev/copyright)
 if(WIN32)
   list(APPEND notices
     "TinyXML" ${TAGWRIGHT_DEBIAN_SOURCES}/tinyxml/debian/copyright
