@@ -37,6 +37,6 @@ std::optional<std::string> ToAnsi(std::basic_string_view<WCHAR> text) {
   return bytes;
 }
 
-std::string AnsiToUtf8(std::string_view bytes) { return ToUtf8(FromCodePage(CP_ACP, bytes)); }
+std::string AnsiToUtf8(std::string_view bytes) { return ToUtf8(FromAnsi(bytes)); }
 
 }  // namespace Tagwright
