@@ -145,4 +145,33 @@ TEST(MutexTest, ProcessThatGivesItBackDoesNotAbandonIt) {
   EXPECT_EQ(victim.ExitCode(), 0U);
 }
 
+TEST(MutexTest, WaitForAllTakesOneOfAnotherProcessWithTheRestOnly) {
+  for (const bool isEventFirst : {true, false}) {
+    const Text name = NewName();
+    const TestMutex mutex(name);
+    const HANDLE event = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    Victim victim("mutex-holder", Narrow(name));
+    victim.WaitUntilReady();
+    EXPECT_EQ(mutex.WaitElsewhere(10), static_cast<DWORD>(WAIT_TIMEOUT));
+    TestThread waiter([&] {
+      const HANDLE handles[] = {mutex.Handle(), event};
+      const DWORD result = WaitForMultipleObjects(2, handles, TRUE, kBoundMs);
+      mutex.Release();
+      return result;
+    });
+    if (isEventFirst) SetEvent(event);
+    EXPECT_EQ(WaitForSingleObject(waiter.Handle(), 20), static_cast<DWORD>(WAIT_TIMEOUT));
+    victim.Release();
+    if (!isEventFirst) {
+      EXPECT_EQ(mutex.WaitElsewhere(kBoundMs), WAIT_OBJECT_0);
+      EXPECT_EQ(WaitForSingleObject(waiter.Handle(), 20), static_cast<DWORD>(WAIT_TIMEOUT));
+      SetEvent(event);
+    }
+    waiter.Join();
+    EXPECT_EQ(waiter.ExitCode(), WAIT_OBJECT_0);
+    EXPECT_EQ(mutex.WaitElsewhere(kBoundMs), WAIT_OBJECT_0);
+    CloseHandle(event);
+  }
+}
+
 }  // namespace

@@ -46,7 +46,7 @@ TEST(CrashDumps, TheDebuggerShowsWhereItCrashedAndHowItGotThere) {
   OExceptionHandler handler("Worker::Run", 0);
   RunGuarded(handler, FunctionThatCallsIt);
   std::string dump;
-  platform::ToNativePath(u"C:\\ProgramData\\Brennick\\Drivers\\Dump\\bkcrash_0000.dmp", dump);
+  platform::NativePathOf(u"C:\\ProgramData\\Brennick\\Drivers\\Dump\\bkcrash_0000.dmp", dump);
   char program[4096] = {};
   ASSERT_GT(readlink("/proc/self/exe", program, sizeof program - 1), 0);
   const std::string output =

@@ -28,12 +28,12 @@ TEST(StatePathsTest, DrivesLieOverTheFileSystem) {
   for (const auto& example : cases) {
     SCOPED_TRACE(platform::ToUtf8(example.windows));
     std::string native;
-    EXPECT_TRUE(platform::ToNativePath(example.windows, native));
+    EXPECT_EQ(platform::NativePathOf(example.windows, native), 0U);
     EXPECT_EQ(native, example.native);
   }
   for (const char16_t* none : {u"", u"\\\\server\\share", u"D:\\a", u"C:a"}) {
     std::string native;
-    EXPECT_FALSE(platform::ToNativePath(none, native)) << platform::ToUtf8(none);
+    EXPECT_NE(platform::NativePathOf(none, native), 0U) << platform::ToUtf8(none);
   }
 }
 
@@ -50,7 +50,7 @@ TEST(StatePathsTest, WhatWindowsCannotExpressComesBackAsItWas) {
     const std::u16string windowsPath = platform::ToWindowsPath(name);
     windowsPaths.insert(windowsPath);
     std::string native;
-    EXPECT_TRUE(platform::ToNativePath(windowsPath.c_str(), native));
+    EXPECT_EQ(platform::NativePathOf(windowsPath.c_str(), native), 0U);
     EXPECT_EQ(native, name);
   }
   EXPECT_EQ(windowsPaths.size(), std::size(names));

@@ -60,12 +60,12 @@ std::FILE* OpenStream(UniqueFd file) {
   return stream;
 }
 
-bool NativePathOf(const char* ansiPath, std::string& nativePath) {
+bool ToNativePath(const char* ansiPath, std::string& nativePath) {
   const int size = MultiByteToWideChar(CP_ACP, 0, ansiPath, -1, nullptr, 0);
   if (size <= 0) return false;
   std::vector<WCHAR> path(static_cast<std::size_t>(size));
   MultiByteToWideChar(CP_ACP, 0, ansiPath, -1, path.data(), size);
-  return platform::ToNativePath(path.data(), nativePath);
+  return platform::NativePathOf(path.data(), nativePath) == 0;
 }
 
 }  // namespace
@@ -78,7 +78,7 @@ std::FILE* _fsopen(const char* path, const char* mode, int shareFlag) {
     return nullptr;
   }
   std::string nativePath;
-  if (!NativePathOf(path, nativePath)) {
+  if (!ToNativePath(path, nativePath)) {
     errno = ENOENT;
     return nullptr;
   }

@@ -75,7 +75,7 @@ bool IsFolder(int file) {
 // On success `note` is ERROR_ALREADY_EXISTS when a file was there where one was to be created.
 DWORD OpenDiskFile(LPCWSTR path, DWORD access, DWORD disposition, HANDLE& handle, DWORD& note) {
   std::string nativePath;
-  if (!platform::ToNativePath(path, nativePath)) return GetLastError();
+  if (const DWORD error = platform::NativePathOf(path, nativePath)) return error;
   bool wasThere = false;
   // O_NONBLOCK: a FIFO in the file's place must not hold the thread up.
   const int mode = AccessMode(access) | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;

@@ -14,7 +14,7 @@
 
 using platform::Fail;
 using platform::KernelScope;
-using platform::ToNativePath;
+using platform::NativePathOf;
 
 namespace {
 
@@ -22,7 +22,7 @@ namespace {
 template <class Operation>
 BOOL OnPath(LPCWSTR path, Operation operation) {
   std::string nativePath;
-  if (!ToNativePath(path, nativePath)) return FALSE;
+  if (const DWORD error = NativePathOf(path, nativePath)) return Fail(error);
   if (operation(nativePath.c_str()) == 0) return TRUE;
   return Fail(platform::ErrorForPath(nativePath, errno));
 }
@@ -65,7 +65,7 @@ BOOL MoveFileExW(LPCWSTR existing, LPCWSTR replacement, DWORD flags) {
   const KernelScope scope;
   if ((flags & ~MOVEFILE_REPLACE_EXISTING) != 0) return Fail(ERROR_INVALID_PARAMETER);
   std::string target;
-  if (!ToNativePath(replacement, target)) return FALSE;
+  if (const DWORD error = NativePathOf(replacement, target)) return Fail(error);
   const unsigned how = flags == 0 ? RENAME_NOREPLACE : 0;
   return OnPath(existing, [&](const char* source) {
     return renameat2(AT_FDCWD, source, AT_FDCWD, target.c_str(), how);

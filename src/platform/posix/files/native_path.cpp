@@ -9,7 +9,7 @@ namespace platform {
 std::string NativePath(const std::basic_string<WCHAR>& path) {
   const KernelScope scope;
   std::string native;
-  return ToNativePath(path.c_str(), native) ? native : ToUtf8(path);
+  return NativePathOf(path.c_str(), native) == 0 ? native : ToUtf8(path);
 }
 
 }  // namespace platform

@@ -12,7 +12,6 @@
 #include <filesystem>
 
 #include "platform/posix/api/errors.h"
-#include "platform/posix/kernel/error_translation.h"
 #include "platform/posix/kernel/notice.h"
 #include "platform/posix/kernel/text.h"
 #include "platform/posix/kernel/unique_fd.h"
@@ -150,11 +149,11 @@ std::string OnSystemDrive(std::string_view path) {
   return SystemDrive() + (onDrive == "/" ? "" : onDrive);
 }
 
-bool OnDrive(char drive, std::string_view path, std::string& nativePath) {
-  if (!path.starts_with('/')) return Fail(ERROR_BAD_PATHNAME);  // Drives have no current folder.
-  if (!IsLetter(drive, 'c') && !IsLetter(drive, 'z')) return Fail(ERROR_PATH_NOT_FOUND);
+DWORD OnDrive(char drive, std::string_view path, std::string& nativePath) {
+  if (!path.starts_with('/')) return ERROR_BAD_PATHNAME;  // Drives have no current folder.
+  if (!IsLetter(drive, 'c') && !IsLetter(drive, 'z')) return ERROR_PATH_NOT_FOUND;
   nativePath = IsLetter(drive, 'c') ? OnSystemDrive(path) : FromRoot(path);
-  return true;
+  return 0;
 }
 
 }  // namespace
@@ -181,15 +180,15 @@ void MakeSharedStateFolder(const std::string& name) {
   }
 }
 
-bool ToNativePath(LPCWSTR windowsPath, std::string& nativePath) {
+DWORD NativePathOf(LPCWSTR windowsPath, std::string& nativePath) {
   constexpr std::string_view kVerbatimPrefix = "//?/";
   const std::string whole = WithSlashes(windowsPath == nullptr ? u"" : windowsPath);
   std::string_view path = whole;
   if (path.starts_with(kVerbatimPrefix)) path.remove_prefix(kVerbatimPrefix.size());
-  if (path.empty() || path.starts_with("//")) return Fail(ERROR_PATH_NOT_FOUND);
+  if (path.empty() || path.starts_with("//")) return ERROR_PATH_NOT_FOUND;
   if (path.size() > 1 && path[1] == ':') return OnDrive(path[0], path.substr(2), nativePath);
   nativePath = path.starts_with('/') ? FromRoot(path) : std::string(path);
-  return true;
+  return 0;
 }
 
 std::u16string ToWindowsPath(std::string_view nativePath) {

@@ -30,13 +30,13 @@ std::string SharedStatePath(const std::string& name);
 void MakeSharedStateFolder(const std::string& name);
 
 /// C:\x is drive_c/x under the state root, Z:\x is /x, other drives fail; a path that starts with a
-/// separator is on Z:, a relative one stays relative. False with the last error set for a path that
-/// cannot be expressed.
-bool ToNativePath(LPCWSTR windowsPath, std::string& nativePath);
+/// separator is on Z:, a relative one stays relative. A system error code for a path that cannot be
+/// expressed.
+DWORD NativePathOf(LPCWSTR windowsPath, std::string& nativePath);
 
 /// The Windows form of an absolute native path: under drive_c as C:\..., else Z:\... Names may hold
 /// what Windows' cannot: a backslash, and bytes that are not UTF-8, become characters of the
-/// private use area (U+F000 and the byte), and ToNativePath makes them what they were.
+/// private use area (U+F000 and the byte), and NativePathOf makes them what they were.
 std::u16string ToWindowsPath(std::string_view nativePath);
 
 }  // namespace platform

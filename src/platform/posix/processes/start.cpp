@@ -91,7 +91,7 @@ BOOL CreateProcessW(LPCWSTR applicationName, LPWSTR commandLine,
       platform::SplitCommandLine(commandLine != nullptr ? commandLine : applicationName);
   std::string program;
   const LPCWSTR path = applicationName != nullptr ? applicationName : words.front().c_str();
-  if (!platform::ToNativePath(path, program)) return FALSE;
+  if (const DWORD error = platform::NativePathOf(path, program)) return Fail(error);
   std::vector<std::string> arguments;
   arguments.reserve(words.size());
   for (const auto& word : words) arguments.push_back(platform::ToUtf8(word));

@@ -74,7 +74,8 @@ class EventLogFile : public platform::Object {
 
   bool ReadAhead() {
     // The file appears with the first event, which may come after this object.
-    if (!_file) _file = platform::UniqueFd(open(_path.c_str(), O_RDONLY | O_CLOEXEC));
+    // O_NONBLOCK: a FIFO in its place does not block.
+    if (!_file) _file = platform::UniqueFd(open(_path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     if (!_file) return false;
     _ahead.erase(0, _taken);
     _taken = 0;

@@ -129,7 +129,7 @@ std::string FindFile(const std::u16string& fileName) {
     return Resolve(platform::BesideProgram(platform::ToUtf8(fileName)));
   }
   std::string path;
-  return platform::ToNativePath(fileName.c_str(), path) ? Resolve(path) : std::string();
+  return platform::NativePathOf(fileName.c_str(), path) == 0 ? Resolve(path) : std::string();
 }
 
 /// A file that is a library for this system and machine did not load because it needs another file.

@@ -23,7 +23,7 @@ void CopyWithNul(std::u16string_view text, LPWSTR buffer) {
 
 bool EnsureFolder(const char16_t* windowsPath, bool create) {
   std::string path;
-  if (!platform::ToNativePath(windowsPath, path)) return false;
+  if (platform::NativePathOf(windowsPath, path) != 0) return false;
   constexpr mode_t kFolderMode = 0700;
   if (create) mkdir(path.c_str(), kFolderMode);
   return access(path.c_str(), F_OK) == 0;
