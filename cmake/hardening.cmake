@@ -27,8 +27,9 @@ if(NOT TAGWRIGHT_SANITIZER)
 endif()
 
 if(WIN32)
-  # The toolchain has no control-flow protection that Windows knows.
-  target_link_options(tagwright_options INTERFACE
+  # The toolchain has no control-flow protection that Windows knows. The stack protector is named once more
+  # for the linker, which takes its functions and the fortified ones from a library of their own.
+  target_link_options(tagwright_options INTERFACE -fstack-protector-strong
     LINKER:--dynamicbase LINKER:--high-entropy-va LINKER:--nxcompat)
 else()
   tagwright_harden(COMPILE -fcf-protection=full)
