@@ -30,7 +30,7 @@ if(NOT WIN32)
   # Nothing is bound lazily: a crash must not interrupt the loader, which has a lock to give back.
   target_link_options(tagwright_options INTERFACE LINKER:-z,now)
 endif()
-option(TAGWRIGHT_HARDENED "Build as it is shipped: hardened, with debug information" OFF)
+option(TAGWRIGHT_HARDENED "Build as it is shipped: hardened, with debug information" ON)
 if(TAGWRIGHT_HARDENED)
   include(cmake/hardening.cmake)
 endif()
