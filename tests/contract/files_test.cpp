@@ -1,3 +1,5 @@
+/// Files as the program relies on them: how opening follows the disposition, and the line ends of
+/// texts.
 #include <gtest/gtest.h>
 
 #include <string>
