@@ -18,7 +18,6 @@ constexpr int kBankCount = 4;
 constexpr int kReservedBank = 0;
 constexpr int kEpcBank = 1;
 constexpr int kTidBank = 2;
-constexpr int kUserBank = 3;
 constexpr int kMaxEpcWords = 31;
 constexpr int kUserBlockCount = 8;
 
