@@ -5,7 +5,7 @@
 #include <map>
 
 #include "client/check/lock_action.h"
-#include "encode/attributes.h"
+#include "encode/operations.h"
 
 namespace Tagwright {
 namespace {

@@ -4,7 +4,7 @@
 #include "client/ctl/console.h"
 #include "client/log/log_file_reader.h"
 #include "client/text.h"
-#include "encode/required_files.h"
+#include "encode/verify_managed_components.h"
 #include "platform/live_pipes.h"
 #include "platform/native_path.h"
 #include "platform/places.h"

@@ -1,12 +1,12 @@
 #include "encode/verify_managed_components.h"
 
-#include "encode/required_files.h"
 #include "encode/zebra_sdk_managed_bridge.h"
 #include "platform/framework_exceptions.h"
 #include "platform/windows_api.h"
 #include "sdk/managed_exception.h"
 #include "support/log.h"
 #include "support/oexception.h"
+#include "support/ofile.h"
 #include "support/process_utility.h"
 
 namespace {
@@ -52,6 +52,17 @@ bool VerifyManagedComponentsLoad() {
 }
 
 }  // namespace
+
+OString MissingRequiredFiles(const OString& directory) {
+  OString missing;
+  for (const char* name : listOfRequiredFiles) {
+    const OString path = OString(directory) << "\\" << name;
+    if (OFile::GetAttributes(path) == INVALID_FILE_ATTRIBUTES) missing << name << ", ";
+  }
+  missing.TrimRight();
+  missing.TrimRight(",");
+  return missing;
+}
 
 void RecordSehException() {
   Log::Error([] {

@@ -8,6 +8,8 @@
 #include "sdk/managed_exception.h"
 #include "support/thread_procedure.h"
 
+using Component = TagwrightComponentInterface;
+
 class ZebraSDKManagedBridgePrivate {
  public:
   Tagwright::ComponentObject _zebraSdk;
@@ -25,7 +27,7 @@ void ZebraSDKManagedBridge::TestManagedCodeAccessible() {
 }
 
 bool ZebraSDKManagedBridge::Connect(int portType, OString printer, bool connectPerCard) {
-  _private->_zebraSdk.InitLogging();
+  _private->_zebraSdk.Call(&Component::InitLogging);
   const bool result = ConnectGuarded(portType, printer, connectPerCard);
   OutputDebugStringW(result ? TEXT("ZebraSDKManagedBridge::Connect Successfully Connnected")
                             : TEXT("ZebraSDKManagedBridge::Connect Failed to Connect"));
@@ -34,62 +36,65 @@ bool ZebraSDKManagedBridge::Connect(int portType, OString printer, bool connectP
 
 bool ZebraSDKManagedBridge::ConnectGuarded(int portType, const OString& printer,
                                            bool connectPerCard) {
-  Tagwright::ComponentObject& sdk = _private->_zebraSdk;
   try {
-    return sdk.Connect(portType, printer, connectPerCard);
+    return _private->_zebraSdk.Call(&Component::Connect, portType, printer, connectPerCard);
   } catch (CException* exception) {
     const OString message = FrameworkMessage(*exception);
     exception->Delete();
-    sdk.LogErrorEvent(OString("ZebraSDKManagedBridge::Connect CException - ") << message);
+    LogConnectError(OString("CException - ") << message);
   } catch (const Tagwright::ManagedException& exception) {
-    sdk.LogErrorEvent(OString("ZebraSDKManagedBridge::Connect Exception - ")
-                      << exception.Message() << exception.ToString());
+    LogConnectError(OString("Exception - ") << exception.Message() << exception.ToString());
   } catch (const std::exception& exception) {
-    sdk.LogErrorEvent(OString("ZebraSDKManagedBridge::Connect std::exception - ")
-                      << exception.what());
+    LogConnectError(OString("std::exception - ") << exception.what());
   } catch (...) {
-    sdk.LogErrorEvent(
-        "ZebraSDKManagedBridge::Connect Unknown exception - likely a structured exception handler "
-        "exception");
+    LogConnectError("Unknown exception - likely a structured exception handler exception");
   }
   return false;
 }
 
-bool ZebraSDKManagedBridge::Disconnect() { return _private->_zebraSdk.Disconnect(); }
+void ZebraSDKManagedBridge::LogConnectError(const OString& text) {
+  const OString line = OString("ZebraSDKManagedBridge::Connect ") << text;
+  _private->_zebraSdk.Call(&Component::LogErrorEvent, line);
+}
+
+bool ZebraSDKManagedBridge::Disconnect() {
+  return _private->_zebraSdk.Call(&Component::Disconnect);
+}
 
 bool ZebraSDKManagedBridge::WriteEPC(const OString& epcDataIn) {
-  return _private->_zebraSdk.WriteEPC(epcDataIn);
+  return _private->_zebraSdk.Call(&Component::WriteEPC, epcDataIn);
 }
 
 bool ZebraSDKManagedBridge::WriteMemory(int bank, int offset, const OString& dataIn) {
-  return _private->_zebraSdk.WriteMemory(bank, offset, dataIn);
+  return _private->_zebraSdk.Call(&Component::WriteMemory, bank, offset, dataIn);
 }
 
 bool ZebraSDKManagedBridge::WriteUserMemory(int offset, const OString& dataIn) {
-  return _private->_zebraSdk.WriteUserMemory(offset, dataIn);
+  return _private->_zebraSdk.Call(&Component::WriteUserMemory, offset, dataIn);
 }
 
 bool ZebraSDKManagedBridge::SetAccessPassword(const OString& accessPasswordIn) {
-  return _private->_zebraSdk.SetAccessPassword(accessPasswordIn);
+  return _private->_zebraSdk.Call(&Component::SetAccessPassword, accessPasswordIn);
 }
 
 bool ZebraSDKManagedBridge::LockTag(const OString& accessPasswordIn, int iLockAction) {
-  return _private->_zebraSdk.LockTag(accessPasswordIn, iLockAction);
+  return _private->_zebraSdk.Call(&Component::LockTag, accessPasswordIn, iLockAction);
 }
 
 bool ZebraSDKManagedBridge::PermalockUserBlock(const OString& accessPasswordIn,
                                                unsigned int startAddress, int blockCount) {
-  return _private->_zebraSdk.PermalockUserBlock(accessPasswordIn, startAddress, blockCount);
+  return _private->_zebraSdk.Call(&Component::PermalockUserBlock, accessPasswordIn, startAddress,
+                                  blockCount);
 }
 
 bool ZebraSDKManagedBridge::UnlockTag(const OString& accessPasswordIn, int iUnlockAction) {
-  return _private->_zebraSdk.UnlockTag(accessPasswordIn, iUnlockAction);
+  return _private->_zebraSdk.Call(&Component::UnlockTag, accessPasswordIn, iUnlockAction);
 }
 
 bool ZebraSDKManagedBridge::SetKillPassword(const OString& killPasswordIn) {
-  return _private->_zebraSdk.SetKillPassword(killPasswordIn);
+  return _private->_zebraSdk.Call(&Component::SetKillPassword, killPasswordIn);
 }
 
 bool ZebraSDKManagedBridge::KillTag(const OString& killPasswordIn) {
-  return _private->_zebraSdk.KillTag(killPasswordIn);
+  return _private->_zebraSdk.Call(&Component::KillTag, killPasswordIn);
 }

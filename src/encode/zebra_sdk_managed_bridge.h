@@ -43,6 +43,7 @@ class ZebraSDKManagedBridge {
 
  private:
   bool ConnectGuarded(int portType, const OString& printer, bool connectPerCard);
+  void LogConnectError(const OString& text);
 
   std::unique_ptr<ZebraSDKManagedBridgePrivate> _private;
 };

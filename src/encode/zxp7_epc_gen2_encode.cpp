@@ -2,13 +2,8 @@
 
 #include <exception>
 
-#include "encode/kill_tag.h"
-#include "encode/lock.h"
-#include "encode/password.h"
-#include "encode/printer.h"
-#include "encode/unlock.h"
+#include "encode/operations.h"
 #include "encode/verify_managed_components.h"
-#include "encode/write_data.h"
 #include "encode/zebra_sdk_managed_bridge.h"
 #include "platform/framework_exceptions.h"
 #include "support/log.h"
@@ -23,7 +18,7 @@ constexpr Tracer kParseElement{"ZXP7EpcGen2Encode::ParseNextElement", " "};
 
 ZXP7EpcGen2Encode::ZXP7EpcGen2Encode(const unsigned char* pJobData, DWORD jobDataSize) {
   Log::Information("ZXP7EpcGen2Encode::ZXP7EpcGen2Encode");
-  _jobDocument.reset(CreateSDKJobXmlDocument(pJobData, jobDataSize));
+  _jobDocument = CreateSDKJobXmlDocument(pJobData, jobDataSize);
   if (_jobDocument != nullptr && _jobDocument->Error()) {
     Log::Error("ZXP7EpcGen2Encode::ZXP7EpcGen2Encode    Invalid XML");
   }
@@ -31,11 +26,11 @@ ZXP7EpcGen2Encode::ZXP7EpcGen2Encode(const unsigned char* pJobData, DWORD jobDat
 
 ZXP7EpcGen2Encode::~ZXP7EpcGen2Encode() = default;
 
-TiXmlDocument* ZXP7EpcGen2Encode::CreateSDKJobXmlDocument(const unsigned char* pBuffer,
+JobDocumentPtr ZXP7EpcGen2Encode::CreateSDKJobXmlDocument(const unsigned char* pBuffer,
                                                           DWORD dwBufferSize) {
   Log::Information("ZXP7EpcGen2Encode::CreateSDKJobXmlDocument");
   if (pBuffer == nullptr || dwBufferSize == 0) return nullptr;
-  return ParseJobDocument(pBuffer, dwBufferSize).release();
+  return ParseJobDocument(pBuffer, dwBufferSize);
 }
 
 bool ZXP7EpcGen2Encode::ParseAndExecuteXML() {

@@ -45,9 +45,8 @@ class ZXP7EpcGen2Encode {
   using Operation = bool (ZXP7EpcGen2Encode::*)(const TiXmlElement* element);
   static Operation FindOperation(const char* name);
 
-  /// A new document that the caller owns, with or without a parse error; null for a null pointer or
-  /// a size of 0.
-  TiXmlDocument* CreateSDKJobXmlDocument(const unsigned char* pBuffer, DWORD dwBufferSize);
+  /// With or without a parse error; null for a null pointer or a size of 0.
+  JobDocumentPtr CreateSDKJobXmlDocument(const unsigned char* pBuffer, DWORD dwBufferSize);
   bool ExecuteElements(const TiXmlElement& root);
   bool ParseNextElement(const TiXmlElement* pNextElement);
 

@@ -2,7 +2,7 @@
 
 #include "host/command_arguments.h"
 #include "host/end_deadline.h"
-#include "host/idle_decision.h"
+#include "host/idle.h"
 #include "host/main_log.h"
 #include "host/process_state.h"
 #include "host/watchers.h"

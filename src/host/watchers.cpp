@@ -2,8 +2,8 @@
 
 #include <memory>
 
+#include "host/idle.h"
 #include "host/main_log.h"
-#include "host/watch_idle.h"
 #include "host/watch_parent.h"
 
 namespace {

@@ -1,18 +1,15 @@
 #include "sdk/component_library.h"
 
-#include <memory>
-#include <type_traits>
-
 #include "sdk/component_guard.h"
 #include "support/ostring.h"
 #include "support/process_utility.h"
+#include "support/scoped_handle.h"
 
 namespace Tagwright {
 namespace {
 
 OString ComponentPath() {
-  return OString(ProcessUtility::GetCurrentModuleDirectory()) << "\\"
-                                                              << "Tagwright.Managed.dll";
+  return OString(ProcessUtility::GetCurrentModuleDirectory()) << "\\" << kComponentFileName;
 }
 
 [[noreturn]] void Fail(const OString& path, const OString& reason) {
@@ -24,24 +21,17 @@ OString SystemReason(const char* step, DWORD error) {
   return OString(step) << " failed, error 0x" << FormatHex(error);
 }
 
-struct LibraryCloser {
-  void operator()(HMODULE module) const { FreeLibrary(module); }
-};
-using Library = std::unique_ptr<std::remove_pointer_t<HMODULE>, LibraryCloser>;
-
-TagwrightGetInterface FindEntry(HMODULE module, const OString& path) {
-  const FARPROC entry = GetProcAddress(module, TAGWRIGHT_COMPONENT_ENTRY);
-  if (entry == nullptr) {
-    Fail(path, SystemReason("GetProcAddress of " TAGWRIGHT_COMPONENT_ENTRY, GetLastError()));
-  }
-  return reinterpret_cast<TagwrightGetInterface>(entry);
+TagwrightGetInterface FindEntry(const ScopedLibrary& library, const OString& path) {
+  const auto entry = library.Function<TagwrightGetInterface>(TAGWRIGHT_COMPONENT_ENTRY);
+  if (entry != nullptr) return entry;
+  Fail(path, SystemReason("GetProcAddress of " TAGWRIGHT_COMPONENT_ENTRY, GetLastError()));
 }
 
 const TagwrightComponentInterface& LoadComponent() {
   const OString path = ComponentPath();
-  Library library(LoadLibraryW(path.wstring()));
-  if (library == nullptr) Fail(path, SystemReason("LoadLibrary", GetLastError()));
-  const TagwrightGetInterface getInterface = FindEntry(library.get(), path);
+  ScopedLibrary library(path.wstring());
+  if (!library.IsValid()) Fail(path, SystemReason("LoadLibrary", GetLastError()));
+  const TagwrightGetInterface getInterface = FindEntry(library, path);
   const TagwrightComponentInterface* component = nullptr;
   GuardComponentCall([&] { component = getInterface(kTagwrightComponentVersion); });
   if (component == nullptr) Fail(path, "it does not know the interface version asked for");
@@ -51,7 +41,7 @@ const TagwrightComponentInterface& LoadComponent() {
   if (component->size < sizeof(TagwrightComponentInterface)) {
     Fail(path, "its interface table is too short");
   }
-  library.release();
+  library.Release();
   return *component;
 }
 

@@ -8,6 +8,9 @@
 
 namespace Tagwright {
 
+/// The component's file, beside the program.
+inline constexpr const char* kComponentFileName = "Tagwright.Managed.dll";
+
 /// The component cannot be used; the text names the file and the reason.
 class ComponentLoadError : public std::runtime_error {
  public:

@@ -4,20 +4,7 @@
 #include <string>
 #include <utility>
 
-#include "sdk/call_result.h"
-#include "sdk/component_guard.h"
-#include "sdk/component_library.h"
-
 namespace Tagwright {
-namespace {
-
-/// The wide form of `text`, valid while `text` is neither changed nor destroyed.
-TagwrightText WideText(const OString& text) {
-  const WCHAR* characters = text.wstring();
-  return {characters, std::char_traits<WCHAR>::length(characters)};
-}
-
-}  // namespace
 
 ComponentObject::ComponentObject(ComponentObject&& other) noexcept
     : _object(std::exchange(other._object, nullptr)) {}
@@ -61,63 +48,9 @@ void ComponentObject::TestManagedCodeAccessible() {
   ReturnOrThrow(result);
 }
 
-template <class Member, class... Arguments>
-bool ComponentObject::Call(Member member, Arguments... arguments) {
-  TagwrightCallResult result{};
-  const auto function = Component().*member;
-  GuardComponentCall([&] { function(_object, arguments..., &result); });
-  return ReturnOrThrow(result);
-}
-
-void ComponentObject::InitLogging() { Call(&TagwrightComponentInterface::InitLogging); }
-
-void ComponentObject::LogErrorEvent(const OString& text) {
-  Call(&TagwrightComponentInterface::LogErrorEvent, WideText(text));
-}
-
-bool ComponentObject::Connect(int portType, const OString& printerAddress, bool connectPerCard) {
-  return Call(&TagwrightComponentInterface::Connect, portType, WideText(printerAddress),
-              connectPerCard ? 1U : 0U);
-}
-
-bool ComponentObject::Disconnect() { return Call(&TagwrightComponentInterface::Disconnect); }
-
-bool ComponentObject::WriteEPC(const OString& data) {
-  return Call(&TagwrightComponentInterface::WriteEPC, WideText(data));
-}
-
-bool ComponentObject::WriteMemory(int bank, int offset, const OString& data) {
-  return Call(&TagwrightComponentInterface::WriteMemory, bank, offset, WideText(data));
-}
-
-bool ComponentObject::WriteUserMemory(int offset, const OString& data) {
-  return Call(&TagwrightComponentInterface::WriteUserMemory, offset, WideText(data));
-}
-
-bool ComponentObject::SetAccessPassword(const OString& password) {
-  return Call(&TagwrightComponentInterface::SetAccessPassword, WideText(password));
-}
-
-bool ComponentObject::LockTag(const OString& accessPassword, int lockAction) {
-  return Call(&TagwrightComponentInterface::LockTag, WideText(accessPassword), lockAction);
-}
-
-bool ComponentObject::PermalockUserBlock(const OString& accessPassword, unsigned int startAddress,
-                                         int blockCount) {
-  return Call(&TagwrightComponentInterface::PermalockUserBlock, WideText(accessPassword),
-              startAddress, blockCount);
-}
-
-bool ComponentObject::UnlockTag(const OString& accessPassword, int unlockAction) {
-  return Call(&TagwrightComponentInterface::UnlockTag, WideText(accessPassword), unlockAction);
-}
-
-bool ComponentObject::SetKillPassword(const OString& password) {
-  return Call(&TagwrightComponentInterface::SetKillPassword, WideText(password));
-}
-
-bool ComponentObject::KillTag(const OString& killPassword) {
-  return Call(&TagwrightComponentInterface::KillTag, WideText(killPassword));
+TagwrightText ComponentObject::AtBoundary(const OString& text) {
+  const WCHAR* characters = text.wstring();
+  return {characters, std::char_traits<WCHAR>::length(characters)};
 }
 
 }  // namespace Tagwright

@@ -1,7 +1,11 @@
 /// One object of the component's class ZebraSDK and the handle that owns it.
 #pragma once
 
-#include "sdk/component_api.h"
+#include <cstdint>
+
+#include "sdk/call_result.h"
+#include "sdk/component_guard.h"
+#include "sdk/component_library.h"
 #include "support/ostring.h"
 
 namespace Tagwright {
@@ -10,8 +14,7 @@ namespace Tagwright {
 /// destroyed or takes another object. A default-made handle is empty; calling a member through an
 /// empty one is an error of the caller.
 ///
-/// Every member passes its arguments in the component's order, returns the component's result, and
-/// throws what the component raised (see call_result.h). One thread at a time.
+/// One thread at a time.
 class ComponentObject {
  public:
   ComponentObject() = default;
@@ -24,23 +27,29 @@ class ComponentObject {
   /// Static member of the component's class; ComponentLoadError as well.
   static void TestManagedCodeAccessible();
 
-  void InitLogging();
-  void LogErrorEvent(const OString& text);
-  bool Connect(int portType, const OString& printerAddress, bool connectPerCard);
-  bool Disconnect();
-  bool WriteEPC(const OString& data);
-  bool WriteMemory(int bank, int offset, const OString& data);
-  bool WriteUserMemory(int offset, const OString& data);
-  bool SetAccessPassword(const OString& password);
-  bool LockTag(const OString& accessPassword, int lockAction);
-  bool PermalockUserBlock(const OString& accessPassword, unsigned int startAddress, int blockCount);
-  bool UnlockTag(const OString& accessPassword, int unlockAction);
-  bool SetKillPassword(const OString& password);
-  bool KillTag(const OString& killPassword);
+  /// Calls a member of the component's interface with `arguments` in the component's order: texts
+  /// as OString, flags as bool, numbers as they are. Returns the member's result, and throws what
+  /// the component raised (see call_result.h).
+  template <class Member, class... Arguments>
+  bool Call(Member member, const Arguments&... arguments) {
+    return CallWith(member, AtBoundary(arguments)...);
+  }
 
  private:
   template <class Member, class... Arguments>
-  bool Call(Member member, Arguments... arguments);
+  bool CallWith(Member member, Arguments... arguments) {
+    TagwrightCallResult result{};
+    const auto function = Component().*member;
+    GuardComponentCall([&] { function(_object, arguments..., &result); });
+    return ReturnOrThrow(result);
+  }
+
+  /// The wide form of `text`, valid while `text` is neither changed nor destroyed.
+  static TagwrightText AtBoundary(const OString& text);
+  static std::uint32_t AtBoundary(bool flag) { return flag ? 1 : 0; }
+  static std::int32_t AtBoundary(std::int32_t number) { return number; }
+  static std::uint32_t AtBoundary(std::uint32_t number) { return number; }
+
   void Dispose() noexcept;
 
   TagwrightComponentObject* _object = nullptr;

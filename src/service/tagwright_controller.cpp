@@ -19,8 +19,6 @@ TagwrightController::TagwrightController(const OString& pipeName)
   _pEncoderServers = std::make_unique<EncoderList>();
 }
 
-void TagwrightController::Shutdown() { PipeServer::Shutdown(); }
-
 bool TagwrightController::ParseIncomingMessage(const Tagwright::MessageHeader& msgHeader,
                                                const BYTE* pPayloadBuffer,
                                                Tagwright::MessageHeader& replyMsgHeader) {

@@ -25,7 +25,6 @@ class TagwrightController : public PipeServer {
   void ShutdownAllPipes();
 
  protected:
-  void Shutdown() override;
   bool ParseIncomingMessage(const Tagwright::MessageHeader& msgHeader, const BYTE* pPayloadBuffer,
                             Tagwright::MessageHeader& replyMsgHeader) override;
 

@@ -131,7 +131,7 @@ void TagwrightController::ShutdownAllPipes() {
     TerminateEncoderThreads();
   }
   TraceShutdown("Encoder Threads shutdown");
-  PipeServer::Shutdown();
+  Shutdown();
   DestroyEncoders();
   const DWORD usedMs = GetTickCount() - startTick;
   if (usedMs < kShutdownTimeMs) WaitForControlThreadShutdown(kShutdownTimeMs - usedMs);

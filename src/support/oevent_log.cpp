@@ -19,6 +19,7 @@ constexpr DWORD kMaskLifetimeMs = 5000;
 constexpr DWORD kFileMutexTimeoutMs = 10000;
 
 constexpr const char* kMaskKey = "LOCAL_MACHINE:Software\\Brennick\\Drivers\\DebugLogMasks\\";
+constexpr const char* kLogFolder = "C:\\Log Files";
 constexpr const char* kApplicationSources =
     "SYSTEM\\CurrentControlSet\\Services\\Eventlog\\Application\\";
 constexpr const char* kSystemSources = "SYSTEM\\CurrentControlSet\\Services\\Eventlog\\System\\";
@@ -100,8 +101,10 @@ void DescribeSource(HKEY key) {
 
 }  // namespace
 
-OEventLog::OEventLog(const OString& sourceName, DWORD eventLogType)
-    : _eventLogType(eventLogType), _sourceName(sourceName) {
+DWORD OEventLog::SystemTicks() { return GetTickCount(); }
+
+OEventLog::OEventLog(const OString& sourceName, DWORD eventLogType, TickSource maskClock)
+    : _eventLogType(eventLogType), _sourceName(sourceName), _maskClock(maskClock) {
   LoadLogMask();
 }
 
@@ -114,7 +117,7 @@ void OEventLog::LoadLogMask() {
   _maskKeyPath.wstring();  // both forms are there now: threads that refresh at once only read them
   const DWORD mask = ReadLogMask();
   _levelMask = mask;
-  _maskReadTick = GetTickCount();
+  _maskReadTick = _maskClock();
   ORegistry().SetValue(_maskKeyPath, &mask);
 }
 
@@ -126,14 +129,14 @@ DWORD OEventLog::ReadLogMask() const {
 
 void OEventLog::RefreshLogMask() {
   if (_maskKeyPath.IsEmpty()) return;
-  _maskReadTick = GetTickCount();
+  _maskReadTick = _maskClock();
   _levelMask = ReadLogMask();
 }
 
 void OEventLog::RefreshLogMaskIfDue() {
   // Taken before the clock is looked at: another thread's refresh must not lie in the future.
   const DWORD readTick = _maskReadTick;
-  if (GetTickCount() - readTick > kMaskLifetimeMs) RefreshLogMask();
+  if (_maskClock() - readTick > kMaskLifetimeMs) RefreshLogMask();
 }
 
 bool OEventLog::IsLogEnabled(int levels) {
@@ -211,13 +214,13 @@ bool OEventLog::RegisterSourceKey(const OString& sourceName, DWORD eventLogType)
 
 void OEventLog::PrepareLogFile() {
   if (!_directoryCreated) {
-    CreateDirectoryW(TEXT("C:\\Log Files"), nullptr);
+    CreateDirectoryW(OString(kLogFolder).wstring(), nullptr);
     _directoryCreated = true;
   }
   if (_logFilePath.IsEmpty()) {
     OString fileName = _sourceName;
     fileName.Replace(" ", "_");
-    _logFilePath = OString("C:\\Log Files\\") + fileName + ".txt";
+    _logFilePath = OString(kLogFolder) + "\\" + fileName + ".txt";
   }
 }
 

@@ -49,9 +49,13 @@ class OEventLog {
   /// Values of `eventLogType`; any value but kApplicationLog selects the System log.
   static constexpr DWORD kApplicationLog = 1;
 
+  /// A clock in milliseconds that wraps around, as GetTickCount does.
+  using TickSource = DWORD (*)();
+  static DWORD SystemTicks();
+
   /// Reads the mask of `sourceName` and writes it back, so that the value exists from the first
-  /// run. The event source is registered by the first event.
-  OEventLog(const OString& sourceName, DWORD eventLogType);
+  /// run. The event source is registered by the first event. `maskClock` tells how old the mask is.
+  OEventLog(const OString& sourceName, DWORD eventLogType, TickSource maskClock = SystemTicks);
   virtual ~OEventLog();
   OEventLog(const OEventLog&) = delete;
   OEventLog& operator=(const OEventLog&) = delete;
@@ -104,6 +108,7 @@ class OEventLog {
   OCriticalSection _lock;
   /// Where the mask lies, as an ORegistry value path.
   OString _maskKeyPath;
+  TickSource _maskClock;
   /// Both are read and written by any thread without the lock; the last refresh wins.
   std::atomic<DWORD> _levelMask{LogLevel::kDefaultMask};
   std::atomic<DWORD> _maskReadTick{0};

@@ -4,11 +4,7 @@
 #include <climits>
 
 #include "encode/job_document.h"
-#include "encode/kill_tag.h"
-#include "encode/lock.h"
-#include "encode/printer.h"
-#include "encode/unlock.h"
-#include "encode/write_data.h"
+#include "encode/operations.h"
 
 namespace {
 

@@ -2,9 +2,9 @@
 #include "common/dump_folder.h"
 #include "common/test_thread.h"
 #include "common/victim.h"
+#include "host/idle.h"
 #include "host/process_state.h"
 #include "host/server_process.h"
-#include "host/watch_idle.h"
 #include "host/watch_parent.h"
 #include "pipe/server_fixture.h"
 

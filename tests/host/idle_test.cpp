@@ -1,12 +1,12 @@
 /// Idleness without waiting for it: the watcher's core with a clock of the test's, and the main
 /// thread's decision.
+#include "host/idle.h"
+
 #include <gmock/gmock.h>
 
 #include <thread>
 
-#include "host/idle_decision.h"
 #include "host/process_state.h"
-#include "host/watch_idle.h"
 #include "pipe/server_fixture.h"
 #include "support/scoped_handle.h"
 

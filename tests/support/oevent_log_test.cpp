@@ -39,8 +39,8 @@ struct TestSource {
 };
 
 struct TestLog : TestSource, OEventLog {
-  explicit TestLog(DWORD mask, DWORD type = kApplicationLog)
-      : TestSource(mask), OEventLog(name.c_str(), type) {}
+  explicit TestLog(DWORD mask, DWORD type = kApplicationLog, TickSource maskClock = SystemTicks)
+      : TestSource(mask), OEventLog(name.c_str(), type, maskClock) {}
 };
 
 TEST(OEventLog, StoresTheDefaultMaskAtTheFirstRun) {
@@ -107,16 +107,18 @@ TEST(OEventLog, RegistersItsSourceUnderOneLogOnce) {
   }
 }
 
+DWORD g_nowMs = 0;
+
 TEST(OEventLog, FollowsTheRegistryAfterFiveSeconds) {
-  const DWORD start = GetTickCount();
-  TestLog changed(LogLevel::kErrors), deleted(LogLevel::kErrors);
+  g_nowMs = 0xFFFFF000;  // The ticks wrap around meanwhile.
+  const auto clock = [] { return g_nowMs; };
+  TestLog changed(LogLevel::kErrors, 1, clock), deleted(LogLevel::kErrors, 1, clock);
   changed.file.SetMask(LogLevel::kWarnings);
   deleted.DeleteMask();
-  for (TestLog* log : {&changed, &deleted}) {
-    while (!log->IsLogEnabled(LogLevel::kWarnings) && GetTickCount() - start < 60000) Sleep(1);
-    EXPECT_TRUE(log->IsLogEnabled(LogLevel::kWarnings));
-    EXPECT_GT(GetTickCount() - start, 5000U);
-  }
+  g_nowMs += 5000;
+  for (TestLog* log : {&changed, &deleted}) EXPECT_FALSE(log->IsLogEnabled(LogLevel::kWarnings));
+  g_nowMs += 1;
+  for (TestLog* log : {&changed, &deleted}) EXPECT_TRUE(log->IsLogEnabled(LogLevel::kWarnings));
   EXPECT_FALSE(changed.IsLogEnabled(static_cast<int>(LogLevel::kErrors)));
   EXPECT_TRUE(deleted.IsLogEnabled(static_cast<int>(LogLevel::kErrors)));
 }

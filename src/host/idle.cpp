@@ -1,5 +1,6 @@
-#include "host/watch_idle.h"
+#include "host/idle.h"
 
+#include "host/main_log.h"
 #include "host/process_state.h"
 #include "support/thread_procedure.h"
 
@@ -18,6 +19,10 @@ void WatchIdle(WatchIdleParameters* parameters) {
       [] { return PipeActivity.exchange(0) != 0; },
       [idle = idleEvent] { SetEvent(idle); },
   });
+}
+
+OString IdleLine(const char* outcome) {
+  return OString("All pipes were idle for ") << kIdleMinutes << outcome;
 }
 
 }  // namespace
@@ -47,4 +52,19 @@ unsigned __stdcall WatchIdleThreadProc(void* parameter) {
     CoUninitialize();
   });
   return 0;
+}
+
+void DecideIdleShutdown(OMutex& shutdownMutex, HANDLE idleEvent) {
+  kMainLog("hIdleEvent was signaled. Taking Shutdown mutex");
+  shutdownMutex.Acquire();
+  if (PipeActivity.load() != 0) {
+    shutdownMutex.Release();
+    ResetEvent(idleEvent);
+    kMainLog.Warning([] {
+      return IdleLine(" minutes. But it isn't now. NOT shutting down and mutex released");
+    });
+    return;
+  }
+  kMainLog([] { return IdleLine(" minutes. Shutting down server"); });
+  ShutdownTagwrightServer();
 }

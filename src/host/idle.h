@@ -1,10 +1,11 @@
-/// The idle watcher: a thread that counts whole minutes without pipe activity and, from the
-/// fifteenth on, signals the main thread once a minute, which makes the final decision.
+/// The end for idleness: a watcher thread counts whole minutes without pipe activity and, from the
+/// fifteenth on, signals the main thread once a minute, which looks once more and decides.
 #pragma once
 
 #include <functional>
 
 #include "platform/windows_api.h"
+#include "support/osynchronizer.h"
 
 /// Minutes without activity after which the process counts as idle.
 constexpr int kIdleMinutes = 15;
@@ -31,3 +32,9 @@ struct IdleWatch {
 /// The watcher's core: one look a minute until it is told to end, or until its wait fails (it could
 /// only spin then).
 void WatchForIdleness(const IdleWatch& watch);
+
+/// The main thread's last look before the process ends for idleness. Takes `shutdownMutex` (without
+/// time-out: another process that holds it is waited for) and looks once more. With activity
+/// meanwhile: gives the mutex back and resets `idleEvent`. Without: stops the pipe server and keeps
+/// the mutex until the process has ended.
+void DecideIdleShutdown(OMutex& shutdownMutex, HANDLE idleEvent);
