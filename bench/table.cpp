@@ -20,6 +20,7 @@ double Median(std::vector<double> values) {
 template <class Figure>
 double MedianOf(const std::vector<Round>& rounds, Figure figure) {
   std::vector<double> values;
+  values.reserve(rounds.size());
   for (const Round& round : rounds) values.push_back(figure(round));
   return Median(std::move(values));
 }

@@ -28,6 +28,7 @@ std::string ProgramFolder() {
 
 Child::Child(std::vector<std::string> command) {
   std::vector<char*> arguments;
+  arguments.reserve(command.size() + 1);
   for (std::string& argument : command) arguments.push_back(argument.data());
   arguments.push_back(nullptr);
   if (posix_spawn(&_id, arguments[0], nullptr, nullptr, arguments.data(), environ) != 0) {
