@@ -12,6 +12,7 @@ target_compile_options(tagwright_options INTERFACE -Wall -Wextra -Wshadow)
 # GetProcAddress gives every function the type FARPROC, which each caller casts to the function's own.
 target_compile_options(tagwright_options INTERFACE -Wno-cast-function-type)
 # A crash is turned into an exception that is thrown from the instruction that failed.
+include(cmake/supported_compiler.cmake)
 target_compile_options(tagwright_options INTERFACE -fnon-call-exceptions
                                                    -fasynchronous-unwind-tables)
 # GCC 12 warns of overlaps in std::string's own code that cannot happen (its bug 105651).

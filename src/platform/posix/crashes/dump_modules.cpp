@@ -2,8 +2,11 @@
 
 #include <elf.h>
 #include <link.h>
+#include <sys/uio.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 
 namespace platform {
@@ -38,51 +41,66 @@ Module FirstModule(std::span<const Mapping> mappings) {
   return {mappings.first(count)};
 }
 
+constexpr std::size_t kMaxBuildIdBytes = 64;
+
+/// The beginning of a dump's record for a build id, and the id.
 struct BuildId {
-  const BYTE* bytes = nullptr;
+  DWORD signature = minidump::kBuildIdSignature;
+  BYTE bytes[kMaxBuildIdBytes] = {};
   DWORD sizeBytes = 0;
 };
+static_assert(offsetof(BuildId, bytes) == sizeof(DWORD));
 
-DWORD RoundUp(DWORD size) { return (size + 3) / 4 * 4; }
+/// Reads memory of this process by way of the kernel: a module whose file has become shorter since
+/// it was loaded has pages that end the process with SIGBUS when they are touched.
+bool ReadMemory(ULONG_PTR from, void* to, std::size_t sizeBytes) {
+  const iovec target{to, sizeBytes};
+  const iovec source{reinterpret_cast<void*>(from), sizeBytes};
+  return process_vm_readv(getpid(), &target, 1, &source, 1, 0) == static_cast<ssize_t>(sizeBytes);
+}
 
-BuildId FindInNotes(const BYTE* at, std::size_t sizeBytes) {
-  const BYTE* const end = at + sizeBytes;
-  while (at + sizeof(ElfW(Nhdr)) < end) {
-    const auto* note = reinterpret_cast<const ElfW(Nhdr)*>(at);
-    const BYTE* const name = at + sizeof *note;
-    const BYTE* const content = name + RoundUp(note->n_namesz);
-    if (note->n_type == NT_GNU_BUILD_ID && std::memcmp(name, "GNU", sizeof "GNU") == 0) {
-      return {content, note->n_descsz};
+template <class Record>
+bool ReadRecord(ULONG_PTR from, Record& record) {
+  return ReadMemory(from, &record, sizeof record);
+}
+
+ULONG_PTR RoundUp(ULONG_PTR size) { return (size + 3) / 4 * 4; }
+
+bool FindInNotes(ULONG_PTR at, ULONG_PTR end, BuildId& id) {
+  ElfW(Nhdr) note;
+  while (at + sizeof note < end && ReadRecord(at, note)) {
+    const ULONG_PTR name = at + sizeof note;
+    const ULONG_PTR content = name + RoundUp(note.n_namesz);
+    char owner[sizeof ELF_NOTE_GNU] = {};
+    if (note.n_type == NT_GNU_BUILD_ID && ReadRecord(name, owner) &&
+        std::memcmp(owner, ELF_NOTE_GNU, sizeof owner) == 0) {
+      id.sizeBytes = std::min<DWORD>(note.n_descsz, kMaxBuildIdBytes);
+      return ReadMemory(content, id.bytes, id.sizeBytes);
     }
-    at = content + RoundUp(note->n_descsz);
+    at = content + RoundUp(note.n_descsz);
   }
-  return {};
+  return false;
 }
 
 /// From the module's headers in memory.
-BuildId FindBuildId(const Module& module) {
-  const auto* base = reinterpret_cast<const BYTE*>(module.Base());
-  const auto* header = reinterpret_cast<const ElfW(Ehdr)*>(base);
-  if (std::memcmp(header->e_ident, ELFMAG, SELFMAG) != 0) return {};
-  const ULONG_PTR bias = header->e_type == ET_EXEC ? 0 : module.Base();
-  const auto* segments = reinterpret_cast<const ElfW(Phdr)*>(base + header->e_phoff);
-  for (int i = 0; i < header->e_phnum; ++i) {
-    if (segments[i].p_type != PT_NOTE) continue;
-    const auto* notes = reinterpret_cast<const BYTE*>(bias + segments[i].p_vaddr);
-    const BuildId id = FindInNotes(notes, segments[i].p_memsz);
-    if (id.bytes != nullptr) return id;
+bool FindBuildId(const Module& module, BuildId& id) {
+  ElfW(Ehdr) header;
+  if (!ReadRecord(module.Base(), header)) return false;
+  if (std::memcmp(header.e_ident, ELFMAG, SELFMAG) != 0) return false;
+  const ULONG_PTR bias = header.e_type == ET_EXEC ? 0 : module.Base();
+  for (ULONG_PTR i = 0; i < header.e_phnum; ++i) {
+    ElfW(Phdr) segment;
+    if (!ReadRecord(module.Base() + header.e_phoff + i * sizeof segment, segment)) return false;
+    const ULONG_PTR notes = bias + segment.p_vaddr;
+    if (segment.p_type == PT_NOTE && FindInNotes(notes, notes + segment.p_memsz, id)) return true;
   }
-  return {};
+  return false;
 }
 
 Location AppendBuildId(DumpFile& file, const Module& module) {
-  const BuildId id = FindBuildId(module);
-  if (id.bytes == nullptr) return {0, 0};
-  BYTE record[sizeof(DWORD) + 64];
-  const std::size_t size = std::min<std::size_t>(id.sizeBytes, sizeof record - sizeof(DWORD));
-  std::memcpy(record, &minidump::kBuildIdSignature, sizeof(DWORD));
-  std::memcpy(record + sizeof(DWORD), id.bytes, size);
-  return file.Append(record, sizeof(DWORD) + size);
+  BuildId id;
+  return FindBuildId(module, id) ? file.Append(&id, offsetof(BuildId, bytes) + id.sizeBytes)
+                                 : Location{0, 0};
 }
 
 ModuleRecord Describe(DumpFile& file, const Module& module) {
