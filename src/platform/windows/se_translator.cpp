@@ -1,9 +1,13 @@
 #include "platform/se_translator.h"
 
+#include <atomic>
 #include <new>
 #include <utility>
 
 #include "platform/exception_table.h"
+#include "platform/failed_instruction.h"
+#include "platform/fatal_crash.h"
+#include "platform/windows/crashed_stack.h"
 
 /// What handles exceptions in this program's functions.
 extern "C" void __gxx_personality_seh0();
@@ -38,9 +42,10 @@ struct ThreadState {
   EXCEPTION_POINTERS pointers{&record, &context};
   EXCEPTION_RECORD record{};
   CONTEXT context{};
+  platform::CrashedStack stack;
 };
 
-/// What handling a used up stack takes: the system's own frames, the translator, the unwinder.
+/// What handling a stack overflow takes: the system's own frames, the translator, the unwinder.
 constexpr ULONG kStackGuaranteeBytes = 128 * 1024;
 
 /// Errors of the processor and the memory manager have these bits (and NTSTATUS values without them
@@ -185,18 +190,42 @@ DWORD64 LeaveFailedFunctions(CONTEXT& registers) {
   return returnAddress;
 }
 
-/// Goes on, once all handlers have returned, as if the instruction had called the translator: then
-/// the translator's exception finds its way by what the compiler has laid down for calls.
-LONG CALLBACK OnException(EXCEPTION_POINTERS* pointers) {
-  if (!IsForTranslators(pointers->ExceptionRecord->ExceptionCode)) return EXCEPTION_CONTINUE_SEARCH;
-  ThreadState* const state = CurrentState();
-  if (state == nullptr || state->translator == nullptr) return EXCEPTION_CONTINUE_SEARCH;
-  CONTEXT& registers = *pointers->ContextRecord;
-  if (!IsOnStack(registers.Rsp)) return EXCEPTION_CONTINUE_SEARCH;
-  state->record = *pointers->ExceptionRecord;
-  state->context = registers;
+void Describe(const EXCEPTION_POINTERS& pointers, ThreadState& state) {
+  state.record = *pointers.ExceptionRecord;
+  state.context = *pointers.ContextRecord;
   // More registers than these lie behind the record, and stay there.
-  state->context.ContextFlags &= CONTEXT_ALL;
+  state.context.ContextFlags &= CONTEXT_ALL;
+  // The processor has one fault for both, and Wine one code.
+  const bool isDivision = state.record.ExceptionCode == EXCEPTION_INT_DIVIDE_BY_ZERO;
+  if (isDivision && platform::HasQuotientOverflown(state.context)) {
+    state.record.ExceptionCode = EXCEPTION_INT_OVERFLOW;
+  }
+}
+
+std::atomic<LPTOP_LEVEL_EXCEPTION_FILTER> g_previousFilter{nullptr};
+
+LONG LeaveToPreviousFilter(EXCEPTION_POINTERS* pointers) {
+  const LPTOP_LEVEL_EXCEPTION_FILTER previous = g_previousFilter;
+  return previous == nullptr ? EXCEPTION_CONTINUE_SEARCH : previous(pointers);
+}
+
+/// Called when no frame of the thread has taken the exception: a `__try` in a component or in the
+/// system's functions, or a runtime's own handler, comes first. Goes on as if the instruction had
+/// called the translator: then the translator's exception finds its way by what the compiler has
+/// laid down for calls.
+LONG WINAPI OnUnhandledException(EXCEPTION_POINTERS* pointers) {
+  if (!IsForTranslators(pointers->ExceptionRecord->ExceptionCode)) {
+    return LeaveToPreviousFilter(pointers);
+  }
+  ThreadState* const state = CurrentState();
+  CONTEXT& registers = *pointers->ContextRecord;
+  if (state == nullptr || state->translator == nullptr || !IsOnStack(registers.Rsp) ||
+      platform::IsReportingFatalCrash()) {
+    platform::ReportFatalCrash(pointers);
+    return LeaveToPreviousFilter(pointers);
+  }
+  Describe(*pointers, *state);
+  state->stack.Copy(registers.Rsp);
   const DWORD64 returnAddress = LeaveFailedFunctions(registers);
   registers.Rsp -= sizeof(returnAddress);
   *reinterpret_cast<DWORD64*>(registers.Rsp) = returnAddress;
@@ -204,7 +233,7 @@ LONG CALLBACK OnException(EXCEPTION_POINTERS* pointers) {
   return EXCEPTION_CONTINUE_EXECUTION;
 }
 
-/// Makes sure that a used up stack is told of while there is room to handle that. A system that has
+/// Makes sure that a stack overflow is raised while there is room to handle it. A system that has
 /// the whole stack committed, with its guard page at the very end, does not heed the guarantee
 /// (Wine); then the guard is put where the guarantee begins.
 void ReserveStackForHandler() {
@@ -222,10 +251,16 @@ void ReserveStackForHandler() {
   VirtualProtect(guard, system.dwPageSize, PAGE_READWRITE | PAGE_GUARD, &previous);
 }
 
+/// Makes the process's filter ours, every time anew: a component may have put its own in front,
+/// which gets the exceptions that are not ours.
+void InstallFilter() {
+  const LPTOP_LEVEL_EXCEPTION_FILTER installed = SetUnhandledExceptionFilter(OnUnhandledException);
+  if (installed != OnUnhandledException) g_previousFilter = installed;
+}
+
 /// Null when there is no memory.
 ThreadState* PrepareThread() {
-  static const void* const handler = AddVectoredExceptionHandler(1, OnException);
-  static_cast<void>(handler);
+  InstallFilter();
   if (ThreadState* const state = CurrentState()) return state;
   ReserveStackForHandler();
   auto* const state = new (std::nothrow) ThreadState;
@@ -238,9 +273,15 @@ ThreadState* PrepareThread() {
 extern "C" void TagwrightCallTranslator() {
   ThreadState& state = *CurrentState();
   state.translator(state.record.ExceptionCode, &state.pointers);
-  // It did not throw: the instruction fails again, and nobody translates that.
+  // It did not throw: the instruction fails again, and that is not translated.
   state.translator = nullptr;
   RtlRestoreContext(&state.context, nullptr);
+}
+
+const platform::CrashedStack* platform::FindCrashedStack(const EXCEPTION_POINTERS* pointers) {
+  const ThreadState* const state = CurrentState();
+  const bool isOurs = state != nullptr && pointers == &state->pointers;
+  return isOurs && state->stack.SizeBytes() != 0 ? &state->stack : nullptr;
 }
 
 SeTranslator _set_se_translator(SeTranslator translator) {
