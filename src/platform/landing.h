@@ -5,8 +5,8 @@
 
 namespace platform {
 
-/// Used by one thread. What the frames that are jumped over hold stays held, and none of their
-/// destructors runs.
+/// Used by one thread. The frames that are jumped over are abandoned: none of their destructors
+/// runs, and the resources they hold leak, exception objects included.
 class Landing {
  public:
   /// Calls `call(argument)`. False when JumpBack has ended the call.
@@ -16,13 +16,21 @@ class Landing {
   [[noreturn]] void JumpBack();
 
  private:
+  /// What the runtime keeps of a thread's exceptions (Itanium C++ ABI, "Caught Exception Stack").
+  struct ExceptionState {
+    void* caught;
+    unsigned int uncaughtCount;
+  };
+
   void* _frame[5] = {};  // What the compiler's setjmp takes.
   ULONG_PTR _openFrames = 0;
+  ExceptionState* _exceptionState = nullptr;
+  ExceptionState _exceptionStateBefore{};
 };
 
-/// What the system has noted of the calling thread's open frames. Each system has its own.
+/// What the system keeps of the calling thread's open frames. Each system has its own.
 ULONG_PTR NoteOpenFrames();
-/// Makes it forget those that have been opened since.
+/// Makes the system forget the frames that have been opened since.
 void ForgetFramesSince(ULONG_PTR note);
 
 }  // namespace platform

@@ -1,6 +1,6 @@
 #include "sdk/component_library.h"
 
-#include "sdk/component_guard.h"
+#include "support/crash_guard.h"
 #include "support/ostring.h"
 #include "support/process_utility.h"
 #include "support/scoped_handle.h"
@@ -33,7 +33,7 @@ const TagwrightComponentInterface& LoadComponent() {
   if (!library.IsValid()) Fail(path, SystemReason("LoadLibrary", GetLastError()));
   const TagwrightGetInterface getInterface = FindEntry(library, path);
   const TagwrightComponentInterface* component = nullptr;
-  GuardComponentCall([&] { component = getInterface(kTagwrightComponentVersion); });
+  GuardCrashes([&] { component = getInterface(kTagwrightComponentVersion); });
   if (component == nullptr) Fail(path, "it does not know the interface version asked for");
   if (component->version != kTagwrightComponentVersion) {
     Fail(path, "it answered with another interface version");

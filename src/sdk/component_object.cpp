@@ -26,7 +26,7 @@ void ComponentObject::Dispose() noexcept {
     TagwrightCallResult ignored{};
     const auto& component = Component();
     auto* const object = std::exchange(_object, nullptr);
-    GuardComponentCall([&] { component.DisposeObject(object, &ignored); });
+    GuardCrashes([&] { component.DisposeObject(object, &ignored); });
   } catch (...) {
   }
 }
@@ -35,7 +35,7 @@ ComponentObject ComponentObject::Create() {
   TagwrightCallResult result{};
   ComponentObject created;
   const auto& component = Component();
-  GuardComponentCall([&] { created._object = component.CreateObject(&result); });
+  GuardCrashes([&] { created._object = component.CreateObject(&result); });
   ReturnOrThrow(result);
   if (created._object == nullptr) throw std::runtime_error("The component created no object");
   return created;
@@ -44,7 +44,7 @@ ComponentObject ComponentObject::Create() {
 void ComponentObject::TestManagedCodeAccessible() {
   TagwrightCallResult result{};
   const auto& component = Component();
-  GuardComponentCall([&] { component.TestManagedCodeAccessible(&result); });
+  GuardCrashes([&] { component.TestManagedCodeAccessible(&result); });
   ReturnOrThrow(result);
 }
 

@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include "sdk/call_result.h"
-#include "sdk/component_guard.h"
+#include "support/crash_guard.h"
 #include "sdk/component_library.h"
 #include "support/ostring.h"
 
@@ -40,7 +40,7 @@ class ComponentObject {
   bool CallWith(Member member, Arguments... arguments) {
     TagwrightCallResult result{};
     const auto function = Component().*member;
-    GuardComponentCall([&] { function(_object, arguments..., &result); });
+    GuardCrashes([&] { function(_object, arguments..., &result); });
     return ReturnOrThrow(result);
   }
 

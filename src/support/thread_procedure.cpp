@@ -3,6 +3,7 @@
 #include <exception>
 #include <new>
 
+#include "support/crash_guard.h"
 #include "support/oexception.h"
 
 bool RunGuarded(OExceptionHandler& handler, WorkRef work, OtherExceptions others) {
@@ -12,7 +13,7 @@ bool RunGuarded(OExceptionHandler& handler, WorkRef work, OtherExceptions others
     }
   };
   try {
-    work();
+    GuardCrashes(work);
     return true;
   } catch (const OException& exception) {
     handler.Handle(exception);
