@@ -1,6 +1,6 @@
 #include "support/mini_dump_writer.h"
 
-#include "platform/se_translator.h"
+#include "platform/dump_library.h"
 #include "support/ofile.h"
 #include "support/oregistry.h"
 #include "support/osynchronizer.h"
@@ -10,16 +10,8 @@ namespace {
 
 constexpr char kLibraryValue[] = "LOCAL_MACHINE:Software/Brennick/Drivers/Debug/dbghelp";
 
-/// Numbers of dump files run from 0 and have at least 4 digits.
-constexpr int kMaxDumpFiles = 10000;
-constexpr int kNumberDigits = 4;
-
 /// How long one dump may keep the next one waiting; then both are at work.
 constexpr DWORD kMaxDumpTimeMs = 60000;
-
-constexpr auto kDumpType = static_cast<MINIDUMP_TYPE>(
-    MiniDumpWithDataSegs | MiniDumpWithHandleData | MiniDumpWithUnloadedModules |
-    MiniDumpWithIndirectlyReferencedMemory);
 
 using MiniDumpWriteDumpFunction = decltype(&MiniDumpWriteDump);
 using SHGetFolderPathWFunction = decltype(&SHGetFolderPathW);
@@ -45,20 +37,17 @@ OString CommonAppDataFolder() {
 
 /// Creates the folder of dumps; empty on failure.
 OString DumpFolder() {
-  OString folder = CommonAppDataFolder();
-  if (folder.IsEmpty()) return folder;
-  folder << "\\Brennick\\Drivers\\Dump";
-  return OFile::CreateDirectoryPath(folder) ? folder : OString();
+  const OString folder = DumpFolderPath();
+  return !folder.IsEmpty() && OFile::CreateDirectoryPath(folder) ? folder : OString();
 }
 
 /// Empty when all names are taken.
 OString FreeFileName(const OString& folder) {
   for (int number = 0; number < kMaxDumpFiles; ++number) {
     OString digits(static_cast<DWORD>(number));
-    digits.PadLeft(kNumberDigits, '0');
+    digits.PadLeft(kDumpNumberDigits, '0');
     OString fileName = folder;
-    fileName << "\\"
-             << "bkcrash_" << digits << ".dmp";
+    fileName << "\\" << kDumpFilePrefix << digits << kDumpFileEnding;
     if (!OFile::Exists(fileName)) return fileName;
   }
   return OString();
@@ -83,19 +72,16 @@ bool WriteWith(const ScopedLibrary& library, EXCEPTION_POINTERS* pointers, OStri
   const OAutoLock turn(turns);
   const ScopedHandle file = CreateDumpFile(fileName);
   if (!file.IsValid()) return false;
-  MINIDUMP_EXCEPTION_INFORMATION exception = {};
-  exception.ThreadId = GetCurrentThreadId();
-  exception.ExceptionPointers = pointers;
-  exception.ClientPointers = TRUE;
-  // The library handles the bad addresses it meets by itself.
-  const SeTranslator translator = _set_se_translator(nullptr);
-  const BOOL isWritten = writeDump(GetCurrentProcess(), GetCurrentProcessId(), file.Get(),
-                                   kDumpType, &exception, nullptr, nullptr);
-  _set_se_translator(translator);
-  return isWritten != FALSE;
+  return platform::WriteDumpWith(writeDump, file.Get(), kDumpType, pointers) != FALSE;
 }
 
 }  // namespace
+
+OString DumpFolderPath() {
+  OString folder = CommonAppDataFolder();
+  if (!folder.IsEmpty()) folder << "\\Brennick\\Drivers\\Dump";
+  return folder;
+}
 
 bool WriteMiniDumpFile(EXCEPTION_POINTERS* pointers, OString& fileName) {
   const ScopedLibrary configured(LibraryFileName().wstring());

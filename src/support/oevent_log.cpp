@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 
+#include "support/fixed_text.h"
 #include "support/oregistry.h"
 #include "support/scoped_handle.h"
 
@@ -65,6 +66,12 @@ DWORD LevelOfType(DWORD type) {
   }
 }
 
+OString LogFilePath(const OString& sourceName) {
+  OString fileName = sourceName;
+  fileName.Replace(" ", "_");
+  return OString(kLogFolder) + "\\" + fileName + ".txt";
+}
+
 OEventData MakeEventData(DWORD level) {
   LARGE_INTEGER counter{};
   QueryPerformanceCounter(&counter);
@@ -104,7 +111,12 @@ void DescribeSource(HKEY key) {
 DWORD OEventLog::SystemTicks() { return GetTickCount(); }
 
 OEventLog::OEventLog(const OString& sourceName, DWORD eventLogType, TickSource maskClock)
-    : _eventLogType(eventLogType), _sourceName(sourceName), _maskClock(maskClock) {
+    : _eventLogType(eventLogType),
+      _sourceName(sourceName),
+      _logFilePath(LogFilePath(sourceName)),
+      _lastOutput(_sourceName.wstring(), _logFilePath.wstring()),
+      _maskClock(maskClock) {
+  _sourceName.nstring();  // LogLastError must not convert it.
   LoadLogMask();
 }
 
@@ -217,11 +229,29 @@ void OEventLog::PrepareLogFile() {
     CreateDirectoryW(OString(kLogFolder).wstring(), nullptr);
     _directoryCreated = true;
   }
-  if (_logFilePath.IsEmpty()) {
-    OString fileName = _sourceName;
-    fileName.Replace(" ", "_");
-    _logFilePath = OString(kLogFolder) + "\\" + fileName + ".txt";
-  }
+}
+
+/// The same line as BuildFileLine's.
+void OEventLog::LogLastError(std::string_view text) const {
+  const OEventData block = MakeEventData(LogLevel::kErrors);
+  FixedText<3072> stamped;
+  stamped.AppendDecimal(block.tickCountMs / 1000, 7) << ".";
+  stamped.AppendDecimal(block.tickCountMs % 1000, 3) << ": " << text;
+  _lastOutput.ReportError(EventId(_eventLogType, EVENTLOG_ERROR_TYPE), stamped.View(), &block,
+                          sizeof block);
+  if ((_levelMask & LogLevel::kCopyToFile) == 0) return;
+  SYSTEMTIME now{};
+  GetLocalTime(&now);
+  FixedText<4096> line;
+  line.AppendDecimal(now.wMonth, 2) << "/";
+  line.AppendDecimal(now.wDay, 2) << "/";
+  line.AppendDecimal(now.wYear, 4) << " ";
+  line.AppendDecimal(now.wHour, 2) << ":";
+  line.AppendDecimal(now.wMinute, 2) << ":";
+  line.AppendDecimal(now.wSecond, 2) << ", " << _sourceName.nstring() << ", ";
+  line << GetLevelName(block.level) << ", Thread:0x";
+  line.AppendHex(block.threadId) << ", " << stamped.View() << "\n";
+  _lastOutput.AppendToFile(line.View());
 }
 
 void OEventLog::WriteEventToFile(const OString& text, const OEventData& block) {

@@ -6,7 +6,9 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 
+#include "platform/last_output.h"
 #include "platform/windows_api.h"
 #include "support/log_levels.h"
 #include "support/ostring.h"
@@ -76,6 +78,10 @@ class OEventLog {
   bool LogWarningEvent(const OString& text, int category);
   bool LogErrorEvent(const OString& text, int category);
 
+  /// Reports an error that ends the process, without the heap and without any lock: to the event
+  /// log, and to the log file when the mask in force says so. At most 2 KB of ASCII text.
+  void LogLastError(std::string_view text) const;
+
   /// Held while an event is written; whoever holds it knows that no other thread is writing.
   OSynchronizer& WriteLock() { return _lock; }
 
@@ -104,6 +110,7 @@ class OEventLog {
   DWORD _eventLogType;
   OString _sourceName;
   OString _logFilePath;
+  platform::LastOutput _lastOutput;
   bool _directoryCreated = false;
   OCriticalSection _lock;
   /// Where the mask lies, as an ORegistry value path.

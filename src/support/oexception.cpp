@@ -70,6 +70,18 @@ OException::OException(const OException& other)
 
 OException::~OException() = default;
 
+FixedText<1024> StructuredExceptionText(DWORD code) {
+  const Translation& translation = TranslationOf(code);
+  FixedText<1024> text;
+  if (translation.message != nullptr) return text << translation.message;
+  char systemText[1024];
+  const DWORD length =
+      FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_ARGUMENT_ARRAY, nullptr,
+                     translation.errorCode, 0, systemText, sizeof systemText, nullptr);
+  const std::string_view line(systemText, length);
+  return text << line.substr(0, line.find_last_not_of("\r\n") + 1);
+}
+
 void ThrowStructuredException(unsigned code, EXCEPTION_POINTERS* pointers) {
   const Translation& translation = TranslationOf(code);
   throw OException(static_cast<LONG>(translation.errorCode), translation.message, pointers);

@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "platform/windows_api.h"
+#include "support/fixed_text.h"
 
 /// An error code with its text. Thrown by value, caught by const reference.
 class OException {
@@ -40,3 +41,7 @@ class OStdException {
 /// The translator of every thread with an exception handler scope: throws an OException with the
 /// error code and text that stand for the structured exception's code, and with the pointers.
 [[noreturn]] void ThrowStructuredException(unsigned code, EXCEPTION_POINTERS* pointers);
+
+/// The text that the OException has for the code, without its line end. Takes no memory from the
+/// heap.
+FixedText<1024> StructuredExceptionText(DWORD code);

@@ -5,16 +5,32 @@
 #include <new>
 #include <utility>
 
+#include "support/last_report.h"
 #include "support/mini_dump_writer.h"
 #include "support/oevent_log.h"
 #include "support/ostring.h"
 
-OExceptionHandler::OExceptionHandler(const char* functionName, DWORD flags)
-    : _previousTranslator(_set_se_translator(ThrowStructuredException)),
-      _functionName(functionName),
-      _flags(flags) {}
+namespace {
 
-OExceptionHandler::~OExceptionHandler() { _set_se_translator(_previousTranslator); }
+// The report of a fatal crash reads this, in a signal handler.
+constinit thread_local const OExceptionHandler* t_innermost = nullptr;
+
+}  // namespace
+
+OExceptionHandler::OExceptionHandler(const char* functionName, DWORD flags)
+    : _outer(std::exchange(t_innermost, this)),
+      _previousTranslator(_set_se_translator(ThrowStructuredException)),
+      _functionName(functionName),
+      _flags(flags) {
+  PrepareLastReport();
+}
+
+OExceptionHandler::~OExceptionHandler() {
+  _set_se_translator(_previousTranslator);
+  t_innermost = _outer;
+}
+
+const OExceptionHandler* OExceptionHandler::Innermost() { return t_innermost; }
 
 void OExceptionHandler::SetEventLog(StdBrennick::shared_ptr<OEventLog> log) {
   _log = std::move(log);
@@ -23,9 +39,9 @@ void OExceptionHandler::SetEventLog(StdBrennick::shared_ptr<OEventLog> log) {
 void OExceptionHandler::UnSetEventLog() { _log.reset(); }
 
 void OExceptionHandler::Handle(const OException& exception) {
-  Dump dump = Dump::kNotAttempted;
+  auto dump = DumpOutcome::kNotAttempted;
   if (EXCEPTION_POINTERS* const pointers = exception.Pointers()) {
-    dump = WriteMiniDump(pointers) ? Dump::kWritten : Dump::kFailed;
+    dump = WriteMiniDump(pointers) ? DumpOutcome::kWritten : DumpOutcome::kFailed;
   }
   if ((_flags & kReportToLog) != 0) {
     try {
@@ -52,17 +68,11 @@ bool OExceptionHandler::WriteMiniDump(EXCEPTION_POINTERS* pointers) try {
   return false;  // What the crash has left behind may make this crash as well.
 }
 
-void OExceptionHandler::Report(const OException& exception, Dump dump) {
+void OExceptionHandler::Report(const OException& exception, DumpOutcome dump) {
   OString message(exception.Message());
   message.TrimRight().TrimLeft();
-  OString report("Error: ");
-  report << message << "\r\n"
-         << "Caught in [" << _functionName << "]"
-         << "\r\n";
-  if (dump == Dump::kWritten) report << "MiniDump File: " << _dumpFileName << "\r\n";
-  if (dump == Dump::kFailed)
-    report << "Attemped to generate minidump file but failed"
-           << "\r\n";
+  OString report;
+  ComposeCrashReport(report, message.nstring(), _functionName, dump, _dumpFileName);
   if (_log) _log->LogErrorEvent(report, 0);
 }
 

@@ -3,6 +3,7 @@
 
 #include "platform/se_translator.h"
 #include "platform/windows_api.h"
+#include "support/crash_report.h"
 #include "support/oexception.h"
 #include "support/shared_ptr.h"
 
@@ -37,12 +38,17 @@ class OExceptionHandler {
   void OutOfMemory();
   void HandleStandardException(const OStdException& exception);
 
+  /// The calling thread's innermost handler; null when it has none. May be asked in a crash.
+  static const OExceptionHandler* Innermost();
+  const char* FunctionName() const { return _functionName; }
+  /// Null without a log.
+  const OEventLog* EventLog() const { return _log.get(); }
+
  private:
-  enum class Dump { kNotAttempted, kFailed, kWritten };
-
   bool WriteMiniDump(EXCEPTION_POINTERS* pointers);
-  void Report(const OException& exception, Dump dump);
+  void Report(const OException& exception, DumpOutcome dump);
 
+  const OExceptionHandler* _outer;
   SeTranslator _previousTranslator;
   const char* _functionName;
   DWORD _flags;

@@ -1,11 +1,17 @@
-/// A debugger opens the dumps that the layer writes.
+/// What crashes leave on Linux: a debugger opens the dumps that the layer writes.
+#include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <unistd.h>
+#include <unwind.h>
 
 #include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
 
 #include "common/dump_folder.h"
 #include "common/test_thread.h"
+#include "common/victim.h"
 #include "platform/posix/kernel/state_paths.h"
 #include "support/thread_procedure.h"
 
@@ -72,6 +78,46 @@ TEST(CrashDumps, HoldOtherThreadsStacksAndTheProgramsData) {
   const std::string dump = DumpFolder::Content(DumpFolder::Path("bkcrash_0000.dmp"));
   EXPECT_THAT(dump, HasSubstr(std::string(onStack, sizeof onStack)));
   EXPECT_THAT(dump, HasSubstr(std::string(inData, sizeof inData)));
+}
+
+/// A library is loaded from a file that becomes empty; then the process crashes.
+const VictimRole kTruncated("truncated-module", [](VictimSide&, const std::string& copy) -> int {
+  Dl_info library{};
+  dladdr(reinterpret_cast<const void*>(&_Unwind_Backtrace), &library);
+  std::filesystem::copy_file(library.dli_fname, copy);
+  const bool isLoaded = dlopen(copy.c_str(), RTLD_NOW | RTLD_LOCAL) != nullptr;
+  std::filesystem::resize_file(copy, 0);
+  OExceptionHandler handler("Worker::Run", 0);
+  RunGuarded(handler, FunctionThatCrashes);
+  _exit(isLoaded ? 0 : 1);  // The library's own end would touch what is no longer there.
+});
+
+TEST(CrashDumps, AreWrittenWithAModuleThatIsTruncatedOnTheDisk) {
+  const DumpFolder dumps;
+  const std::string copy = platform::StateFolder("modules") + "/copy.so";
+  EXPECT_EQ(Victim("truncated-module", copy).ExitCode(), 0U);
+  EXPECT_THAT(DumpFolder::Content(DumpFolder::Path("bkcrash_0000.dmp")), HasSubstr("MDMP"));
+  std::filesystem::remove(copy);
+}
+
+/// A pointer to nothing does not leave the heap locked: the thread's guard gets the crash.
+TEST(HeapCrashes, OfWildPointersAreThrown) {
+  const DumpFolder dumps;
+  int* volatile wild = reinterpret_cast<int*>(0x7FFF0);
+  void* volatile moved = nullptr;
+  const std::function<void()> crashes[] = {
+      [&] { std::free(wild); },
+      [&] { delete wild; },
+      [&] { moved = std::realloc(wild, 1); },
+      [&] { const std::unique_ptr<int> owner(wild); },
+  };
+  OExceptionHandler handler("Worker::Run", kThreadHandlerFlags);
+  for (const auto& crash : crashes) {
+    SetLastError(0);
+    EXPECT_FALSE(RunGuarded(handler, crash));
+    EXPECT_EQ(GetLastError(), ERROR_INVALID_ADDRESS);
+  }
+  EXPECT_FALSE(DumpFolder::Content(DumpFolder::Path("bkcrash_0003.dmp")).empty());
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
 /// Crashes of the component, and what is left of them.
 #include "common/dump_folder.h"
-#include "process/process_fixture.h"
+#include "process/crash_fixture.h"
 
 namespace {
 
@@ -68,6 +68,11 @@ TEST_F(CrashTest, ACrashOfTheMessageThreadIsReportedWithADumpThatKeepsNoPassword
     EXPECT_EQ(dump.find(password), dump.npos);
     EXPECT_EQ(dump.find(wide), dump.npos);
   }
+}
+
+TEST_F(FatalCrashTest, OfAnAbortAndOfAnExceptionThatNobodyMayThrow) {
+  ExpectFatalCrash("abort", SystemText(ERROR_UNIDENTIFIED_ERROR));
+  ExpectFatalCrash("throw from noexcept", SystemText(ERROR_UNIDENTIFIED_ERROR));
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 
 #include <cstring>
 #include <functional>
+#include <limits>
 #include <set>
 
 #include "common/dump_folder.h"
@@ -28,6 +29,9 @@ volatile int sink = 0;
 void Read() { sink = *nowhere; }
 void Write() { *nowhere = 1; }
 void Divide() { sink = one / zero; }
+void DivideTooFar() { sink = std::numeric_limits<int>::min() / -one; }
+void Halt() { asm volatile("hlt"); }
+void ReadNoAddress() { sink = *reinterpret_cast<volatile int*>(std::uintptr_t{1} << 62); }
 void Trap() { __builtin_trap(); }
 void Break() { asm volatile("int3"); }
 void (*volatile noFunction)() = nullptr;
@@ -70,7 +74,10 @@ const Crash kCrashes[] = {
     {Write, EXCEPTION_ACCESS_VIOLATION, ERROR_INVALID_ADDRESS},
     {MeasureBesideALocal, EXCEPTION_ACCESS_VIOLATION, ERROR_INVALID_ADDRESS},
     {CallNothing, EXCEPTION_ACCESS_VIOLATION, ERROR_INVALID_ADDRESS},
+    {ReadNoAddress, EXCEPTION_ACCESS_VIOLATION, ERROR_INVALID_ADDRESS},
     {Divide, EXCEPTION_INT_DIVIDE_BY_ZERO, ERROR_INTERNAL_ERROR},
+    {DivideTooFar, EXCEPTION_INT_OVERFLOW, ERROR_ARITHMETIC_OVERFLOW},
+    {Halt, EXCEPTION_PRIV_INSTRUCTION, ERROR_UNIDENTIFIED_ERROR},
     {Trap, EXCEPTION_ILLEGAL_INSTRUCTION, ERROR_INTERNAL_ERROR},
     {Break, EXCEPTION_BREAKPOINT, ERROR_UNIDENTIFIED_ERROR},
     {Overflow, EXCEPTION_STACK_OVERFLOW, ERROR_STACK_OVERFLOW},
@@ -142,6 +149,56 @@ TEST(StructuredExceptions, ArriveInTheCatchBlocksOfTheirThread) {
   }
 }
 
+/// Divides all ones by what lies in one kind of operand.
+const struct {
+  const char* operand;
+  void (*divide)(ULONG_PTR divisor);
+} kDivisions[] = {
+    {"a second byte", [](ULONG_PTR d) { asm volatile("divb %%ch"
+                                                     :
+                                                     : "a"(-1), "c"(d << 8)); }},
+    {"a word", [](ULONG_PTR d) { asm volatile("divw %%cx"
+                                              :
+                                              : "a"(-1), "d"(-1), "c"(d)); }},
+    {"an extended register",
+     [](ULONG_PTR d) {
+       asm volatile("movq %2, %%r9; divl %%r9d" : : "a"(-1), "d"(-1), "c"(d) : "r9");
+     }},
+    {"memory by base, index and small displacement",
+     [](ULONG_PTR d) {
+       const ULONG_PTR numbers[] = {7, 7, d, 7};
+       asm volatile("divq 8(%2,%3,8)" : : "a"(-1), "d"(-1), "c"(numbers), "D"(1UL), "m"(numbers));
+     }},
+    {"memory by large displacement",
+     [](ULONG_PTR d) {
+       asm volatile("divb -0x1000(%1)"
+                    :
+                    : "a"(-1), "c"(reinterpret_cast<BYTE*>(&d) + 0x1000), "m"(d));
+     }},
+    {"memory relative to the instruction",
+     [](ULONG_PTR d) {
+       static ULONG_PTR number;
+       number = d;
+       asm volatile("divq %2" : : "a"(-1), "d"(-1), "m"(number));
+     }},
+};
+
+TEST(StructuredExceptions, TellAnOverflowFromADivisionByZero) {
+  const OExceptionHandler handler("handler", 0);
+  for (const auto& division : kDivisions) {
+    for (const ULONG_PTR divisor : {0, 1}) {
+      try {
+        division.divide(divisor);
+        ADD_FAILURE() << division.operand;
+      } catch (const OException& exception) {
+        const DWORD expected = divisor == 0 ? EXCEPTION_INT_DIVIDE_BY_ZERO : EXCEPTION_INT_OVERFLOW;
+        EXPECT_EQ(exception.Pointers()->ExceptionRecord->ExceptionCode, expected)
+            << division.operand;
+      }
+    }
+  }
+}
+
 /// The stack ends in another instruction each time, some of which set up the function's frame.
 TEST(StructuredExceptions, DestroyLocalsWhereverTheStackEnds) {
   constexpr unsigned kSmallStackBytes = 512 * 1024;
@@ -178,6 +235,36 @@ TEST(StructuredExceptions, DestroyLocalsWhereverTheStackEnds) {
 TEST(StructuredExceptions, ArriveFromTheFirstInstructionOfATryBlock) {
   const OExceptionHandler handler("handler", 0);
   EXPECT_TRUE(Catches(nowhere));
+}
+
+/// Keeps the call in a table: what may throw needs a place for its exception.
+void ThrowUnlessZero() {
+  if (zero != 0) throw zero;
+}
+struct CrashesWhenDestroyed {
+  ~CrashesWhenDestroyed() {
+    const Local local{++locals};
+    ThrowUnlessZero();
+    Read();
+  }
+};
+void CrashInADestructor() { const CrashesWhenDestroyed object; }
+void CrashUnderNoexcept() noexcept {
+  const Local local{++locals};
+  ThrowUnlessZero();
+  Divide();
+}
+void CrashWhileUnwinding() {
+  const CrashesWhenDestroyed object;
+  Divide();
+}
+
+/// Made up while the program runs, so that only this frame has it.
+void CrashWithAMark() {
+  volatile char mark[24];
+  for (int i = 0; i < 24; ++i) mark[i] = static_cast<char>('a' - i * one);
+  Read();
+  sink = mark[0];
 }
 
 class CrashReport : public testing::Test {
@@ -232,6 +319,25 @@ TEST_F(CrashReport, NamesTheDumpThatFillsTheFirstGap) {
                                    EndsWith("_0001.dmp"), EndsWith("_0002.dmp"),
                                    EndsWith("_0001.dmp"), DumpFolder::Path("bkcrash_0003.dmp")));
   EXPECT_THAT(DumpFolder::Content(DumpFiles()[3]), HasSubstr(std::string(kept, sizeof kept)));
+}
+
+TEST_F(CrashReport, ComesWhereNoExceptionFindsItsWayOut) {
+  const int count = std::uncaught_exceptions();
+  for (void (*const crash)() :
+       {&CrashInADestructor, static_cast<void (*)()>(&CrashUnderNoexcept), &CrashWhileUnwinding}) {
+    for (int round = 0; round < 2; ++round) Report(crash);
+    EXPECT_EQ(std::uncaught_exceptions(), count);
+    EXPECT_EQ(std::current_exception(), nullptr);
+  }
+  EXPECT_EQ(_log.Count("Caught in [Worker::Run]"), 6);
+  EXPECT_EQ(DumpFiles().size(), 6U);
+}
+
+TEST_F(CrashReport, HasTheStackAsItWasAtTheCrash) {
+  std::string mark;
+  for (int i = 0; i < 24; ++i) mark += static_cast<char>('a' - i * one);
+  Report(CrashWithAMark);
+  EXPECT_THAT(DumpFolder::Content(DumpFiles().at(0)), HasSubstr(mark));
 }
 
 TEST_F(CrashReport, SaysWhenThereIsNoDump) {

@@ -10,8 +10,11 @@
 #include <mutex>
 #include <utility>
 
+#include "platform/failed_instruction.h"
+#include "platform/fatal_crash.h"
 #include "platform/posix/crashes/failed_function.h"
 #include "platform/posix/kernel/crash_site.h"
+#include "platform/posix/kernel/heap_scope.h"
 #include "platform/posix/kernel/kernel_scope.h"
 #include "platform/posix/kernel/thread.h"
 
@@ -23,28 +26,30 @@ namespace {
 
 // The signal handler reads these: no lazy allocation of thread-local storage may stand behind them.
 [[gnu::tls_model("initial-exec")]] constinit thread_local SeTranslator t_translator = nullptr;
-[[gnu::tls_model("initial-exec")]] constinit thread_local CrashSite* t_site = nullptr;
+/// Until the translator is called: what fails meanwhile cannot be translated.
+[[gnu::tls_model("initial-exec")]] constinit thread_local bool t_isPreparing = false;
 
 constexpr int kSignals[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP};
 
 /// What was installed for each signal before.
 struct sigaction g_previous[std::size(kSignals)];
 
-/// How near to the end of the stack a thread that has used it up is, and how far beyond its stack
-/// pointer it touches memory: more than a frame of ordinary size.
+/// How far from the end of the stack an overflowing thread may be, and how far beyond its stack
+/// pointer it may touch memory: more than a frame of ordinary size.
 constexpr ULONG_PTR kStackEndBytes = 256 * 1024;
 
-bool IsStackUsedUp(const CrashSite& site, ULONG_PTR address) {
-  const ULONG_PTR stackPointer = site.context.Rsp;
+bool HasStackOverflown(const CrashSite& site, ULONG_PTR stackPointer, ULONG_PTR address) {
   return site.stackLow != 0 && stackPointer < site.stackLow + kStackEndBytes &&
          stackPointer + kStackEndBytes > site.stackLow && address < site.stackLow &&
          address + kStackEndBytes > stackPointer;
 }
 
-DWORD CodeOfFailedArithmetic(int reason) {
+DWORD CodeOfFailedArithmetic(int reason, const CONTEXT& context) {
   switch (reason) {
     case FPE_INTDIV:
-      return EXCEPTION_INT_DIVIDE_BY_ZERO;
+      // The processor has one fault for both, which Linux gives one name.
+      return platform::HasQuotientOverflown(context) ? EXCEPTION_INT_OVERFLOW
+                                                     : EXCEPTION_INT_DIVIDE_BY_ZERO;
     case FPE_INTOVF:
       return EXCEPTION_INT_OVERFLOW;
     case FPE_FLTDIV:
@@ -60,10 +65,28 @@ DWORD CodeOfFailedArithmetic(int reason) {
   }
 }
 
-DWORD CodeOf(int signal, const siginfo_t& info, const CrashSite& site) {
+/// Whether the fault was the processor's general protection, which has no address: a privileged
+/// instruction, or an address that no memory can have.
+bool IsProtectionFault(int signal, const siginfo_t& info) {
+  return signal == SIGSEGV && info.si_code == SI_KERNEL;
+}
+
+DWORD CodeOfFailedAccess(const siginfo_t& info, const CONTEXT& context) {
+  if (IsProtectionFault(SIGSEGV, info)) {
+    const bool isPrivileged = platform::IsPrivileged(reinterpret_cast<const BYTE*>(context.Rip));
+    return isPrivileged ? EXCEPTION_PRIV_INSTRUCTION : EXCEPTION_ACCESS_VIOLATION;
+  }
+  const CrashSite* const site = platform::CurrentCrashSite();
+  const auto address = reinterpret_cast<ULONG_PTR>(info.si_addr);
+  return site != nullptr && HasStackOverflown(*site, context.Rsp, address)
+             ? EXCEPTION_STACK_OVERFLOW
+             : EXCEPTION_ACCESS_VIOLATION;
+}
+
+DWORD CodeOf(int signal, const siginfo_t& info, const CONTEXT& context) {
   switch (signal) {
     case SIGFPE:
-      return CodeOfFailedArithmetic(info.si_code);
+      return CodeOfFailedArithmetic(info.si_code, context);
     case SIGILL:
       return EXCEPTION_ILLEGAL_INSTRUCTION;
     case SIGTRAP:
@@ -71,25 +94,28 @@ DWORD CodeOf(int signal, const siginfo_t& info, const CrashSite& site) {
     case SIGBUS:
       return info.si_code == BUS_ADRALN ? EXCEPTION_DATATYPE_MISALIGNMENT : EXCEPTION_IN_PAGE_ERROR;
     default:
-      return IsStackUsedUp(site, reinterpret_cast<ULONG_PTR>(info.si_addr))
-                 ? EXCEPTION_STACK_OVERFLOW
-                 : EXCEPTION_ACCESS_VIOLATION;
+      return CodeOfFailedAccess(info, context);
   }
 }
 
 void DescribeCrash(int signal, const siginfo_t& info, const ucontext_t& registers,
-                   CrashSite& site) {
-  platform::CopyRegisters(&registers, site.context);
-  site.record = {};
-  site.record.ExceptionCode = CodeOf(signal, info, site);
-  site.record.ExceptionAddress = reinterpret_cast<void*>(site.context.Rip);
+                   EXCEPTION_POINTERS& pointers) {
+  CONTEXT& context = *pointers.ContextRecord;
+  EXCEPTION_RECORD& record = *pointers.ExceptionRecord;
+  platform::CopyRegisters(&registers, context);
+  record = {};
+  record.ExceptionCode = CodeOf(signal, info, context);
+  record.ExceptionAddress = reinterpret_cast<void*>(context.Rip);
   if (signal != SIGSEGV && signal != SIGBUS) return;
-  site.record.NumberParameters = 2;
-  site.record.ExceptionInformation[0] = platform::AccessOf(&registers);
-  site.record.ExceptionInformation[1] = reinterpret_cast<ULONG_PTR>(info.si_addr);
+  if (record.ExceptionCode == EXCEPTION_PRIV_INSTRUCTION) return;
+  constexpr ULONG_PTR kUnknownAddress = ~ULONG_PTR{0};
+  record.NumberParameters = 2;
+  record.ExceptionInformation[0] = platform::AccessOf(&registers);
+  record.ExceptionInformation[1] =
+      IsProtectionFault(signal, info) ? kUnknownAddress : reinterpret_cast<ULONG_PTR>(info.si_addr);
 }
 
-/// Of any memory: a sanitizer's memcpy would find the gaps between a function's variables.
+/// Copies any memory: a sanitizer's memcpy would stop at the gaps between a function's variables.
 void CopyBytes(BYTE* to, const void* from, std::size_t count) {
   asm volatile("rep movsb" : "+D"(to), "+S"(from), "+c"(count) : : "memory");
 }
@@ -103,7 +129,7 @@ void CopyStack(CrashSite& site) {
   CopyBytes(site.stackCopy, reinterpret_cast<const void*>(start), site.copyBytes);
 }
 
-/// The signal comes again: at once when it is the instruction's doing, else by being sent again.
+/// Lets the signal come again: the instruction fails anew, or the signal is sent once more.
 void LeaveToPreviousHandler(int signal, const siginfo_t& info) {
   const auto index = std::find(std::begin(kSignals), std::end(kSignals), signal) - kSignals;
   sigaction(signal, &g_previous[index], nullptr);
@@ -111,27 +137,44 @@ void LeaveToPreviousHandler(int signal, const siginfo_t& info) {
 }
 
 /// Returns, with the registers as they were, when the translator does.
-void Translate(int signal, const siginfo_t& info, ucontext_t& registers) {
-  DescribeCrash(signal, info, registers, *t_site);
-  CopyStack(*t_site);
-  if (t_site->record.ExceptionCode == EXCEPTION_STACK_OVERFLOW) OpenStackReserve(*t_site);
+void Translate(int signal, const siginfo_t& info, ucontext_t& registers, CrashSite& site) {
+  t_isPreparing = true;
+  DescribeCrash(signal, info, registers, site.pointers);
+  CopyStack(site);
+  if (site.record.ExceptionCode == EXCEPTION_STACK_OVERFLOW) OpenStackReserve(site);
   gregset_t original;
   std::memcpy(original, registers.uc_mcontext.gregs, sizeof original);
   platform::LeaveFailedFunction(registers);
-  t_translator(t_site->record.ExceptionCode, &t_site->pointers);
+  t_isPreparing = false;
+  t_translator(site.record.ExceptionCode, &site.pointers);
   std::memcpy(registers.uc_mcontext.gregs, original, sizeof original);
 }
 
+/// The thread need not have a site, and one that it has may describe the crash before.
+void Report(int signal, const siginfo_t& info, const ucontext_t& registers) {
+  EXCEPTION_RECORD record;
+  CONTEXT context;
+  EXCEPTION_POINTERS pointers{&record, &context};
+  DescribeCrash(signal, info, registers, pointers);
+  platform::ReportFatalCrash(&pointers);
+}
+
 /// Runs on the alternate stack, which is free for the next crash as soon as the translator's
-/// exception has left it. Scopes of the layer that were open are closed by the unwinding, like any
-/// other object on the stack.
+/// exception has left it. The unwinding closes the scopes of the layer that were open, as it
+/// destroys any other object on the stack.
 void OnCrash(int signal, siginfo_t* info, void* context) {
   auto& registers = *static_cast<ucontext_t*>(context);
   const bool isSent = info->si_code <= 0;
-  // Behind a breakpoint; every other instruction has yet to be executed.
+  // The registers point behind a breakpoint, and at every other instruction that failed.
   const bool isBreakpoint = info->si_code == SI_KERNEL || info->si_code == TRAP_BRKPT;
   if (signal == SIGTRAP && isBreakpoint) --registers.uc_mcontext.gregs[REG_RIP];
-  if (t_translator != nullptr && t_site != nullptr && !isSent) Translate(signal, *info, registers);
+  if (!isSent) {
+    CrashSite* const site = platform::CurrentCrashSite();
+    const bool canTranslate = t_translator != nullptr && site != nullptr && !t_isPreparing &&
+                              !platform::IsInsideHeap() && !platform::IsReportingFatalCrash();
+    if (canTranslate) Translate(signal, *info, registers, *site);
+    Report(signal, *info, registers);
+  }
   LeaveToPreviousHandler(signal, *info);
 }
 
@@ -149,7 +192,7 @@ void InstallSignalHandlers() {
 }  // namespace
 
 int _resetstkoflw() {
-  if (t_site != nullptr) CloseStackReserve(*t_site);
+  if (const CrashSite* const site = platform::CurrentCrashSite()) CloseStackReserve(*site);
   return 1;
 }
 
@@ -157,6 +200,6 @@ SeTranslator _set_se_translator(SeTranslator translator) {
   const KernelScope scope;
   static std::once_flag installed;
   std::call_once(installed, InstallSignalHandlers);
-  t_site = Thread::Current().PrepareForCrash();
+  Thread::Current().PrepareForCrash();
   return std::exchange(t_translator, translator);
 }

@@ -11,10 +11,11 @@
 #include <new>
 #include <utility>
 
-#include "platform/posix/kernel/thread.h"
-
 namespace platform {
 namespace {
+
+// Signal handlers read this: no lazy allocation of thread-local storage may stand behind it.
+[[gnu::tls_model("initial-exec")]] constinit thread_local CrashSite* t_site = nullptr;
 
 constexpr std::size_t kPageBytes = 4096;
 
@@ -84,7 +85,9 @@ OwnedCrashSite PrepareCrashSite() {
   site->growthLimitBytes = GrowthLimit();
   FindStack(*site);
   CloseStackReserve(*site);  // The stack may be that of a thread which has ended with it open.
-  return UseAlternateStack(*site) ? std::move(site) : nullptr;
+  if (!UseAlternateStack(*site)) return nullptr;
+  t_site = site.get();
+  return site;
 }
 
 void CrashSiteDeleter::operator()(CrashSite* site) const {
@@ -93,6 +96,7 @@ void CrashSiteDeleter::operator()(CrashSite* site) const {
 }
 
 void LeaveAlternateStack(const CrashSite& site) {
+  if (t_site == &site) t_site = nullptr;
   stack_t stack{};
   sigaltstack(nullptr, &stack);
   if (stack.ss_sp != site.alternateStack) return;
@@ -110,9 +114,10 @@ void CloseStackReserve(const CrashSite& site) {
   ProtectStackReserve(site, PROT_NONE);
 }
 
+CrashSite* CurrentCrashSite() { return t_site; }
+
 const CrashSite* FindCrashSite(const EXCEPTION_POINTERS* pointers) {
-  const CrashSite* const site = Thread::Current().FindCrashSite();
-  return site != nullptr && pointers == &site->pointers ? site : nullptr;
+  return t_site != nullptr && pointers == &t_site->pointers ? t_site : nullptr;
 }
 
 AccessKind AccessOf(const void* signalContext) {

@@ -19,11 +19,11 @@ namespace platform {
 constexpr ULONG_PTR kRedZoneBytes = 128;
 
 /// The guard of a thread's stack: a page that nothing may ever touch, and above it the room in
-/// which the exception of a used up stack finds its way.
+/// which the exception of a stack overflow finds its way.
 constexpr std::size_t kStackGuardBytes = 132 * 1024;
 
 struct CrashSite {
-  /// Enough for the frames of all that matter; of a used up stack only the innermost frames fit.
+  /// Enough for all the frames that matter; of an overflowing stack only the innermost frames fit.
   static constexpr std::size_t kStackCopyBytes = 512 * 1024;
   /// The handler runs on it, and the unwinder, and what the translator calls.
   static constexpr std::size_t kAlternateStackBytes = 128 * 1024;
@@ -34,7 +34,7 @@ struct CrashSite {
   /// Lowest and one past the highest address of the thread's own stack.
   ULONG_PTR stackLow;
   ULONG_PTR stackHigh;
-  /// What lies below stackLow for the handling of a used up stack; 0 when the thread has none.
+  /// The size of what lies below stackLow for the handling of a stack overflow; 0 without one.
   std::size_t reserveBytes;
   /// How far the stack of the main thread may grow; 0 for any other.
   rlim_t growthLimitBytes;
@@ -54,7 +54,7 @@ using OwnedCrashSite = std::unique_ptr<CrashSite, CrashSiteDeleter>;
 /// there is no memory. A page that nothing may touch lies below and above.
 OwnedCrashSite PrepareCrashSite();
 
-/// Ends the use of the site's alternate stack, if the calling thread is the one that uses it.
+/// Ends the use of the site, if the calling thread is the one that uses it.
 void LeaveAlternateStack(const CrashSite& site);
 
 /// Makes the reserve below the calling thread's stack usable, or unusable again. May be called in
@@ -62,7 +62,10 @@ void LeaveAlternateStack(const CrashSite& site);
 void OpenStackReserve(const CrashSite& site);
 void CloseStackReserve(const CrashSite& site);
 
-/// The site of the calling thread that the pointers belong to; null when they are not a crash's.
+/// The site of the calling thread; null while it has none. May be called in signal handlers.
+CrashSite* CurrentCrashSite();
+
+/// The site of the calling thread if the pointers are those of its crash, else null.
 const CrashSite* FindCrashSite(const EXCEPTION_POINTERS* pointers);
 
 /// What an instruction failed to do with an address, as the records of access violations have it.

@@ -203,9 +203,8 @@ DWORD Thread::ExitCode() const {
   return _hasEnded ? _exitCode : STILL_ACTIVE;
 }
 
-CrashSite* Thread::PrepareForCrash() {
+void Thread::PrepareForCrash() {
   if (!_crashSite) _crashSite = PrepareCrashSite();
-  return _crashSite.get();
 }
 
 void Thread::AddOwned(std::shared_ptr<Waitable> object) { _owned.push_back(std::move(object)); }

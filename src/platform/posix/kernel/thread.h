@@ -48,11 +48,9 @@ class Thread final : public Waitable {
   void AddOwned(std::shared_ptr<Waitable> object);
   void RemoveOwned(const Waitable* object);
 
-  /// The thread's own crash site, made at the first call; null without memory. Called by the thread
-  /// itself.
-  CrashSite* PrepareForCrash();
-  /// The same, if there is one.
-  CrashSite* FindCrashSite() const { return _crashSite.get(); }
+  /// Makes the thread's own crash site, unless it has one; without memory it goes without. Called
+  /// by the thread itself.
+  void PrepareForCrash();
 
   bool IsSignalled(const Thread& waiter) override;
 

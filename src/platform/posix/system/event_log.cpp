@@ -20,6 +20,7 @@
 #include "platform/posix/kernel/object.h"
 #include "platform/posix/kernel/state_paths.h"
 #include "platform/posix/kernel/text.h"
+#include "platform/posix/system/event_log_file.h"
 
 using platform::Fail;
 using platform::KernelScope;
@@ -107,15 +108,19 @@ void WarnOnce(const std::string& path, int errnoValue) {
 
 }  // namespace
 
+std::string platform::EventLogFileOf(LPCWSTR sourceName) {
+  const char* const log = IsSystemSource(sourceName) ? "/System.jsonl" : "/Application.jsonl";
+  return platform::StateFolder("eventlog") + log;
+}
+
 HANDLE RegisterEventSourceW(LPCWSTR serverName, LPCWSTR sourceName) {
   KernelScope scope;
   if (serverName != nullptr || sourceName == nullptr || *sourceName == 0) {
     SetLastError(ERROR_INVALID_PARAMETER);
     return nullptr;
   }
-  const char* log = IsSystemSource(sourceName) ? "/System.jsonl" : "/Application.jsonl";
   return platform::InsertHandle(std::make_shared<EventSource>(
-      platform::ToUtf8(sourceName), platform::StateFolder("eventlog") + log));
+      platform::ToUtf8(sourceName), platform::EventLogFileOf(sourceName)));
 }
 
 BOOL DeregisterEventSource(HANDLE eventLog) {

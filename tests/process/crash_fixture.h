@@ -1,0 +1,46 @@
+/// The program with the crashing component of victims/, whose crashes end the process.
+#pragma once
+
+#include "common/dump_folder.h"
+#include "process/process_fixture.h"
+
+class FatalCrashTest : public ProcessTest {
+ protected:
+  static constexpr const char* kProgram = "crashing\\tagwright";
+
+  /// What the component does while it "writes".
+  static std::string JobFor(const std::string& action) {
+    return "<zsdk_job><write segment='1' data='" + action + "'/></zsdk_job>";
+  }
+
+  static std::string SystemText(DWORD code) {
+    char text[1024] = "";
+    const DWORD length =
+        FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM, nullptr, code, 0, text, 1024, nullptr);
+    return std::string(text, length - 2);
+  }
+
+  /// The component's `action` ends the process with a report and a dump. The process that serves
+  /// `bystander` goes on and can encode: nobody holds the mutex any more.
+  void ExpectFatalCrash(const std::string& action, const std::string& error) {
+    SCOPED_TRACE(action);
+    const DumpFolder dumps;
+    const ProductLog log;
+    Program bystander, crashing;
+    PipeClient other, client;
+    const std::string otherName = UniquePipeName(), name = UniquePipeName();
+    bystander.Start(kProgram, "/n " + otherName);
+    bystander.Connect(other, otherName);
+    crashing.Start(kProgram, "/n " + name);
+    crashing.Connect(client, name);
+    client.Send(0x200, JobFor(action));
+    client.ExpectClosed();
+    EXPECT_NE(crashing.ExitCode(), 0U);
+    other.Expect(0, 0x200, JobFor("nothing"));
+    EXPECT_TRUE(log.Has("Error: " + error));
+    EXPECT_EQ(log.Count("Caught in [PipeServer::ProcessMessagesThread]"), 1);
+    const std::string path = DumpFolder::Path("bkcrash_0000.dmp");
+    EXPECT_TRUE(log.Has("MiniDump File: " + path));
+    EXPECT_FALSE(DumpFolder::Streams(DumpFolder::Content(path)).empty());
+  }
+};

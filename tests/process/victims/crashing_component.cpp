@@ -1,0 +1,69 @@
+/// A component that does what the data of WriteEPC name, and succeeds in everything else.
+#include <cstdlib>
+#include <map>
+#include <string>
+
+#include "sdk/component_api.h"
+#include "tagwright_crashing_component_export.h"
+
+namespace {
+
+volatile int zero = 0;
+void* volatile kept = nullptr;
+
+/// Its frames are smaller than those of the heap, so that one of the heap's overflows.
+int OverflowWhileAllocating(int depth) {
+  kept = std::malloc(4096);
+  std::free(kept);
+  return zero == 0 ? OverflowWhileAllocating(depth + 1) + zero : 0;
+}
+
+void CorruptTheHeap() {
+  auto* const block = static_cast<std::size_t*>(std::malloc(24));
+  kept = block;
+  for (int i = 0; i < 64; ++i) static_cast<volatile std::size_t*>(block)[i] = 0x4141414141414141;
+  for (std::size_t size = 8; size < 1 << 20; size *= 2) kept = std::malloc(size);
+}
+
+void FreeNothing() {
+  kept = reinterpret_cast<void*>(0x7FFF0);
+  std::free(kept);
+}
+
+void Throw() {
+  if (zero == 0) throw 0;
+}
+void ThrowFromNoexcept() noexcept { Throw(); }
+
+const std::map<std::basic_string<WCHAR>, void (*)()> kActions = {
+    {TEXT("overflow while allocating"), [] { zero = OverflowWhileAllocating(0); }},
+    {TEXT("corrupt the heap"), CorruptTheHeap},
+    {TEXT("free nothing"), FreeNothing},
+    {TEXT("throw from noexcept"), ThrowFromNoexcept},
+    {TEXT("abort"), [] { std::abort(); }},
+};
+
+void WriteEPC(TagwrightComponentObject*, TagwrightText data, TagwrightCallResult* result) {
+  const auto action = kActions.find({data.characters, data.length});
+  if (action != kActions.end()) action->second();
+  result->returned = 1;
+}
+
+TagwrightComponentObject* Create(TagwrightCallResult*) {
+  static int object;
+  return reinterpret_cast<TagwrightComponentObject*>(&object);
+}
+void Dispose(TagwrightComponentObject*, TagwrightCallResult*) {}
+
+}  // namespace
+
+extern "C" TAGWRIGHT_CRASHING_COMPONENT_EXPORT const TagwrightComponentInterface*
+TagwrightManagedGetInterface(std::uint32_t version) {
+  static TagwrightComponentInterface component{};
+  component.size = sizeof component;
+  component.version = version;
+  component.CreateObject = Create;
+  component.DisposeObject = Dispose;
+  component.WriteEPC = WriteEPC;
+  return &component;
+}
