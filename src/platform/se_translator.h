@@ -1,4 +1,4 @@
-/// Structured exceptions (bad addresses, divisions by zero, illegal instructions, used up stacks)
+/// Structured exceptions (bad addresses, divisions by zero, illegal instructions, stack overflows)
 /// as C++ exceptions.
 #pragma once
 
@@ -21,9 +21,10 @@ using SeTranslator = void (*)(unsigned code, EXCEPTION_POINTERS* pointers);
 /// catch blocks are passed over (Windows: in this program's own module; elsewhere that ends the
 /// process). A noexcept function further out ends the process.
 ///
-/// A used up stack is told of while there is room left for its exception; the guard that takes
-/// comes back with _resetstkoflw.
+/// A stack overflow is raised while there is room left for its exception; _resetstkoflw restores
+/// the guard that this takes.
 ///
-/// Threads without a translator, C++ exceptions, other exceptions that a program raises itself
-/// (with the customer bit) and the system's informational exceptions are left alone.
+/// Windows: an inner frame that handles the exception comes first. C++ exceptions, other exceptions
+/// that a program raises itself (with the customer bit) and the system's informational exceptions
+/// are left alone. Crashes that are not translated are fatal (fatal_crash.h).
 SeTranslator _set_se_translator(SeTranslator translator);
