@@ -8,9 +8,13 @@ TEST_F(FatalCrashTest, InsideTheHeap) {
   ExpectFatalCrash("overflow while allocating", SystemText(ERROR_STACK_OVERFLOW));
   const auto events = ReadWholeFile(std::filesystem::path(std::getenv("TAGWRIGHT_ROOT")) /
                                     "eventlog/Application.jsonl");
-  const auto event = nlohmann::json::parse(events.substr(events.rfind("\n", events.size() - 2) + 1),
-                                           nullptr, false);
-  EXPECT_FALSE(event.is_discarded()) << events;
+  const auto report = events.find("\\u000aCaught in [");
+  const auto start = events.rfind('\n', report) + 1;
+  const auto event = nlohmann::json::parse(events.substr(start, events.find('\n', report) - start));
+  EXPECT_EQ(event["source"], "Brennick Tagwright.Native");
+  EXPECT_EQ(event["type"], "Error");
+  EXPECT_EQ(event["event_id"], "0xCFFF0300");
+  EXPECT_EQ(event["data"].get<std::string>().size(), 2 * 56U);
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <mutex>
 
 #include "platform/posix/kernel/crash_site.h"
+#include "platform/posix/kernel/kernel_scope.h"
 
 namespace platform {
 namespace {
@@ -71,6 +72,7 @@ void ReportFatalCrash(EXCEPTION_POINTERS* pointers) {
   if (handler == nullptr) return;
   pid_t reporter = 0;
   if (g_reporter.compare_exchange_strong(reporter, gettid())) {
+    EnterKernelForGood();  // TerminateThread must not cut the report off.
     BoundReport();
     handler(pointers);
     return;
