@@ -8,7 +8,7 @@ TEST_F(FatalCrashTest, InsideTheHeap) {
   ExpectFatalCrash("overflow while allocating", SystemText(ERROR_STACK_OVERFLOW));
   const auto events = ReadWholeFile(std::filesystem::path(std::getenv("TAGWRIGHT_ROOT")) /
                                     "eventlog/Application.jsonl");
-  const auto report = events.find("\\u000aCaught in [");
+  const auto report = events.find("Caught in [");
   const auto start = events.rfind('\n', report) + 1;
   const auto event = nlohmann::json::parse(events.substr(start, events.find('\n', report) - start));
   EXPECT_EQ(event["source"], "Brennick Tagwright.Native");
