@@ -39,7 +39,7 @@ class Line {
 
   /// One write, so that the line is whole among those of other processes.
   bool AppendTo(const char* path) const {
-    constexpr mode_t kNewFileMode = 0666;
+    constexpr mode_t kNewFileMode = 0600;
     // A file that is none, such as a FIFO, must not keep the process here.
     const int flags = O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK;
     const int file = open(path, flags, kNewFileMode);
@@ -102,9 +102,10 @@ void AddHexBytes(Line& line, const void* data, DWORD sizeBytes) {
   for (DWORD i = 0; i < sizeBytes; ++i) line.AddHex(bytes[i], 2);
 }
 
-std::string NativePathOf(LPCWSTR windowsPath) {
+/// Empty for a path that cannot be expressed, which no file has.
+std::string NativePath(LPCWSTR windowsPath) {
   std::string path;
-  ToNativePath(windowsPath, path);
+  NativePathOf(windowsPath, path);
   return path;
 }
 
@@ -117,7 +118,7 @@ struct LastOutput::Names {
 };
 
 LastOutput::LastOutput(LPCWSTR eventSource, LPCWSTR textFile)
-    : _names(new Names{ToUtf8(eventSource), EventLogFileOf(eventSource), NativePathOf(textFile)}) {
+    : _names(new Names{ToUtf8(eventSource), EventLogFileOf(eventSource), NativePath(textFile)}) {
   tzset();
 }
 
@@ -153,12 +154,12 @@ struct LastDumpFolder::Names {
   std::string folder;
 };
 
-LastDumpFolder::LastDumpFolder(LPCWSTR path) : _names(new Names{NativePathOf(path)}) {}
+LastDumpFolder::LastDumpFolder(LPCWSTR path) : _names(new Names{NativePath(path)}) {}
 
 LastDumpFolder::~LastDumpFolder() = default;
 
 void LastDumpFolder::Create() const {
-  constexpr mode_t kFolderMode = 0777;
+  constexpr mode_t kFolderMode = 0700;
   const std::string& folder = _names->folder;
   char part[PATH_MAX];
   for (std::size_t i = 0; i < folder.size() && i < sizeof part - 1; ++i) {
