@@ -4,8 +4,8 @@
 #include <cstdint>
 
 #include "sdk/call_result.h"
-#include "support/crash_guard.h"
 #include "sdk/component_library.h"
+#include "support/crash_guard.h"
 #include "support/ostring.h"
 
 namespace Tagwright {
