@@ -4,7 +4,7 @@
 namespace {
 
 TEST_F(FatalCrashTest, InsideTheHeap) {
-  ExpectFatalCrash("corrupt the heap", SystemText(ERROR_UNIDENTIFIED_ERROR));
+  ExpectFatalCrash("free twice", SystemText(ERROR_UNIDENTIFIED_ERROR));
   ExpectFatalCrash("overflow while allocating", SystemText(ERROR_STACK_OVERFLOW));
   const auto events = ReadWholeFile(std::filesystem::path(std::getenv("TAGWRIGHT_ROOT")) /
                                     "eventlog/Application.jsonl");

@@ -18,15 +18,10 @@ int OverflowWhileAllocating(int depth) {
   return zero == 0 ? OverflowWhileAllocating(depth + 1) + zero : 0;
 }
 
-void CorruptTheHeap() {
-  auto* const block = static_cast<std::size_t*>(std::malloc(24));
-  kept = block;
-  for (int i = 0; i < 64; ++i) static_cast<volatile std::size_t*>(block)[i] = 0x4141414141414141;
-  for (std::size_t size = 8; size < 1 << 20; size *= 2) kept = std::malloc(size);
-}
-
-void FreeNothing() {
-  kept = reinterpret_cast<void*>(0x7FFF0);
+/// The heap notices that, and aborts.
+void FreeTwice() {
+  kept = std::malloc(24);
+  std::free(kept);
   std::free(kept);
 }
 
@@ -37,8 +32,7 @@ void ThrowFromNoexcept() noexcept { Throw(); }
 
 const std::map<std::basic_string<WCHAR>, void (*)()> kActions = {
     {TEXT("overflow while allocating"), [] { zero = OverflowWhileAllocating(0); }},
-    {TEXT("corrupt the heap"), CorruptTheHeap},
-    {TEXT("free nothing"), FreeNothing},
+    {TEXT("free twice"), FreeTwice},
     {TEXT("throw from noexcept"), ThrowFromNoexcept},
     {TEXT("abort"), [] { std::abort(); }},
 };
