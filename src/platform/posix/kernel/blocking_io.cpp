@@ -10,6 +10,7 @@
 #include "platform/posix/kernel/wakeable_call.h"
 
 namespace platform {
+
 int PendingIoList::EndAll(DWORD error) {
   const std::lock_guard lock(_lock);
   int ended = 0;
@@ -31,6 +32,7 @@ void PendingIoList::WakeAll() {
 }
 
 PendingIo::PendingIo(PendingIoList& list) : _list(list), _thread(pthread_self()) {
+  BecomeWakeable();  // EndAll may wake it as soon as it is on the list.
   const std::lock_guard lock(_list._lock);
   _next = _list._first;
   if (_next != nullptr) _next->_previous = this;

@@ -102,20 +102,19 @@ void UnblockWakeSignal() {
   syscall(SYS_rt_sigprocmask, SIG_UNBLOCK, &signals, nullptr, sizeof signals);
 }
 
-/// Whoever started the thread may have blocked the signal.
-void PrepareThread() {
-  thread_local constinit bool isPrepared = false;
-  if (isPrepared) return;
+}  // namespace
+
+// Whoever started the thread may have blocked the signal.
+void BecomeWakeable() {
+  thread_local constinit bool isWakeable = false;
+  if (isWakeable) return;
   static const bool isInstalled = InstallHandler();
   (void)isInstalled;
   UnblockWakeSignal();
-  isPrepared = true;
+  isWakeable = true;
 }
 
-}  // namespace
-
 long CallUntilWoken(long number, long first, long second, long third, long fourth) {
-  PrepareThread();
   t_isCalling = 1;
   const long result = TagwrightWakeableCall(&t_isWoken, number, first, second, third, fourth);
   t_isCalling = 0;

@@ -10,9 +10,14 @@
 
 namespace platform {
 
+/// Makes the calling thread one that WakeFromCall can wake. Call it before others learn of the
+/// thread: until then the system discards the wake-up.
+void BecomeWakeable();
+
 /// Makes the system call `number` and returns the kernel's answer, a negative errno value on
-/// failure; -EINTR at once when the thread has been woken since its last such call. What a wake-up
-/// stands for is to be looked at before each call. Not for calls that do half of their work.
+/// failure; -EINTR at once when the thread has been woken since its last such call. The thread is
+/// wakeable, and looks before each call at what a wake-up stands for. Not for calls that do half of
+/// their work.
 long CallUntilWoken(long number, long first, long second = 0, long third = 0, long fourth = 0);
 
 /// Ends the present CallUntilWoken of `thread`, or its next one. Harmless for any other thread,
