@@ -12,8 +12,10 @@
 constexpr DWORD kMaxEndMs = 5000 + 2000 + 5000;
 constexpr DWORD kMaxControlEndMs = 15000 + 2000 + 5000;
 
-/// Starts the thread that keeps the deadline; to be called once. Where the thread cannot be started
-/// the process does without.
+/// Starts the thread that keeps the deadline, and returns when it runs; to be called once. Where
+/// the thread cannot be started the process does without. The parent's end is the beginning of the
+/// process's end for it, too: the parent watcher may not get as far as seeing it, because a thread
+/// that starts on Windows waits for a component that hangs while it is loaded.
 void StartEndDeadline(DWORD maxEndMs);
 
 /// The end begins: unless the process ends by itself in time, it is ended with exit code 0. Any

@@ -3,18 +3,11 @@
 #include "host/end_deadline.h"
 #include "host/process_state.h"
 #include "support/process_utility.h"
-#include "support/scoped_handle.h"
 #include "support/thread_procedure.h"
 
 namespace {
 
 constexpr Tracer kTrace{"WatchParentProcessThreadProc"};
-
-ScopedHandle OpenParent() {
-  const DWORD parentId = ProcessUtility::GetParentProcessId();
-  if (parentId == ProcessUtility::kNoProcessId) return ScopedHandle();
-  return ScopedHandle(OpenProcess(SYNCHRONIZE, FALSE, parentId));
-}
 
 void WaitForEnd(HANDLE abortEvent, const ScopedHandle& parent) {
   const HANDLE handles[] = {abortEvent, parent.Get()};
@@ -39,6 +32,12 @@ void WatchParent(HANDLE abortEvent) {
 }
 
 }  // namespace
+
+ScopedHandle OpenParent() {
+  const DWORD parentId = ProcessUtility::GetParentProcessId();
+  if (parentId == ProcessUtility::kNoProcessId) return ScopedHandle();
+  return ScopedHandle(OpenProcess(SYNCHRONIZE, FALSE, parentId));
+}
 
 unsigned __stdcall WatchParentProcessThreadProc(void* parameter) {
   RunThread(kTrace.Name(), [&] {

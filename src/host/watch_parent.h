@@ -2,6 +2,10 @@
 #pragma once
 
 #include "platform/windows_api.h"
+#include "support/scoped_handle.h"
+
+/// The parent process, to be waited for; nothing when it cannot be found or opened.
+ScopedHandle OpenParent();
 
 /// Thread procedure. `parameter` is the address of the variable that holds the abort event; the
 /// variable outlives the thread's start. Ends when the parent has ended, when the abort event is

@@ -6,22 +6,40 @@
 #include <atomic>
 
 #include "common/victim.h"
+#include "support/scoped_handle.h"
 
 namespace {
 
-const VictimRole kNeverEnds("never-ends", [](VictimSide& side, const std::string& ends) -> int {
+const std::string kBeginsToEnd = "begins-to-end";
+
+/// Anything but kBeginsToEnd is the name of a mutex that it owns until it is gone.
+const VictimRole kNeverEnds("never-ends", [](VictimSide& side, const std::string& argument) -> int {
   StartEndDeadline(100);
-  if (ends == "begins to end") BeginEnd();
+  CreateMutexW(nullptr, TRUE, Widen(argument).c_str());
+  if (argument == kBeginsToEnd) BeginEnd();
   side.Ready();
   for (std::atomic<unsigned> turns{0};; ++turns) {
   }
 });
 
-TEST(EndDeadlineTest, AProcessWhoseEndHasBegunIsGoneInTimeAndNoOther) {
-  Victim serves("never-ends", "serves");
-  serves.WaitUntilReady();
-  EXPECT_EQ(Victim("never-ends", "\"begins to end\"").ExitCode(), 0U);
-  EXPECT_EQ(WaitForSingleObject(serves.Handle(), 0), static_cast<DWORD>(WAIT_TIMEOUT));
+const VictimRole kStarter("starter", [](VictimSide& side, const std::string& mutexName) {
+  Victim neverEnds("never-ends", mutexName);
+  neverEnds.WaitUntilReady();
+  side.Ready();
+  side.WaitUntilReleased();
+  return 0;
+});
+
+TEST(EndDeadlineTest, AProcessWhoseEndOrWhoseParentsEndHasBegunIsGoneInTime) {
+  const auto name = UniqueName(TEXT("end-deadline-"));
+  Victim starter("starter", std::string(name.begin(), name.end()));
+  starter.WaitUntilReady();
+  EXPECT_EQ(Victim("never-ends", kBeginsToEnd).ExitCode(), 0U);
+
+  const ScopedHandle owned(CreateMutexW(nullptr, FALSE, name.c_str()));
+  ASSERT_EQ(WaitForSingleObject(owned.Get(), 0), static_cast<DWORD>(WAIT_TIMEOUT));
+  starter.Kill();
+  EXPECT_EQ(WaitForSingleObject(owned.Get(), 60000), static_cast<DWORD>(WAIT_ABANDONED));
 }
 
 }  // namespace
