@@ -25,6 +25,8 @@ class TagwrightController : public PipeServer {
   void ShutdownAllPipes();
 
  protected:
+  /// Of the control pipe alone: the encoder servers go on. The owner calls ShutdownAllPipes.
+  void Shutdown() override;
   bool ParseIncomingMessage(const Tagwright::MessageHeader& msgHeader, const BYTE* pPayloadBuffer,
                             Tagwright::MessageHeader& replyMsgHeader) override;
 

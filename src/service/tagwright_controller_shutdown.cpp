@@ -37,6 +37,8 @@ TagwrightController::~TagwrightController() {
   if (std::any_of(threads.begin(), threads.end(), IsActive)) StopEncoders();
 }
 
+void TagwrightController::Shutdown() { PipeServer::Shutdown(); }
+
 void TagwrightController::ShutdownEncoderThreads() {
   ForEachEncoder([](TagwrightServer& server) { server.Shutdown(); });
 }
@@ -131,7 +133,7 @@ void TagwrightController::ShutdownAllPipes() {
     TerminateEncoderThreads();
   }
   TraceShutdown("Encoder Threads shutdown");
-  Shutdown();
+  PipeServer::Shutdown();
   DestroyEncoders();
   const DWORD usedMs = GetTickCount() - startTick;
   if (usedMs < kShutdownTimeMs) WaitForControlThreadShutdown(kShutdownTimeMs - usedMs);
