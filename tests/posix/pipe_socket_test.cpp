@@ -4,6 +4,7 @@
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -159,6 +160,20 @@ TEST_F(PipeSocket, OnlyADeadProcessIsReplaced) {
   EXPECT_EQ(ErrorOfOpening(u"shared-2"), ERROR_FILE_NOT_FOUND) << "the names end one by one";
   Serve(u"shared-2");
   EXPECT_EQ(UnixClient("shared-2").error, 0);
+}
+
+TEST_F(PipeSocket, AFifoInPlaceOfAClaimHoldsNobodyUp) {
+  Victim victim("pipe-server", "fifo");
+  victim.WaitUntilReady();
+  victim.Kill();
+  for (const char* const name : {"fifo", "fifo-2"}) {
+    const auto claim = SocketFolder() / ".lock" / name;
+    ASSERT_TRUE(std::filesystem::remove(claim));
+    ASSERT_EQ(mkfifo(claim.c_str(), 0644), 0);
+  }
+  EXPECT_EQ(ErrorOfOpening(u"fifo"), ERROR_FILE_NOT_FOUND);
+  Serve(u"fifo");
+  Serve(u"fifo-2");
 }
 
 TEST_F(PipeSocket, ConnectionsWithoutAClientGiveTheirDescriptorsBack) {

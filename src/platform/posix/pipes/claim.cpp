@@ -36,6 +36,8 @@ constexpr const char* kSocketFolder = "pipe";
 constexpr const char* kClaimFolder = "pipe/.lock";
 // Anyone may look whether a claim is locked; only the user's own processes lock it.
 constexpr mode_t kClaimMode = 0644;
+// A claim may lie in another user's folder: a FIFO in its place must not hold the thread up.
+constexpr int kOpening = O_CLOEXEC | O_NOFOLLOW | O_NOCTTY | O_NONBLOCK;
 
 // Of a claim file, byte 0 is locked while its process lives. Of a dead one's file, which may stand
 // under several names, who replaces it under one of them locks a byte for that name.
@@ -96,7 +98,7 @@ int LinkClaim(const std::string& path, std::shared_ptr<ClaimFile>& file) {
 // Removes what a dead process has left of the name; ERROR_PIPE_BUSY when it is not dead. The socket
 // goes first: as long as there is one, its claim says whether it is served.
 DWORD RemoveDeadClaim(const std::string& path, const std::string& fileName) {
-  const UniqueFd file(open(path.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW));
+  const UniqueFd file(open(path.c_str(), O_RDWR | kOpening));
   if (!file) return errno == ENOENT ? 0 : ErrorFromErrno(errno);
   if (IsAlive(file) || !LockByte(file, Replacing(fileName))) return ERROR_PIPE_BUSY;
   if (!IsStillAt(file, path)) return 0;
@@ -121,7 +123,7 @@ DWORD ClaimName(const std::string& fileName, std::shared_ptr<ClaimFile>& file) {
 }
 
 bool IsClaimed(const std::string& fileName) {
-  const UniqueFd file(open(ClaimPath(fileName).c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
+  const UniqueFd file(open(ClaimPath(fileName).c_str(), O_RDONLY | kOpening));
   return file && IsAlive(file);
 }
 
