@@ -107,16 +107,18 @@ TEST_F(Costs, ARequestIsReceivedAndAnswered) {
   }
 }
 
-TEST_F(Costs, AJobLooksAtItsFiles) {
+TEST_F(Costs, AJobLooksAtItsFilesAndHoldsTheMutex) {
   _tagwright.Start("instant\\tagwright", "/n " + _pipeName);
   _tagwright.Connect(_client, _pipeName);
   auto calls = CallsFor(0x200, Example("card.xml"), 0);
   ExpectTransfers(calls);
-  EXPECT_EQ(calls[SYS_newfstatat], 5 * kRequests) << "the required files";
-  EXPECT_EQ(calls[SYS_openat], kRequests) << "whether a debugger listens";
-  calls.erase(SYS_newfstatat);
-  calls.erase(SYS_openat);
-  EXPECT_THAT(calls, testing::IsEmpty());
+  EXPECT_THAT(calls,
+              testing::UnorderedElementsAre(
+                  testing::Pair(SYS_newfstatat, 5 * kRequests),  // The required files.
+                  testing::Pair(SYS_openat, kRequests),          // Whether a debugger listens.
+                  // The mutex's lock is taken and left, its owner's mark read, set, cleared.
+                  testing::Pair(SYS_fcntl, 2 * kRequests), testing::Pair(SYS_pread64, kRequests),
+                  testing::Pair(SYS_pwrite64, 2 * kRequests)));
 }
 
 TEST_F(Costs, AnIdleProcessSleeps) {
