@@ -53,6 +53,7 @@ DWORD ParseName(std::string text) {
   const auto name = std::ranges::find(names, text, &MaskName::text);
   if (name == names.end()) {
     std::vector<std::string_view> words;
+    words.reserve(names.size());
     for (const MaskName& known : names) words.push_back(known.text);
     throw Failure(ExitCode::kUsage,
                   "\"" + text + "\" is no log level" + Tagwright::DidYouMean(text, words));

@@ -66,6 +66,10 @@ std::string DidYouMean(const std::string& word, const std::vector<std::string>& 
   return Tagwright::DidYouMean(word, std::vector<std::string_view>(names.begin(), names.end()));
 }
 
+std::string NoOption(const std::string& name, const std::string& command) {
+  return "\"" + name + "\" is no option of " + command;
+}
+
 /// What the parser cannot say: which word it does not know, and which one was probably meant.
 std::string Explain(CLI::App& app, const std::vector<std::string>& fromLast) {
   if (fromLast.empty()) return "a command is missing; --help lists them";
@@ -82,7 +86,7 @@ std::string Explain(CLI::App& app, const std::vector<std::string>& fromLast) {
     const std::string name = argument->substr(0, argument->find('='));
     if (name.starts_with("--") && name.size() > 2 &&
         std::ranges::find(known, name) == known.end()) {
-      return "\"" + name + "\" is no option of " + word + DidYouMean(name, known);
+      return NoOption(name, word) + DidYouMean(name, known);
     }
   }
   return {};

@@ -93,7 +93,9 @@ bool StandsForByte(char16_t unit) {
 }
 
 void AppendAsBytes(std::u16string& text, std::string_view bytes) {
-  for (const char byte : bytes) text += kPrivateUse + static_cast<unsigned char>(byte);
+  for (const char byte : bytes) {
+    text += static_cast<char16_t>(kPrivateUse + static_cast<unsigned char>(byte));
+  }
 }
 
 /// Valid UTF-8 in the form of a Windows path.

@@ -63,7 +63,7 @@ class PipeStream {
   DWORD TakeReadAhead(void* buffer, DWORD size);
   ssize_t Receive(PendingIo& pending, void* buffer, DWORD size, DWORD& ended);
 
-  const UniqueFd _socket;
+  const UniqueFd _socket{};
   const Receives _receives = Receives::kOnlyWhatIsRead;
   std::atomic<DWORD> _shutWith{0};
 
