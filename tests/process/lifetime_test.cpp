@@ -102,7 +102,6 @@ class LifetimeTest : public ProcessTest {
     control.ExpectEnd(15000);
     EXPECT_EQ(_log.Count("ShutdownAllPipes: Forcing Encoder Threads Termination"), 1);
     EXPECT_EQ(_log.Count("TerminateEncoderThreads: Terminating thread id: 0x"), 1);
-    EXPECT_EQ(_log.Count("wmain: Tagwright Exit"), 2);
   }
 };
 
@@ -123,8 +122,11 @@ TEST_F(LifetimeTest, AfterTheDriversDeathAComponentThatHangsIsLeftBehind) {
   ScriptFaults(R"({"WriteEPC": {"fault": "hang"}})");
   Driven single(kSingle), control(kControl);
   ExpectToBeLeftBehind(single, control, AwaitCall);
+  EXPECT_EQ(_log.Count("wmain: Tagwright Exit"), 2);
 }
 
+// On Windows it keeps the loader locked, in which the orderly end comes to a halt: the deadline
+// ends the process.
 TEST_F(LifetimeTest, AfterTheDriversDeathAComponentThatHangsWhileItIsLoadedIsLeftBehind) {
   Driven single(kSingle, "hanging\\tagwright"), control(kControl, "hanging\\tagwright");
   ExpectToBeLeftBehind(single, control, AwaitLoad);
