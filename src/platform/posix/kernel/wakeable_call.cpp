@@ -72,7 +72,7 @@ struct KernelSignalAction {
 
 std::uint64_t WakeSignalBit() { return std::uint64_t{1} << (kWakeSignal - 1); }
 
-[[gnu::no_sanitize("thread")]] void OnWake(int, siginfo_t*, void* context) {
+__attribute__((no_sanitize("thread"))) void OnWake(int, siginfo_t*, void* context) {
   t_isWoken = 1;
   if (t_isCalling == 0) return;
   auto& interrupted = *static_cast<ucontext_t*>(context);
