@@ -13,7 +13,7 @@ namespace platform {
 bool IsPrivileged(const BYTE* instruction);
 
 /// Whether the instruction at the context's Rip divides by a number other than zero: the quotient
-/// was too large then. False for everything that is no division.
+/// was too large then. False for an instruction that does not divide.
 bool HasQuotientOverflown(const CONTEXT& context);
 
 }  // namespace platform

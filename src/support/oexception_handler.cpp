@@ -47,7 +47,7 @@ void OExceptionHandler::Handle(const OException& exception) {
     try {
       Report(exception, dump);
     } catch (...) {
-      // Memory may have run out, or the heap be damaged: the last error alone tells of it.
+      // Memory may have run out, or the heap may be damaged: only the last error reports it.
     }
   }
   if ((_flags & kSetLastError) != 0) {

@@ -12,7 +12,7 @@
 ///       tagwright_send(client, TAGWRIGHT_ENCODE, job, job_size, 60000, &status) == TAGWRIGHT_OK &&
 ///       status == TAGWRIGHT_SUCCESS) { ... }
 ///
-/// Text is UTF-8. A time-out is in milliseconds; 0 tries once, TAGWRIGHT_NO_TIMEOUT waits for ever.
+/// Text is UTF-8. A time-out is in milliseconds; 0 tries once, TAGWRIGHT_NO_TIMEOUT never gives up.
 /// A client or process may be used by one thread at a time, different ones by different threads.
 #ifndef TAGWRIGHT_CLIENT_H
 #define TAGWRIGHT_CLIENT_H

@@ -16,7 +16,7 @@ struct MemoryRange {
   ULONG_PTR End() const { return start + sizeBytes; }
 };
 
-/// Large: it is not to lie on a stack.
+/// Too large for a stack.
 class DumpMemory {
  public:
   /// Starts over with the mappings of the process.
