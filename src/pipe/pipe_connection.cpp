@@ -17,16 +17,22 @@ bool PipeServer::WaitClientConnection(DWORD timeout) {
     Log::Error([&] { return LogIntro(kWaitClient) << "Couldn't start connnect thread"; });
     return false;
   }
+  // The thread ends also when a line of the wait cannot be written for lack of memory.
+  struct ThreadEnd {
+    ~ThreadEnd() { server.EndConnectionThread(timeMs); }
+    PipeServer& server;
+    DWORD timeMs = 0;
+  } end{*this};
   const HANDLE handles[] = {_channel.ShutdownEvent(), _hConnectThread};
   const DWORD result = WaitForMultipleObjects(2, handles, FALSE, timeout);
-  const bool connected = ReportConnectionWait(result);
   // Shutdown has cancelled the wait for the client: the thread is on its way out.
-  EndConnectionThread(result == WAIT_OBJECT_0 ? kCancelledConnectionEndMs : 0);
-  return connected;
+  if (result == WAIT_OBJECT_0) end.timeMs = kCancelledConnectionEndMs;
+  return ReportConnectionWait(result);
 }
 
 bool PipeServer::StartConnectionThread() {
-  OAutoLock lock(_connectionStartLock);
+  // Nobody is to terminate this thread now, and to leave the other one behind unknown.
+  OAutoLock lock(_terminationLock);
   const auto thread =
       reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, ConnectThreadProc, this, 0, nullptr));
   if (thread == nullptr) return false;

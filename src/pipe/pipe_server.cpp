@@ -114,7 +114,7 @@ void PipeServer::EndMessageThread(DWORD maxShutdownTime, bool logTermination) {
 
 void PipeServer::TerminateMessageThread() {
   {
-    OAutoLock lock(_connectionStartLock);
+    OAutoLock lock(_terminationLock);
     TerminateBetweenLogLines(_hMessageThread, kTerminatedThreadExitCode);
   }
   EndConnectionThread(kCancelledConnectionEndMs);

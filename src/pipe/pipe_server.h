@@ -94,6 +94,10 @@ class PipeServer {
   /// Whether a thread is still running.
   static bool IsActive(HANDLE thread);
 
+  /// The message thread is not terminated while it is held: whatever the thread must not leave half
+  /// done, or locked, it does under this lock. Taken before any other lock.
+  OCriticalSection _terminationLock;
+
  private:
   /// How long a connection thread may take to end after its pipe's I/O was cancelled.
   static constexpr DWORD kCancelledConnectionEndMs = 1000;
@@ -136,9 +140,6 @@ class PipeServer {
   DWORD _connectionTimeout;
   OCriticalSection _callbackLock;
   OnActivityCallback _onActivityCallback;  // Guarded by _callbackLock.
-  /// Held while the message thread starts the connection thread and keeps its handle, so that
-  /// nobody terminates the one between these steps and leaves the other behind unknown.
-  OCriticalSection _connectionStartLock;
   /// Written by the message thread; read by who has terminated that thread.
   std::atomic<HANDLE> _hConnectThread;
 };

@@ -65,7 +65,7 @@ Tagwright::ReplyStatus TagwrightController::AddEncoder(const OString& pipeName) 
 }
 
 bool TagwrightController::KeepAndStart(TagwrightServer* server) {
-  OAutoLock lock(_encoderServersLock);
+  OAutoLock lock(_terminationLock);
   if (!_acceptsEncoders) return false;
   _pEncoderServers->AddTail(server);
   server->StartProcessMessageThread(kConnectionTimeoutMs);

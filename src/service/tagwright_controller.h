@@ -51,9 +51,8 @@ class TagwrightController : public PipeServer {
   void ForEachEncoder(Visit&& visit);
   std::vector<HANDLE> EncoderThreads();
 
-  /// Guards the list, and the flag below, against an eAddEncoder that is still being handled on the
-  /// control thread while ShutdownAllPipes runs on another. Not held during a wait.
-  OCriticalSection _encoderServersLock;
+  /// The termination lock guards both, against an eAddEncoder that is still being handled on the
+  /// control thread while ShutdownAllPipes runs on another. Not held while encoders may finish.
   std::unique_ptr<EncoderList> _pEncoderServers;
   bool _acceptsEncoders;
 };

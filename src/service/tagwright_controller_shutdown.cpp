@@ -20,7 +20,7 @@ void TraceShutdown(const char* text) { kShutdownAllPipes(text, LogLevel::kDetail
 
 template <class Visit>
 void TagwrightController::ForEachEncoder(Visit&& visit) {
-  OAutoLock lock(_encoderServersLock);
+  OAutoLock lock(_terminationLock);
   for (ONode* node = _pEncoderServers->GetHead(); node != nullptr; node = node->GetNext()) {
     visit(*static_cast<TagwrightServer*>(node));
   }
@@ -105,12 +105,12 @@ void TagwrightController::TerminateEncoderThreads() {
 }
 
 void TagwrightController::RefuseFurtherEncoders() {
-  OAutoLock lock(_encoderServersLock);
+  OAutoLock lock(_terminationLock);
   _acceptsEncoders = false;
 }
 
 void TagwrightController::DestroyEncoders() {
-  OAutoLock lock(_encoderServersLock);
+  OAutoLock lock(_terminationLock);
   while (ONode* server = _pEncoderServers->RemoveHead()) delete server;
 }
 

@@ -87,4 +87,15 @@ TEST_F(ThreadCrashTest, OfAPipeThread) {
   }
 }
 
+/// A crash stands for a lack of memory as well: both leave the line as an exception.
+TEST_F(ThreadCrashTest, OfAMessageThreadEndsTheConnectionThreadWithIt) {
+  Z7SvEventLog.reset(new CrashingLog("Connection attempt timed out"));
+  ScriptedServer server(UniquePipeName(), {});
+  ASSERT_TRUE(server.CreateServerPipe());
+  ASSERT_TRUE(server.StartProcessMessageThread(1));
+  EXPECT_EQ(server.WaitForMultipeObjectsOrPipeTermination(0, nullptr, 60000, 60000),
+            PipeServer::kMessageThreadEnded);
+  EXPECT_FALSE(server.CancelPipeIo()) << "nobody waits for a client any more";
+}
+
 }  // namespace

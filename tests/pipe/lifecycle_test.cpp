@@ -147,6 +147,39 @@ TEST_F(LifecycleTest, AHandlerThatNeverReturnsIsTerminated) {
   EXPECT_TRUE(_log.Has("Calling TerminateThread"));
 }
 
+/// Its handler does a step under the termination lock and then never returns.
+class SteppingServer : public PipeServer {
+ public:
+  explicit SteppingServer(const std::string& pipeName) : PipeServer(OString(pipeName.c_str())) {}
+
+  const ScopedHandle entered{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
+  bool isStepDone = false;
+
+ protected:
+  bool ParseIncomingMessage(const Tagwright::MessageHeader&, const BYTE*,
+                            Tagwright::MessageHeader&) override {
+    {
+      constexpr DWORD kStepMs = 100;
+      OAutoLock lock(_terminationLock);
+      SetEvent(entered.Get());
+      Sleep(kStepMs);
+      isStepDone = true;
+    }
+    Sleep(INFINITE);
+    return true;
+  }
+};
+
+TEST_F(LifecycleTest, ATerminationWaitsForTheStepThatMustNotBeCutShort) {
+  auto& server = Create<SteppingServer>(_pipeName);
+  StartAndConnect();
+  _client.Send(0x200);
+  ASSERT_EQ(WaitForSingleObject(server.entered.Get(), kLongMs), WAIT_OBJECT_0);
+  server.Shutdown();
+  EXPECT_EQ(WaitForEnd(0), PipeServer::kShutdownSignaled);
+  EXPECT_TRUE(server.isStepDone);
+}
+
 struct Failure {
   const char* name;
   void (*raise)();
