@@ -1,7 +1,9 @@
 /// The event log read through the calls for it, against what was reported.
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -83,6 +85,22 @@ TEST_F(EventLogReading, FindsWhatWasReported) {
   EXPECT_EQ(done, first.Length) << "whole records only";
   EXPECT_EQ(Read(before + 3, 4096), DWORD{ERROR_HANDLE_EOF});
   EXPECT_EQ(Read(0, 4096), DWORD{ERROR_INVALID_PARAMETER});
+}
+
+TEST_F(EventLogReading, PassesOverLinesThatAreNoEvents) {
+  const DWORD before = Count();
+  std::ofstream file(std::string(std::getenv("TAGWRIGHT_ROOT")) + "/eventlog/Application.jsonl",
+                     std::ios::app);
+  file << "{\"time\": \"2026-11-\n\n[]\n{\"time\": 1}\n" << std::flush;
+  Report(EVENTLOG_INFORMATION_TYPE, u"behind them", "");
+  ASSERT_EQ(Read(before + 1, 4096), DWORD{ERROR_SUCCESS});
+  const EVENTLOGRECORD record = Record(0);
+  EXPECT_EQ(record.RecordNumber, before + 5);
+  EXPECT_EQ(record.EventType, EVENTLOG_INFORMATION_TYPE);
+  EXPECT_EQ(Text(record.StringOffset), u"behind them");
+  EXPECT_EQ(done, record.Length);
+  file << "an end that is none\n" << std::flush;
+  EXPECT_EQ(Read(before + 6, 4096), DWORD{ERROR_HANDLE_EOF});
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 #include <mutex>
 #include <nlohmann/json.hpp>
 #include <optional>
+#include <stdexcept>
 #include <string>
 
 #include "platform/posix/api/errors.h"
@@ -132,8 +133,9 @@ void AppendText(std::string& record, const std::string& utf8) {
   record.append(reinterpret_cast<const char*>(text.c_str()), 2 * (text.size() + 1));
 }
 
-/// The line as a record with everything that follows it. Throws for a line that is no event.
-std::string RecordOf(const std::string& line, DWORD number) {
+/// The line as a record with everything that follows it. Empty for a line that is no event, for
+/// instance one that a full disk has cut short.
+std::string RecordOf(const std::string& line, DWORD number) try {
   const nlohmann::json event = nlohmann::json::parse(line);
   EVENTLOGRECORD head{};
   head.Reserved = kRecordSignature;
@@ -158,15 +160,19 @@ std::string RecordOf(const std::string& line, DWORD number) {
   record.append(reinterpret_cast<const char*>(&head.Length), sizeof head.Length);
   std::memcpy(record.data(), &head, sizeof head);
   return record;
+} catch (const std::logic_error&) {
+  return {};  // A number that is none.
+} catch (const nlohmann::json::exception&) {
+  return {};
 }
 
 /// Copies records until one does not fit or there is none left. A system error code.
 DWORD CopyRecords(EventLogFile& log, DWORD number, char* buffer, DWORD size, DWORD& read,
-                  DWORD& needed) try {
-  for (;;) {
+                  DWORD& needed) {
+  for (;; ++number) {
     const std::optional<std::string> line = log.Line(number);
     if (!line) return read > 0 ? ERROR_SUCCESS : ERROR_HANDLE_EOF;
-    const std::string record = RecordOf(*line, number++);
+    const std::string record = RecordOf(*line, number);
     if (record.size() > size - read) {
       needed = static_cast<DWORD>(record.size());
       return read > 0 ? ERROR_SUCCESS : ERROR_INSUFFICIENT_BUFFER;
@@ -174,8 +180,6 @@ DWORD CopyRecords(EventLogFile& log, DWORD number, char* buffer, DWORD size, DWO
     std::memcpy(buffer + read, record.data(), record.size());
     read += static_cast<DWORD>(record.size());
   }
-} catch (const std::exception&) {
-  return read > 0 ? ERROR_SUCCESS : ERROR_INVALID_PARAMETER;
 }
 
 }  // namespace
