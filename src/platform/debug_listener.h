@@ -1,4 +1,5 @@
-/// The reader of the debugger output: there is one at a time for all programs.
+/// The reader of the debugger output: there is one at a time for all programs of its session
+/// (Windows) or of its state root (Linux, where only the root's owner can listen and send).
 #pragma once
 
 #include <memory>

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -19,6 +20,8 @@ namespace platform {
 namespace {
 
 constexpr const char* kName = "debug";
+/// Another user's programs have a state root, and a listener, of their own.
+constexpr mode_t kMode = 0600;
 
 class SocketListener : public DebugListener {
  public:
@@ -61,7 +64,8 @@ std::unique_ptr<DebugListener> DebugListener::Open() {
   // One that a dead listener left behind.
   if (folder) unlinkat(folder.Get(), kName, 0);
   const LocalAddress address(folder.Get(), kName);
-  if (!folder || !socket || bind(socket.Get(), address.Get(), address.Size()) != 0) {
+  if (!folder || !socket || fchmod(socket.Get(), kMode) != 0 ||
+      bind(socket.Get(), address.Get(), address.Size()) != 0) {
     SetLastError(ErrorFromErrno(errno));
     return nullptr;
   }
