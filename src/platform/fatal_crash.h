@@ -1,8 +1,8 @@
 /// The end of the process in a crash that no exception can carry to a handler.
 ///
-/// A crash is fatal when its thread has no translator, when it happened inside the heap (Linux: a
-/// lock of the heap's may be held, and its state may be anything), while another crash was being
-/// translated, and when the program aborts, by itself or in std::terminate.
+/// A crash is fatal when its thread has no translator, when it happened inside the heap or while a
+/// library is loaded (Linux: a lock may be held, and the state be anything), while another crash
+/// was being translated, and when the program aborts, by itself or in std::terminate.
 #pragma once
 
 #include "platform/windows_api.h"

@@ -24,7 +24,8 @@ class FatalCrashTest : public ProcessTest {
 
   /// The component's `action` ends the process with a report and a dump. The process that serves
   /// `bystander` goes on and can encode: nobody holds the mutex any more.
-  void ExpectFatalCrash(const std::string& action, const std::string& error) {
+  void ExpectFatalCrash(const std::string& action, const std::string& error,
+                        const std::string& program = kProgram) {
     SCOPED_TRACE(action);
     const DumpFolder dumps;
     const ProductLog log;
@@ -33,7 +34,7 @@ class FatalCrashTest : public ProcessTest {
     const std::string otherName = UniquePipeName(), name = UniquePipeName();
     bystander.Start(kProgram, "/n " + otherName);
     bystander.Connect(other, otherName);
-    crashing.Start(kProgram, "/n " + name);
+    crashing.Start(program, "/n " + name);
     crashing.Connect(client, name);
     client.Send(0x200, JobFor(action));
     client.ExpectClosed();

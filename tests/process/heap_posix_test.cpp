@@ -1,4 +1,4 @@
-/// Crashes inside the heap, whose lock nobody gets any more.
+/// Crashes inside the heap or the loader, whose lock nobody gets any more.
 #include "process/crash_fixture.h"
 
 namespace {
@@ -15,6 +15,10 @@ TEST_F(FatalCrashTest, InsideTheHeap) {
   EXPECT_EQ(event["type"], "Error");
   EXPECT_EQ(event["event_id"], "0xCFFF0300");
   EXPECT_EQ(event["data"].get<std::string>().size(), 2 * 56U);
+}
+
+TEST_F(FatalCrashTest, WhileTheComponentIsLoaded) {
+  ExpectFatalCrash("anything", SystemText(ERROR_INVALID_ADDRESS), "stillborn\\tagwright");
 }
 
 }  // namespace

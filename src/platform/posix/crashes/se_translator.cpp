@@ -14,8 +14,8 @@
 #include "platform/fatal_crash.h"
 #include "platform/posix/crashes/failed_function.h"
 #include "platform/posix/kernel/crash_site.h"
-#include "platform/posix/kernel/heap_scope.h"
 #include "platform/posix/kernel/kernel_scope.h"
+#include "platform/posix/kernel/no_throw_scope.h"
 #include "platform/posix/kernel/thread.h"
 
 using platform::CrashSite;
@@ -171,7 +171,7 @@ void OnCrash(int signal, siginfo_t* info, void* context) {
   if (!isSent) {
     CrashSite* const site = platform::CurrentCrashSite();
     const bool canTranslate = t_translator != nullptr && site != nullptr && !t_isPreparing &&
-                              !platform::IsInsideHeap() && !platform::IsReportingFatalCrash();
+                              !platform::IsInNoThrowScope() && !platform::IsReportingFatalCrash();
     if (canTranslate) Translate(signal, *info, registers, *site);
     Report(signal, *info, registers);
   }

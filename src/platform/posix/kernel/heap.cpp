@@ -3,7 +3,7 @@
 #include <cerrno>
 #include <cstddef>
 
-#include "platform/posix/kernel/heap_scope.h"
+#include "platform/posix/kernel/no_throw_scope.h"
 
 using platform::HeapScope;
 

@@ -20,6 +20,7 @@
 #include "platform/posix/api/pipes.h"
 #include "platform/posix/kernel/error_translation.h"
 #include "platform/posix/kernel/kernel_scope.h"
+#include "platform/posix/kernel/no_throw_scope.h"
 #include "platform/posix/kernel/program_path.h"
 #include "platform/posix/kernel/state_paths.h"
 #include "platform/posix/kernel/text.h"
@@ -145,14 +146,17 @@ DWORD WhyNotLoaded(const std::string& path) {
 }
 
 /// The library's own start-up code runs in it, which may do anything and take any time: a thread is
-/// terminated in it like in any code of the program.
-void* Open(const std::string& path) {
+/// terminated in it like in any code of the program. What it throws, or a crash in it, ends the
+/// process: the loader's lock would stay held, and every job to come would wait for it.
+void* Open(const std::string& path) noexcept {
   const platform::KernelPause pause;
+  const platform::NoThrowScope scope;
   return dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
 }
 
-void Close(void* loaded) {
+void Close(void* loaded) noexcept {
   const platform::KernelPause pause;
+  const platform::NoThrowScope scope;
   dlclose(loaded);
 }
 
