@@ -16,9 +16,12 @@ constexpr DWORD kAborted = 0x40000015;
 /// and must neither take memory from the heap nor wait for a lock.
 using FatalCrashHandler = void (*)(EXCEPTION_POINTERS* pointers);
 
+/// Far more than a report takes; nobody may have to wait for a process whose report hangs.
+constexpr DWORD kLongestReportMs = 10'000;
+
 /// Installs the process's handler, which is called for its first fatal crash. Then the process ends
-/// as if there were none. Linux: it ends after 10 s, too, when the handler does not return. Threads
-/// with a fatal crash of their own meanwhile stand still.
+/// as if there were none, and after kLongestReportMs when the handler does not return. Threads with
+/// a fatal crash of their own meanwhile stand still.
 void SetFatalCrashHandler(FatalCrashHandler handler);
 
 /// Calls the handler for a crash that has been translated and whose exception found no way out. The

@@ -9,6 +9,8 @@
 #include "common/dump_folder.h"
 #include "common/product_log.h"
 #include "common/test_thread.h"
+#include "common/victim.h"
+#include "platform/fatal_crash.h"
 #include "support/oevent_log.h"
 #include "support/oregistry.h"
 #include "support/scoped_handle.h"
@@ -368,6 +370,16 @@ TEST_F(CrashReport, DumpsOfThreadsThatCrashTogetherHaveFilesOfTheirOwn) {
       EXPECT_TRUE(streams.count(stream) != 0 && !streams.at(stream).empty()) << stream;
     }
   }
+}
+
+const VictimRole kHangingReporter("hanging-reporter", [](VictimSide&, const std::string&) {
+  platform::SetFatalCrashHandler([](EXCEPTION_POINTERS*) { Sleep(INFINITE); });
+  std::abort();
+  return 0;
+});
+
+TEST(FatalCrash, AHangingReportDoesNotKeepTheProcess) {
+  EXPECT_NE(Victim("hanging-reporter").ExitCode(), 0U);
 }
 
 }  // namespace

@@ -13,9 +13,6 @@
 namespace platform {
 namespace {
 
-/// Far more than a report takes; nobody may have to wait for a process whose report hangs.
-constexpr unsigned kLongestReportSeconds = 10;
-
 std::atomic<FatalCrashHandler> g_handler{nullptr};
 /// The id of the thread that reports; 0 until one does.
 std::atomic<pid_t> g_reporter{0};
@@ -28,7 +25,7 @@ void BoundReport() {
   sigemptyset(&alarmOnly);
   sigaddset(&alarmOnly, SIGALRM);
   pthread_sigmask(SIG_UNBLOCK, &alarmOnly, nullptr);
-  alarm(kLongestReportSeconds);
+  alarm(kLongestReportMs / 1000);
 }
 
 void DescribeAbort(const void* registers, EXCEPTION_POINTERS& pointers) {
