@@ -22,6 +22,7 @@ inline Tagwright::MessageHeader Header(std::uint32_t type, std::size_t payloadBy
   Tagwright::MessageHeader header;
   header.messageType = type;
   header.payloadLength = static_cast<std::uint32_t>(payloadBytes);
+  header.status = 0xDEAD;  // Nobody looks at a request's.
   return header;
 }
 
@@ -52,6 +53,11 @@ class PipeClient {
     ASSERT_TRUE(WriteFile(_pipe, bytes, static_cast<DWORD>(count), &written, nullptr))
         << "error " << GetLastError();
     ASSERT_EQ(written, count);
+  }
+  /// Returns when the server has read the bytes.
+  void SendPiece(const void* bytes, std::size_t count) {
+    SendBytes(bytes, count);
+    ASSERT_TRUE(FlushFileBuffers(_pipe)) << "error " << GetLastError();
   }
   void SendHeader(const Tagwright::MessageHeader& header) { SendBytes(&header, sizeof(header)); }
   void Send(std::uint32_t type, std::string_view payload = {}) {

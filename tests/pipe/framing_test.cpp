@@ -43,11 +43,11 @@ TEST_F(FramingTest, JoinsPieces) {
   ServeAndRecord();
   const MessageHeader header = Header(0x200, 7);
   const auto* bytes = reinterpret_cast<const char*>(&header);
-  _client.SendBytes(bytes, 5);
-  _client.SendBytes(bytes + 5, 5);
-  _client.SendBytes(bytes + 10, 6);
-  _client.SendBytes("<jo", 3);
-  _client.SendBytes("b/>!", 4);
+  _client.SendPiece(bytes, 5);
+  _client.SendPiece(bytes + 5, 5);
+  _client.SendPiece(bytes + 10, 6);
+  _client.SendPiece("<jo", 3);
+  _client.SendPiece("b/>!", 4);
   _client.ExpectReply(0x200, 0);
   // Two headers in one write come apart again. (Two requests with a reply each would not do: a pipe
   // without buffers holds the writer until all is read, so the first reply would find nobody.)

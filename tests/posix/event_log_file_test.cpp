@@ -111,18 +111,55 @@ TEST_F(EventLogFile, HoldsEveryTypeOfBothLogs) {
   }
 }
 
-TEST_F(EventLogFile, CarriesTheDataBlock) {
-  OEventLog(source.c_str(), 1).LogInformationEvent("", 0, LogLevel::kDetailInfoD);
-  const std::string hex = Events().at(0)["data"];
-  ASSERT_EQ(hex.size(), 2 * sizeof(OEventData));
+/// The data of an event as the block that it has to be.
+OEventData BlockOf(const nlohmann::json& event) {
+  const std::string hex = event["data"];
+  EXPECT_EQ(hex.size(), 2 * sizeof(OEventData));
   OEventData block;
   for (std::size_t i = 0; i < sizeof block; ++i) {
     reinterpret_cast<BYTE*>(&block)[i] = BYTE(std::stoi(hex.substr(2 * i, 2), nullptr, 16));
   }
-  EXPECT_EQ(block.formatVersion, 3U);
-  EXPECT_EQ(block.level, LogLevel::kDetailInfoD);
-  EXPECT_EQ(block.threadId, GetCurrentThreadId());
-  EXPECT_EQ(block.processId, GetCurrentProcessId());
+  return block;
+}
+
+std::uint64_t Counter() {
+  LARGE_INTEGER counter{};
+  QueryPerformanceCounter(&counter);
+  return static_cast<std::uint64_t>(counter.QuadPart);
+}
+
+TEST_F(EventLogFile, CarriesTheDataBlock) {
+  OEventLog log(source.c_str(), 1);
+  const std::uint64_t counterBefore = Counter();
+  const DWORD ticksBefore = GetTickCount();
+  log.LogInformationEvent("", 0, LogLevel::kDetailInfoD);
+  log.LogWarningEvent("", 0);
+  log.LogLastError("the end");
+  const DWORD ticks = GetTickCount() - ticksBefore;
+  const std::uint64_t counters = Counter() - counterBefore;
+  const auto events = Events();
+  const DWORD levels[] = {LogLevel::kDetailInfoD, LogLevel::kWarnings, LogLevel::kErrors};
+  ASSERT_EQ(events.size(), std::size(levels));
+  for (std::size_t i = 0; i < std::size(levels); ++i) {
+    const OEventData block = BlockOf(events[i]);
+    EXPECT_EQ(block.formatVersion, 3U);
+    EXPECT_LE(block.tickCountMs - ticksBefore, ticks);
+    EXPECT_LE(block.performanceCounter - counterBefore, counters);
+    EXPECT_EQ(block.level, levels[i]);
+    EXPECT_EQ(block.threadId, GetCurrentThreadId());
+    EXPECT_EQ(block.processId, GetCurrentProcessId());
+    EXPECT_EQ(
+        block.reserved1 | block.reserved2 | block.reserved3 | block.reserved4 | block.reserved5,
+        0U);
+  }
+  EXPECT_EQ(events[2]["event_id"], "0xCFFF0300");
+  EXPECT_EQ(events[2]["text"].get<std::string>().substr(11), ": the end");
+}
+
+TEST_F(EventLogFile, FileHoldsWhatAnUnusableSourceCannotReport) {
+  ProductLog nameless("", LogLevel::kCopyToFile);
+  EXPECT_FALSE(OEventLog("", OEventLog::kApplicationLog).LogWarningEvent("is kept", 0));
+  EXPECT_EQ(nameless.Texts(), std::vector<std::string>{"Warnings: is kept"});
 }
 
 TEST_F(EventLogFile, LinesOfSeveralProcessesStayWholeInBothFiles) {

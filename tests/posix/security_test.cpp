@@ -7,6 +7,7 @@
 
 #include "platform/posix/kernel/state_paths.h"
 #include "platform/windows_api.h"
+#include "support/osynchronizer.h"
 
 namespace {
 
@@ -45,6 +46,12 @@ TEST(SecurityDescriptor, OpensOnlyWhatEveryoneMayReadAndWrite) {
                {"D:(A;OICI;GA;;;WD", kRefused},
                {"D:(A;;GA;;;S-1-x)", kRefused}};
   for (const auto& one : cases) EXPECT_EQ(VerdictOn(one.sddl), one.verdict) << one.sddl;
+}
+
+TEST(SecurityDescriptor, OpensTheProductsMutexesToEveryone) {
+  OMutex mutex("of the product", INFINITE);
+  mutex.Acquire();
+  EXPECT_EQ(ModeOf(platform::StateFolder("mutex") + "/of the product"), kEveryone);
 }
 
 }  // namespace

@@ -9,7 +9,9 @@
 #include <string>
 
 #include "common/product_log.h"
+#include "common/test_thread.h"
 #include "common/unique_name.h"
+#include "platform/debug_listener.h"
 #include "support/log.h"
 #include "support/oregistry.h"
 #include "support/scoped_handle.h"
@@ -17,6 +19,8 @@
 namespace {
 
 using testing::ElementsAre;
+
+constexpr DWORD kAmpleMs = 60000;
 
 /// A source with a mask, a file and registry keys of its own, all of which go at the end.
 struct TestSource {
@@ -29,9 +33,13 @@ struct TestSource {
   OString Key(const char* log) const {
     return OString("SYSTEM\\CurrentControlSet\\Services\\Eventlog\\") + log + name.c_str();
   }
-  void DeleteMask() const {
-    const ScopedKey key(ORegistry().OpenKey("2:Software/Brennick/Drivers/DebugLogMasks", false));
-    RegDeleteValueW(key.Get(), OString(name.c_str()).wstring());
+  void DeleteMask() const { RegDeleteValueW(MaskKey().Get(), Widen(name).c_str()); }
+  void SetMask(const std::string& bytes) const {
+    RegSetValueExW(MaskKey().Get(), Widen(name).c_str(), 0, REG_BINARY,
+                   reinterpret_cast<const BYTE*>(bytes.data()), static_cast<DWORD>(bytes.size()));
+  }
+  static ScopedKey MaskKey() {
+    return ScopedKey(ORegistry().OpenKey("2:Software/Brennick/Drivers/DebugLogMasks", false));
   }
 
   const std::string name = OString(UniqueName(TEXT("Tagwright Test ")).c_str()).nstring();
@@ -43,15 +51,19 @@ struct TestLog : TestSource, OEventLog {
       : TestSource(mask), OEventLog(name.c_str(), type, maskClock) {}
 };
 
-TEST(OEventLog, StoresTheDefaultMaskAtTheFirstRun) {
+TEST(OEventLog, PutsTheDefaultMaskInPlaceOfNoneAndOfAnotherSize) {
   TestSource source(LogLevel::kCopyToFile);
-  source.DeleteMask();
-  OEventLog log(source.name.c_str(), 1);
-  EXPECT_FALSE(log.IsLogEnabled(0x1000FFFF));
-  DWORD mask = 0;
   const OString key = "LOCAL_MACHINE:Software/Brennick/Drivers/DebugLogMasks/";
-  EXPECT_EQ(ORegistry().GetValue(key + source.name.c_str(), &mask, sizeof mask), 4);
-  EXPECT_EQ(mask, 0xE0000000U);
+  const std::string ones(8, '\xFF');
+  for (const DWORD size : {0U, 2U, 8U}) {
+    source.DeleteMask();
+    if (size > 0) source.SetMask(ones.substr(0, size));
+    OEventLog log(source.name.c_str(), 1);
+    EXPECT_FALSE(log.IsLogEnabled(0x1000FFFF)) << size;
+    DWORD mask = 0;
+    EXPECT_EQ(ORegistry().GetValue(key + source.name.c_str(), &mask, sizeof mask), 4);
+    EXPECT_EQ(mask, 0xE0000000U);
+  }
 }
 
 /// The debugger copy of a warning or an error leaves its line feed in the text.
@@ -60,21 +72,75 @@ TEST(OEventLog, WritesALineForEveryEvent) {
   log.LogInformationEvent("PipeServer::Run: Enter", 0, LogLevel::kDetailInfo);
   log.LogInformationEvent("plain", 0, 0);
   log.LogWarningEvent("careful", 0);
-  const DWORD before = GetTickCount();
   log.LogErrorEvent("failed", 0);
-  const DWORD after = GetTickCount();
   log.WriteEvent(EVENTLOG_WARNING_TYPE, "derived", 0, 0);
   log.WriteEvent(0x4000, "no type", 0, 0);
-
-  const std::string context = "\\d\\d/\\d\\d/\\d{4} \\d\\d:\\d\\d:\\d\\d, " + log.name +
-                              ", Errors, Thread:0x" + FormatHex(GetCurrentThreadId()).nstring();
-  const std::string line = log.file.Lines().at(4);
-  std::smatch stamp;
-  ASSERT_TRUE(std::regex_match(line, stamp, std::regex(context + ", (\\d{7})\\.(\\d{3}): failed")));
-  EXPECT_LE(std::stoul(stamp.str(1) + stamp.str(2)) - before, after - before);
   EXPECT_THAT(log.file.Texts(),
               ElementsAre("DetailInfo: PipeServer::Run: Enter", "Info: plain", "Warnings: careful",
                           "", "Errors: failed", "", "Warnings: derived", "Unknown: no type"));
+}
+
+/// The time of day in the order in which texts compare.
+std::string Now() {
+  SYSTEMTIME now{};
+  GetLocalTime(&now);
+  return FormatTime(now, "%Y/%m/%d %H:%M:%S").nstring();
+}
+
+TEST(OEventLog, TellsWhenAndByWhomALineWasWritten) {
+  using Write = void (*)(OEventLog&);
+  for (const Write write : {Write{[](OEventLog& log) { log.LogErrorEvent("failed", 0); }},
+                            Write{[](OEventLog& log) { log.LogLastError("failed"); }}}) {
+    TestLog log(LogLevel::kCopyToFile), silent(0);
+    write(silent);
+    EXPECT_EQ(silent.file.Content(), "");
+    log.LogInformationEvent("makes the folder", 0, 0);
+    const std::string before = Now();
+    const DWORD ticksBefore = GetTickCount();
+    write(log);
+    const DWORD ticks = GetTickCount() - ticksBefore;
+    const std::string after = Now();
+
+    const std::regex form("(\\d\\d/\\d\\d)/(\\d{4})( \\d\\d:\\d\\d:\\d\\d), " + log.name +
+                          ", Errors, Thread:0x" + FormatHex(GetCurrentThreadId()).nstring() +
+                          ", (\\d{7})\\.(\\d{3}): failed");
+    const std::string line = log.file.Lines().at(1);
+    std::smatch match;
+    ASSERT_TRUE(std::regex_match(line, match, form)) << line;
+    const std::string time = match.str(2) + "/" + match.str(1) + match.str(3);
+    EXPECT_LE(before, time);
+    EXPECT_LE(time, after);
+    EXPECT_LE(std::stoul(match.str(4) + match.str(5)) - ticksBefore, ticks);
+  }
+}
+
+TEST(OEventLog, CopiesItsEventsToTheDebugger) {
+  const auto listener = platform::DebugListener::Open();
+  ASSERT_NE(listener, nullptr);
+  TestLog log(LogLevel::kCopyToDebugger), silent(LogLevel::kCopyToFile);
+  using Write = bool (*)(OEventLog&);
+  for (const Write write :
+       {Write{[](OEventLog& to) { return to.LogInformationEvent("event", 0, 0); }},
+        Write{[](OEventLog& to) { return to.LogWarningEvent("event", 0); }},
+        Write{[](OEventLog& to) { return to.LogErrorEvent("event", 0); }}}) {
+    write(silent);
+    EXPECT_EQ(listener->Next(0), std::nullopt);
+    EXPECT_TRUE(write(log));
+    const std::string copy = listener->Next(kAmpleMs).value_or("none");
+    EXPECT_TRUE(std::regex_match(copy, std::regex("\\d{7}\\.\\d{3}: event\n"))) << copy;
+  }
+}
+
+TEST(OEventLog, WaitsForTheFilesMutexWithEveryLine) {
+  TestLog log(LogLevel::kCopyToFile);
+  const ScopedHandle mutex(
+      CreateMutexW(nullptr, TRUE, Widen("Brennick File Log Mutex for " + log.name).c_str()));
+  TestThread writer([&] { return log.LogInformationEvent("line", 0, 0) ? 1U : 0U; });
+  EXPECT_EQ(WaitForSingleObject(writer.Handle(), 100), DWORD{WAIT_TIMEOUT});
+  EXPECT_EQ(log.file.Content(), "");
+  ReleaseMutex(mutex.Get());
+  writer.Join();
+  EXPECT_EQ(log.file.Count(", line"), 1);
 }
 
 TEST(OEventLog, RegistersItsSourceUnderOneLogOnce) {
@@ -98,9 +164,12 @@ TEST(OEventLog, RegistersItsSourceUnderOneLogOnce) {
       EXPECT_THAT(ORegistry().GetString(path + name, "").nstring(),
                   testing::MatchesRegex("C:\\\\.*\\\\bkevtmsg.dll"));
     }
-    DWORD types = 0;
-    ORegistry().GetValue(path + "TypesSupported", &types, sizeof types);
-    EXPECT_EQ(types, 7U);
+    for (const auto& [name, expected] :
+         {std::pair{"TypesSupported", DWORD{7}}, {"CategoryCount", DWORD{2}}}) {
+      DWORD number = 0;
+      ORegistry().GetValue(path + name, &number, sizeof number);
+      EXPECT_EQ(number, expected) << name;
+    }
     OEventLog(log.name.c_str(), type).LogInformationEvent("is registered", 0, 0);
     EXPECT_FALSE(create(foreign, after)) << "nothing was touched";
     EXPECT_EQ(log.file.Content(), "") << "a mask without a copy";

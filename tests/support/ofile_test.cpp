@@ -3,7 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "common/unique_name.h"
+#include "platform/native_path.h"
 #include "platform/windows_api.h"
 
 namespace {
@@ -27,6 +30,26 @@ TEST_F(Files, FolderPathsAreCreatedWithTheirParents) {
   EXPECT_TRUE(OFile::CreateDirectoryPath(below));
   EXPECT_TRUE(OFile::CreateDirectoryPath(below)) << "it is there already";
   EXPECT_EQ(OFile::GetAttributes(below), DWORD{0}) << "a plain folder has none of the bits";
+}
+
+TEST_F(Files, AFolderRightUnderTheDriveIsCreatedWithItsParentWhateverItsLength) {
+  const OString shortest(TEXT("C:\\\x00fe")), inIt = shortest + "\\below";
+  EXPECT_TRUE(OFile::CreateDirectoryPath(inIt));
+  EXPECT_NE(OFile::GetAttributes(inIt), INVALID_FILE_ATTRIBUTES);
+  for (const OString& folder : {inIt, shortest}) RemoveDirectoryW(folder.wstring());
+  EXPECT_FALSE(OFile::CreateDirectoryPath("C:")) << "nothing is above a drive";
+}
+
+TEST_F(Files, WhatMayOnlyBeReadExists) {
+  ASSERT_TRUE(OFile::CreateDirectoryPath(root));
+  CloseHandle(CreateFileW(file.wstring(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr));
+  EXPECT_EQ(OFile::GetAttributes(file), DWORD{FILE_ATTRIBUTE_ARCHIVE});
+  const std::string native = platform::NativePath(file.wstring());
+  using std::filesystem::perms;
+  std::filesystem::permissions(native, perms::owner_read);
+  EXPECT_EQ(OFile::GetAttributes(file), DWORD{FILE_ATTRIBUTE_ARCHIVE | FILE_ATTRIBUTE_READONLY});
+  EXPECT_TRUE(OFile::Exists(file));
+  std::filesystem::permissions(native, perms::owner_read | perms::owner_write);
 }
 
 TEST_F(Files, OnlyWhatCanBeOpenedExistsAndNoFolderIsMadeBelowIt) {

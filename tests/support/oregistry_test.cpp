@@ -6,6 +6,7 @@
 #include <string>
 
 #include "common/scratch_key.h"
+#include "support/scoped_handle.h"
 
 namespace {
 
@@ -30,9 +31,11 @@ TEST_F(ORegistryTest, ReplacesRootsAndAliasesAtTheStartOnly) {
        {std::pair{"CLASSES_ROOT:A/B", "0:A/B"},
         {"current_user:Software/X", "1:Software/X"},
         {"LOCAL_MACHINE:", "2:"},
+        {"USERS:A", "3:A"},
         {"USER:Settings", "1:SOFTWARE/Brennick/Drivers/Settings"},
         {"Local:", "2:SOFTWARE/Brennick/Drivers"},
         {"GLOBAL:A", "2:SOFTWARE/Brennick/Drivers/Global Settings/A"},
+        {"CONTROL:A", "2:SYSTEM/CurrentControlSet/Control/A"},
         {"print:A", "2:SYSTEM/CurrentControlSet/Control/Print/A"},
         {"ENUM:A", "2:SYSTEM/CurrentControlSet/Enum/A"},
         {"MACHINE:Software/X", "MACHINE:Software/X"},
@@ -40,6 +43,21 @@ TEST_F(ORegistryTest, ReplacesRootsAndAliasesAtTheStartOnly) {
     OString keyPath = path;
     registry.ExpandPath(keyPath);
     EXPECT_STREQ(keyPath.nstring(), expanded);
+  }
+}
+
+TEST_F(ORegistryTest, NumbersStandForTheRoots) {
+  const ScratchKey::Text path = TEXT(".DEFAULT\\") + scratch.Path(TEXT(""));
+  int number = 0;
+  for (const HKEY root : {HKEY_CLASSES_ROOT, HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE, HKEY_USERS}) {
+    const OString keyPath = (OString() << number++ << ":") + path.c_str();
+    ScopedKey made;
+    ASSERT_EQ(RegCreateKeyExW(root, path.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE,
+                              KEY_ALL_ACCESS, nullptr, made.Receive(), nullptr),
+              ERROR_SUCCESS);
+    EXPECT_TRUE(ScopedKey(registry.OpenKey(keyPath, false)).IsValid()) << keyPath.nstring();
+    RegDeleteKeyW(root, path.c_str());
+    EXPECT_FALSE(ScopedKey(registry.OpenKey(keyPath, false)).IsValid()) << keyPath.nstring();
   }
 }
 
@@ -62,7 +80,8 @@ TEST_F(ORegistryTest, EscapesPutSeparatorsIntoNames) {
     const char* path;
   } cases[] = {{TEXT("A/B"), TEXT("Val"), "A//B/Val"},    {TEXT("K"), TEXT("c:d"), "K/c::d"},
                {TEXT("100%"), TEXT("%41"), "100%%/%%41"}, {TEXT("K"), TEXT("%41"), "K/%2541"},
-               {TEXT("K"), TEXT("a/b%"), "K/a%2fb%"},     {TEXT("K"), TEXT(""), "K/"}};
+               {TEXT("K"), TEXT("a/b%"), "K/a%2fb%"},     {TEXT("K"), TEXT(""), "K/"},
+               {TEXT("K"), TEXT("Z"), "K/%5a"},           {TEXT("K"), TEXT("%4"), "K/%4"}};
   for (const auto& [subKey, name, path] : cases) {
     Store(subKey, name, TEXT("found"));
     EXPECT_STREQ(registry.GetString(Value(path), "").nstring(), "found") << path;

@@ -5,6 +5,7 @@
 
 #include <limits>
 #include <string>
+#include <thread>
 
 namespace {
 
@@ -44,6 +45,24 @@ TEST(OStringSharing, AStringMayBeItsOwnArgument) {
   EXPECT_EQ(text.Replace(text, "x"), 1);
 }
 
+TEST(OStringSharing, ThreadsHoldAndReleaseCopiesOfOneText) {
+  const OString text("shared by two threads");
+  {
+    const auto copy = [&text] {
+      for (int round = 0; round < 20000; ++round) OString another(text);
+    };
+    std::jthread first(copy), second(copy);
+  }
+  OString last(text);
+  last << "!";
+  EXPECT_STREQ(text.nstring(), "shared by two threads");
+  OString alone("a text that nobody shares");
+  const char* const place = alone.nstring();
+  { const OString copy(alone); }
+  alone.Insert(0, "-");
+  EXPECT_EQ(alone.nstring(), place) << "its copy is gone: it is changed in place";
+}
+
 TEST(OStringForms, AreConvertedOnDemandAndKept) {
   const OString wide(TEXT("caf\x00e9 \x20ac"));
   EXPECT_FALSE(wide.is_valid_n());
@@ -75,9 +94,16 @@ TEST(OStringComparison, RanksNarrowBytesSignedAndWideOnesUnsigned) {
   const struct {
     OString left, right;
     int compare, noCase;
-  } cases[] = {{"abc", "ABC", 1, 0},        {"[", "a", -1, 1},
-               {"\xe9", "z", -1, -1},       {"ab", "ab\xe9", 1, 1},
-               {TEXT("\x00e9"), "z", 1, 1}, {TEXT("\xffee"), TEXT("\x20ac"), 1, 1},
+  } cases[] = {{"abc", "ABC", 1, 0},
+               {"[", "a", -1, 1},
+               {"\xe9", "z", -1, -1},
+               {"ab", "ab\xe9", 1, 1},
+               {"az", "AZ", 1, 0},
+               {"`", "@", 1, 1},
+               {"{", "[", 1, 1},
+               {TEXT("az"), "AZ", 1, 0},
+               {TEXT("\x00e9"), "z", 1, 1},
+               {TEXT("\xffee"), TEXT("\x20ac"), 1, 1},
                {OString(), "", 0, 0}};
   for (const auto& one : cases) {
     SCOPED_TRACE(testing::Message() << one.left.nstring() << " and " << one.right.nstring());
@@ -130,6 +156,12 @@ TEST_P(OStringEditing, ReplacesWithoutOverlap) {
     EXPECT_EQ(text.Replace(one.sought, one.replacement), one.count) << one.text;
     EXPECT_STREQ(text.nstring(), one.result);
   }
+  OString text = Text("a-b");
+  EXPECT_EQ(text.Replace("-", TEXT("\x20ac")), 1);
+  EXPECT_EQ(std::basic_string<WCHAR>(text.wstring()), TEXT("a\x20ac"
+                                                           "b"));
+  EXPECT_EQ(text.Replace(TEXT("\x20ac"), "="), 1);
+  EXPECT_STREQ(text.nstring(), "a=b");
 }
 
 TEST_P(OStringEditing, TrimsAndSearchesSets) {

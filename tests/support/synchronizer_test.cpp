@@ -1,52 +1,36 @@
 /// Locks between threads; the kernel mutex behind them has its own tests.
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <barrier>
 #include <thread>
 
+#include "common/test_thread.h"
 #include "common/unique_name.h"
 #include "support/osynchronizer.h"
 #include "support/scoped_handle.h"
 
 namespace {
 
-/// A place where one thread may be at a time. Whoever is there lets the others run.
-class Room {
- public:
-  void Visit() {
-    if (_isTaken.exchange(true)) ++_collisions;
-    std::this_thread::yield();
-    _isTaken = false;
-  }
-  int Collisions() const { return _collisions; }
-
- private:
-  std::atomic<bool> _isTaken{false};
-  std::atomic<int> _collisions{0};
-};
+/// Another thread waits for `other` until this one has released `held` as often as it acquired it.
+void ExpectExclusion(OSynchronizer& held, OSynchronizer& other) {
+  held.Acquire();
+  held.Acquire();
+  TestThread patient([&other] {
+    const OAutoLock waits(other);
+    return 0;
+  });
+  held.Release();
+  EXPECT_EQ(WaitForSingleObject(patient.Handle(), 100), DWORD{WAIT_TIMEOUT});
+  held.Release();
+  patient.Join();
+}
 
 TEST(Locks, ExcludeOtherThreads) {
   const OString name = UniqueName(TEXT("Tagwright Test ")).c_str();
+  OMutex mutex(name, INFINITE), same(name, INFINITE), unnamed("", INFINITE);
   OCriticalSection section;
-  Room byMutex, bySection;
-  std::barrier bothAreThere(2);
-  const auto work = [&] {
-    OMutex mutex(name, INFINITE);
-    bothAreThere.arrive_and_wait();
-    for (int round = 0; round < 500; ++round) {
-      const OAutoLock lock(mutex);
-      byMutex.Visit();
-    }
-    bothAreThere.arrive_and_wait();
-    for (int round = 0; round < 5000; ++round) {
-      const OAutoLock outer(section), inner(section);
-      bySection.Visit();
-    }
-  };
-  { std::jthread first(work), second(work); }
-  EXPECT_EQ(byMutex.Collisions(), 0);
-  EXPECT_EQ(bySection.Collisions(), 0);
+  ExpectExclusion(mutex, same);
+  ExpectExclusion(unnamed, unnamed);
+  ExpectExclusion(section, section);
 }
 
 TEST(Locks, AreHeldForTheirScopeWhateverAnImpatientThreadDoes) {
@@ -60,12 +44,26 @@ TEST(Locks, AreHeldForTheirScopeWhateverAnImpatientThreadDoes) {
     if (result == WAIT_OBJECT_0) ReleaseMutex(raw.Get());
   };
   {
-    const OAutoLock lock(mutex), idle(mutex, OAutoLock::kDoNotAcquire);
+    const OAutoLock lock(mutex);
     std::jthread(tryElsewhere).join();
     EXPECT_EQ(result, DWORD{WAIT_TIMEOUT}) << "only its owner gives it back";
   }
   std::jthread(tryElsewhere).join();
   EXPECT_EQ(result, DWORD{WAIT_OBJECT_0});
+}
+
+TEST(Locks, AreLeftAloneByAScopeThatWasNotToAcquireThem) {
+  struct Counter : OSynchronizer {
+    void Acquire() override { ++acquired; }
+    void Release() override { ++released; }
+    int acquired = 0, released = 0;
+  } used, unused;
+  {
+    const OAutoLock lock(used), idle(unused, static_cast<OAutoLock::InitialState>(1));
+    EXPECT_EQ(used.acquired - used.released, 1);
+  }
+  EXPECT_EQ(used.released, 1);
+  EXPECT_EQ(unused.acquired + unused.released, 0);
 }
 
 }  // namespace
