@@ -2,6 +2,7 @@
 /// test is a copy of its own, in the folder sdk_files beside this one.
 #include "common/child_process.h"
 #include "encode/encode_fixture.h"
+#include "platform/debug_listener.h"
 #include "support/process_utility.h"
 
 namespace {
@@ -30,14 +31,24 @@ class SdkFilesTest : public EncodeTest {
 
   void Remove(const WCHAR* file) { EXPECT_TRUE(DeleteFileW((_folder + file).c_str())); }
 
-  /// Runs the job and returns what the program says it came to.
-  std::string RunJob() {
+  /// Runs a job of these operations and returns what the program says it came to.
+  std::string RunJob(const std::string& operations = "<printer port_address='TEST1'/>") {
+    Simulator::ReplaceStateFile(Simulator::StateFilePath("job.xml"),
+                                "<zsdk_job>" + operations + "</zsdk_job>");
     const WideText result = Simulator::StateFilePath("result.txt");
     DeleteFileW(result.c_str());
     ChildProcess job;
     job.Start(TEXT("\"") + _folder + TEXT("\\run_job\""));
     EXPECT_EQ(job.ExitCode(), DWORD{0});
     return Simulator::ReadStateFile(result).value_or("no result");
+  }
+
+  /// What the recording component wrote down of the last job.
+  static std::string Received() {
+    std::string received =
+        Simulator::ReadStateFile(Simulator::StateFilePath("received.txt")).value_or("nothing");
+    std::erase(received, '\r');
+    return received;
   }
 };
 
@@ -70,6 +81,35 @@ TEST_F(SdkFilesTest, AreCheckedBeforeTheConnection) {
   }
   Remove(kComponent);
   EXPECT_THAT(RunJob(), testing::HasSubstr("LoadLibrary failed, error 0x0000007E"));
+}
+
+TEST_F(SdkFilesTest, EveryNumberAndTextOfAJobReachesItsMember) {
+  Install(_folder + TEXT("\\components\\recording_component.dll"));
+  const auto debugger = platform::DebugListener::Open();
+  ASSERT_NE(debugger, nullptr);
+  EXPECT_EQ(
+      RunJob("<printer port_type='2' port_address='USB3'"
+             "  uhfEncodeMode_ReaderConnectPerCard='1'/>"
+             "<write segment='1' offset='4' data='E5'/>"
+             "<write segment='3' offset='6' data='E7'/>"
+             "<write segment='8' offset='9' data='E10'/>"
+             "<setpassword type='1' password='11'/>"
+             "<setpassword type='12' password='13'/>"
+             "<lock lock_action='14' password='15' startblock='16' blockcount='17'/>"
+             "<lock block='yes' lock_action='18' password='19' startblock='-20' blockcount='21'/>"
+             "<unlock lock_action='22' password='23'/>"
+             "<killtag password='24'/>"),
+      "true");
+  EXPECT_EQ(Received(),
+            "InitLogging\nConnect 2 'USB3' 1\nWriteEPC 'E5'\nWriteUserMemory 6 'E7'\n"
+            "WriteMemory 8 9 'E10'\nSetKillPassword '11'\nSetAccessPassword '13'\n"
+            "LockTag '15' 14\nPermalockUserBlock '19' 4294967276 21\nUnlockTag '23' 22\n"
+            "KillTag '24'\nDisconnect\nDisposeObject\n");
+  EXPECT_EQ(debugger->Next(60000), "ZebraSDKManagedBridge::Connect Successfully Connnected");
+
+  EXPECT_EQ(RunJob("<printer port_address='25'/>"), "false");
+  EXPECT_EQ(Received(), "InitLogging\nConnect 0 '25' 0\nDisposeObject\n");
+  EXPECT_EQ(debugger->Next(60000), "ZebraSDKManagedBridge::Connect Failed to Connect");
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
-/// Runs one job in a folder of its own, where the test has laid out the SDK files. The simulator's
-/// file result.txt receives "true", "false" or the text of the exception that left the executor.
+/// Runs the job in the simulator's file job.xml in a folder of its own, where the test has laid out
+/// the SDK files. The file result.txt receives "true", "false" or the text of the exception that
+/// left the executor.
 #include <exception>
 #include <string>
 
@@ -10,10 +11,10 @@
 namespace {
 
 std::string Run() {
-  static const std::string kJob = "<zsdk_job><printer port_address='TEST1'/></zsdk_job>";
+  const std::string job = Simulator::ReadStateFile(Simulator::StateFilePath("job.xml")).value();
   try {
-    ZXP7EpcGen2Encode executor(reinterpret_cast<const unsigned char*>(kJob.data()),
-                               static_cast<DWORD>(kJob.size()));
+    ZXP7EpcGen2Encode executor(reinterpret_cast<const unsigned char*>(job.data()),
+                               static_cast<DWORD>(job.size()));
     return executor.ParseAndExecuteXML() ? "true" : "false";
   } catch (const std::exception& exception) {
     return exception.what();

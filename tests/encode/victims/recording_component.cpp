@@ -1,0 +1,93 @@
+/// A component that writes down what it is called with, a line for each call, to the file
+/// received.txt in the simulator's folder. Everything succeeds but connecting to port type 0.
+#include <algorithm>
+#include <cstdlib>
+#include <fstream>
+#include <string>
+
+#include "sdk/component_api.h"
+#include "tagwright_recording_component_export.h"
+
+namespace {
+
+using Object = TagwrightComponentObject;
+using Result = TagwrightCallResult;
+
+std::ofstream& Received() {
+  static std::ofstream file(std::getenv("TAGWRIGHT_ROOT") + std::string("/simulator/received.txt"));
+  return file;
+}
+
+void Take(TagwrightText text) {
+  Received() << " '" << std::string(text.characters, text.characters + text.length) << "'";
+}
+void Take(std::int32_t number) { Received() << " " << number; }
+void Take(std::uint32_t number) { Received() << " " << number; }
+void Take(Result* result) {
+  Received() << std::endl;
+  result->returned = 1;
+}
+
+template <std::size_t kSize>
+struct Name {
+  constexpr Name(const char (&name)[kSize]) { std::copy_n(name, kSize, text); }
+  char text[kSize];
+};
+
+/// The function of a member, whatever its signature is.
+template <Name kName>
+struct Member {
+  template <class... Arguments>
+  using Function = void (*)(Object*, Arguments...);
+
+  template <class... Arguments>
+  constexpr operator Function<Arguments...>() const {
+    return [](Object*, Arguments... arguments) {
+      Received() << kName.text;
+      (Take(arguments), ...);
+    };
+  }
+};
+
+Object* Create(Result*) {
+  static int object;
+  return reinterpret_cast<Object*>(&object);
+}
+void Connect(Object*, std::int32_t portType, TagwrightText printerAddress,
+             std::uint32_t connectPerCard, Result* result) {
+  Received() << "Connect";
+  Take(portType);
+  Take(printerAddress);
+  Take(connectPerCard);
+  Take(result);
+  result->returned = portType == 0 ? 0 : 1;
+}
+void TestManagedCodeAccessible(Result*) {}
+
+constexpr TagwrightComponentInterface kInterface = {
+    .size = sizeof(TagwrightComponentInterface),
+    .version = kTagwrightComponentVersion,
+    .CreateObject = Create,
+    .DisposeObject = Member<"DisposeObject">(),
+    .TestManagedCodeAccessible = TestManagedCodeAccessible,
+    .InitLogging = Member<"InitLogging">(),
+    .LogErrorEvent = Member<"LogErrorEvent">(),
+    .Connect = Connect,
+    .Disconnect = Member<"Disconnect">(),
+    .WriteEPC = Member<"WriteEPC">(),
+    .WriteMemory = Member<"WriteMemory">(),
+    .WriteUserMemory = Member<"WriteUserMemory">(),
+    .SetAccessPassword = Member<"SetAccessPassword">(),
+    .LockTag = Member<"LockTag">(),
+    .PermalockUserBlock = Member<"PermalockUserBlock">(),
+    .UnlockTag = Member<"UnlockTag">(),
+    .SetKillPassword = Member<"SetKillPassword">(),
+    .KillTag = Member<"KillTag">(),
+};
+
+}  // namespace
+
+extern "C" TAGWRIGHT_RECORDING_COMPONENT_EXPORT const TagwrightComponentInterface*
+TagwrightManagedGetInterface(std::uint32_t) {
+  return &kInterface;
+}
