@@ -16,7 +16,6 @@ constexpr DWORD kMaxStartMs = 5000;
 /// What the thread waits with; it is never freed, like the thread itself.
 struct Deadline {
   DWORD maxEndMs;
-  ScopedHandle parent;
   ScopedHandle isKept;
 };
 
@@ -24,8 +23,9 @@ struct Deadline {
 unsigned __stdcall KeepDeadline(void* parameter) {
   const auto& deadline = *static_cast<const Deadline*>(parameter);
   SetEvent(deadline.isKept.Get());
-  const HANDLE ends[] = {g_endHasBegun, deadline.parent.Get()};
-  WaitForMultipleObjects(deadline.parent.IsValid() ? 2 : 1, ends, FALSE, INFINITE);
+  const ScopedHandle parent = OpenParent();
+  const HANDLE ends[] = {g_endHasBegun, parent.Get()};
+  WaitForMultipleObjects(parent.IsValid() ? 2 : 1, ends, FALSE, INFINITE);
   Sleep(deadline.maxEndMs);
   // Not ExitProcess, which waits for the loader.
   TerminateProcess(GetCurrentProcess(), 0);
@@ -38,7 +38,7 @@ void StartEndDeadline(DWORD maxEndMs) {
   g_endHasBegun = CreateEventW(nullptr, TRUE, FALSE, nullptr);
   ScopedHandle isKept(CreateEventW(nullptr, TRUE, FALSE, nullptr));
   if (g_endHasBegun == nullptr || !isKept.IsValid()) return;
-  auto* const deadline = new Deadline{maxEndMs, OpenParent(), std::move(isKept)};
+  auto* const deadline = new Deadline{maxEndMs, std::move(isKept)};
   const ScopedHandle thread(
       reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, KeepDeadline, deadline, 0, nullptr)));
   if (thread.IsValid()) {
