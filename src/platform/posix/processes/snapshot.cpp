@@ -31,17 +31,6 @@ struct ProcessLine {
   std::u16string program;
 };
 
-class Snapshot final : public platform::Object {
- public:
-  explicit Snapshot(std::vector<ProcessLine> lines) : _lines(std::move(lines)) {}
-  void Rewind() { _next = 0; }
-  const ProcessLine* Next() { return _next < _lines.size() ? &_lines[_next++] : nullptr; }
-
- private:
-  std::vector<ProcessLine> _lines;
-  std::size_t _next = 0;
-};
-
 /// The program's file name; the kernel's short name for it where the link cannot be read.
 std::string ProgramName(const fs::path& folder, const std::string& shortName) {
   std::error_code error;
@@ -71,7 +60,7 @@ std::optional<ProcessLine> ReadProcess(const fs::path& folder, DWORD id) {
   return line;
 }
 
-std::vector<ProcessLine> ReadProcesses() {
+std::vector<ProcessLine> ReadOtherProcesses() {
   std::vector<ProcessLine> lines;
   std::error_code error;
   for (fs::directory_iterator entry("/proc", error), end; !error && entry != end;
@@ -79,11 +68,38 @@ std::vector<ProcessLine> ReadProcesses() {
     const std::string name = entry->path().filename().string();
     DWORD id = 0;
     const auto parsed = std::from_chars(name.data(), name.data() + name.size(), id);
-    if (parsed.ptr != name.data() + name.size()) continue;
+    if (parsed.ptr != name.data() + name.size() || id == GetCurrentProcessId()) continue;
     if (auto line = ReadProcess(entry->path(), id)) lines.push_back(std::move(*line));
   }
   return lines;
 }
+
+/// The calling process comes first, and the others are read when somebody looks further: a process
+/// that wants to know its parent at its start does not pay for all that run.
+class Snapshot final : public platform::Object {
+ public:
+  void Rewind() { _next = 0; }
+  const ProcessLine* Next() {
+    if (_next == _lines.size() && !_isComplete) Complete();
+    return _next < _lines.size() ? &_lines[_next++] : nullptr;
+  }
+
+ private:
+  void Complete() {
+    if (_lines.empty()) {
+      if (auto self = ReadProcess("/proc/self", GetCurrentProcessId())) {
+        _lines.push_back(std::move(*self));
+        return;
+      }
+    }
+    _isComplete = true;
+    std::ranges::move(ReadOtherProcesses(), std::back_inserter(_lines));
+  }
+
+  std::vector<ProcessLine> _lines;
+  std::size_t _next = 0;
+  bool _isComplete = false;
+};
 
 DWORD WriteNext(Snapshot& snapshot, PROCESSENTRY32W& entry) {
   if (entry.dwSize < sizeof(PROCESSENTRY32W)) return ERROR_INSUFFICIENT_BUFFER;
@@ -115,7 +131,7 @@ HANDLE CreateToolhelp32Snapshot(DWORD flags, DWORD processId) {
     SetLastError(ERROR_INVALID_PARAMETER);
     return INVALID_HANDLE_VALUE;
   }
-  return platform::InsertHandle(std::make_shared<Snapshot>(ReadProcesses()));
+  return platform::InsertHandle(std::make_shared<Snapshot>());
 }
 
 BOOL Process32FirstW(HANDLE snapshot, PROCESSENTRY32W* entry) {
