@@ -45,6 +45,10 @@ std::string ToUtf8(std::basic_string_view<Unit> utf16) {
   utf8.reserve(utf16.size());
   for (std::size_t at = 0; at < utf16.size(); ++at) {
     char32_t point = static_cast<char16_t>(utf16[at]);
+    if (point < 0x80) {
+      utf8 += static_cast<char>(point);
+      continue;
+    }
     const char32_t next = at + 1 < utf16.size() ? static_cast<char16_t>(utf16[at + 1]) : 0;
     if (isSurrogate(point, 0xD800) && isSurrogate(next, 0xDC00)) {
       point = 0x10000 + ((point - 0xD800) << 10) + (next - 0xDC00);

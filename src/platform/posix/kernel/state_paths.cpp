@@ -124,21 +124,44 @@ std::u16string WithBackslashes(std::string_view path) {
   return text;
 }
 
+bool IsAscii(char16_t unit) { return unit < 0x80; }
+
 std::string WithSlashes(std::u16string_view path) {
   std::string bytes;
+  bytes.reserve(path.size());
   while (!path.empty()) {
-    const auto* const special = std::ranges::find_if(
-        path, [](char16_t unit) { return unit == u'\\' || StandsForByte(unit); });
-    const auto plain = static_cast<std::size_t>(special - path.begin());
-    bytes += ToUtf8(path.substr(0, plain));
-    if (plain < path.size()) bytes += *special == u'\\' ? '/' : static_cast<char>(*special & 0xFF);
-    path.remove_prefix(std::min(plain + 1, path.size()));
+    const char16_t first = path.front();
+    std::size_t taken = 1;
+    if (IsAscii(first)) {
+      bytes += first == u'\\' ? '/' : static_cast<char>(first);
+    } else if (StandsForByte(first)) {
+      bytes += static_cast<char>(first & 0xFF);
+    } else {
+      const auto* const end = std::ranges::find_if(
+          path, [](char16_t unit) { return IsAscii(unit) || StandsForByte(unit); });
+      taken = static_cast<std::size_t>(end - path.begin());
+      bytes += ToUtf8(path.substr(0, taken));
+    }
+    path.remove_prefix(taken);
   }
   return bytes;
 }
 
+/// Whether an absolute path is its own normal form: almost every path is, and the library takes far
+/// longer to find that out.
+bool IsNormal(std::string_view path) {
+  for (std::size_t start = 1; start < path.size();) {
+    const std::size_t end = std::min(path.find('/', start), path.size());
+    const std::string_view name = path.substr(start, end - start);
+    if (name.empty() || name == "." || name == "..") return false;
+    start = end + 1;
+  }
+  return path.starts_with('/');
+}
+
 /// "." and ".." resolved by name alone, as for every Windows path; they do not lead above the root.
 std::string FromRoot(std::string_view path) {
+  if (IsNormal(path)) return std::string(path);
   const auto normal = std::filesystem::path("/").concat(path).lexically_normal().string();
   const auto start = normal.find_first_not_of('/');
   return start == std::string::npos ? "/" : "/" + normal.substr(start);

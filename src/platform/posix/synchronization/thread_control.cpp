@@ -44,7 +44,10 @@ BOOL TerminateThread(HANDLE thread, DWORD exitCode) {
 }
 
 DWORD GetCurrentThreadId() {
-  return static_cast<DWORD>(gettid());  // The id of every Thread; a crash report asks, too.
+  // The id of every Thread; a crash report asks, too, from a signal handler.
+  [[gnu::tls_model("initial-exec")]] static constinit thread_local DWORD t_id = 0;
+  if (t_id == 0) t_id = static_cast<DWORD>(gettid());
+  return t_id;
 }
 
 void Sleep(DWORD milliseconds) {

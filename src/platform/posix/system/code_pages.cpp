@@ -6,6 +6,7 @@
 #include <array>
 #include <atomic>
 #include <string>
+#include <type_traits>
 
 #include "platform/posix/api/errors.h"
 #include "platform/posix/api/registry.h"
@@ -52,6 +53,18 @@ class Output {
  public:
   Output(Char* destination, int sizeChars) : _destination(destination), _sizeChars(sizeChars) {}
 
+  /// Takes what is below 0x80 at the start of `text` and fits; it is the same in every page.
+  template <class In>
+  std::size_t PutAscii(const In* text, std::size_t count) {
+    if (_sizeChars != 0) count = std::min(count, static_cast<std::size_t>(_sizeChars - _written));
+    const In* const end = std::find_if(text, text + count, [](In character) {
+      return static_cast<std::make_unsigned_t<In>>(character) >= 0x80;
+    });
+    if (_sizeChars != 0) std::copy(text, end, _destination + _written);
+    _written += static_cast<int>(end - text);
+    return static_cast<std::size_t>(end - text);
+  }
+
   /// False when the characters do not fit.
   bool Put(const platform::IconvPage::Piece<Char>& piece) {
     const int count = static_cast<int>(piece.unitCount);
@@ -80,7 +93,11 @@ DWORD Convert(DWORD flags, const In* source, int sourceLength, Out* destination,
   std::size_t left = sourceLength == -1 ? std::char_traits<In>::length(source) + 1
                                         : static_cast<std::size_t>(sourceLength);
   Output<Out> output(destination, destinationSize);
-  while (left > 0) {
+  for (;;) {
+    const std::size_t ascii = output.PutAscii(source, left);
+    source += ascii;
+    left -= ascii;
+    if (left == 0) break;
     auto piece = step(source, left);
     const bool fits = output.Put(piece);
     source += piece.consumed;

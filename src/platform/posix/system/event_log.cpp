@@ -3,9 +3,10 @@
 #include <sys/time.h>
 #include <time.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
-#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -29,14 +30,23 @@ namespace {
 
 /// The longest insertion string of an event, in characters.
 constexpr std::size_t kMaximumStringChars = 31839;
+/// More than the product's entries take without their text.
+constexpr std::size_t kTypicalLineBytes = 512;
+
+/// As JSON has it. Most texts stand there as they are, and the library takes longer to find out.
+std::string Quoted(const std::string& text) {
+  const bool isPlain = std::ranges::all_of(
+      text, [](char byte) { return byte >= ' ' && byte <= '~' && byte != '"' && byte != '\\'; });
+  return isPlain ? '"' + text + '"' : nlohmann::json(text).dump();
+}
 
 /// A registered source: who reports, and where.
 class EventSource : public platform::Object {
  public:
-  EventSource(std::string sourceName, std::string logFile)
-      : name(std::move(sourceName)), path(std::move(logFile)) {}
+  EventSource(const std::string& sourceName, std::string logFile)
+      : name(Quoted(sourceName)), path(std::move(logFile)) {}
 
-  const std::string name;  ///< UTF-8
+  const std::string name;  ///< As JSON has it.
   const std::string path;  ///< of the log's file
 };
 
@@ -62,35 +72,45 @@ bool IsSystemSource(LPCWSTR sourceName) {
   return true;
 }
 
+/// Appends exactly `digits` digits.
+void AppendNumber(std::string& text, long number, int digits) {
+  constexpr long kBase = 10;
+  if (digits > 1) AppendNumber(text, number / kBase, digits - 1);
+  text += static_cast<char>('0' + number % kBase);
+}
+
 /// ISO 8601 with milliseconds and the offset from UTC.
-std::string LocalTimeText() {
+void AppendLocalTime(std::string& text) {
+  constexpr int kFirstYear = 1900;
+  constexpr long kMinuteSeconds = 60, kHourMinutes = 60, kMillisecondUs = 1000;
   timeval now{};
   gettimeofday(&now, nullptr);
   tm local{};
   localtime_r(&now.tv_sec, &local);
-  char seconds[32], offset[8], text[64];
-  strftime(seconds, sizeof seconds, "%Y-%m-%dT%H:%M:%S", &local);
-  strftime(offset, sizeof offset, "%z", &local);
-  std::snprintf(text, sizeof text, "%s.%03d%.3s:%s", seconds, static_cast<int>(now.tv_usec / 1000),
-                offset, offset + 3);
-  return text;
+  AppendNumber(text, kFirstYear + local.tm_year, 4);
+  AppendNumber(text += '-', local.tm_mon + 1, 2);
+  AppendNumber(text += '-', local.tm_mday, 2);
+  AppendNumber(text += 'T', local.tm_hour, 2);
+  AppendNumber(text += ':', local.tm_min, 2);
+  AppendNumber(text += ':', local.tm_sec, 2);
+  AppendNumber(text += '.', now.tv_usec / kMillisecondUs, 3);
+  const long offsetMinutes = std::labs(local.tm_gmtoff) / kMinuteSeconds;
+  AppendNumber(text += local.tm_gmtoff < 0 ? '-' : '+', offsetMinutes / kHourMinutes, 2);
+  AppendNumber(text += ':', offsetMinutes % kHourMinutes, 2);
 }
 
-std::string Hex(const void* data, std::size_t size) {
-  constexpr char kDigits[] = "0123456789ABCDEF";
-  std::string text;
-  text.reserve(2 * size);
+constexpr char kHexDigits[] = "0123456789ABCDEF";
+
+void AppendHex(std::string& text, const void* data, std::size_t size) {
   for (const BYTE *byte = static_cast<const BYTE*>(data), *end = byte + size; byte != end; ++byte) {
-    text += kDigits[*byte >> 4];
-    text += kDigits[*byte & 15];
+    text += kHexDigits[*byte >> 4];
+    text += kHexDigits[*byte & 15];
   }
-  return text;
 }
 
-std::string EventIdText(DWORD eventId) {
-  char text[11];
-  std::snprintf(text, sizeof text, "0x%08X", eventId);
-  return text;
+void AppendEventId(std::string& text, DWORD eventId) {
+  text += "0x";
+  for (int shift = 28; shift >= 0; shift -= 4) text += kHexDigits[eventId >> shift & 15];
 }
 
 /// 0 or an errno value.
@@ -141,15 +161,17 @@ BOOL ReportEventW(HANDLE eventLog, WORD type, WORD category, DWORD eventId, PSID
   const std::u16string_view text(strings[0]);
   if (text.size() > kMaximumStringChars) return Fail(ERROR_INVALID_PARAMETER);
 
-  nlohmann::ordered_json event;
-  event["time"] = LocalTimeText();
-  event["source"] = source->name;
-  event["type"] = TypeName(type);
-  event["category"] = category;
-  event["event_id"] = EventIdText(eventId);
-  event["text"] = platform::ToUtf8(text);
-  event["data"] = Hex(rawData, dataSize);
-  const int error = AppendLine(source->path, event.dump() + "\n");
+  std::string line = R"({"time":")";
+  line.reserve(kTypicalLineBytes + text.size());
+  AppendLocalTime(line);
+  line.append(R"(","source":)").append(source->name);
+  line.append(R"(,"type":")").append(TypeName(type));
+  line.append(R"(","category":)").append(std::to_string(category));
+  AppendEventId(line += R"(,"event_id":")", eventId);
+  line.append(R"(","text":)").append(Quoted(platform::ToUtf8(text)));
+  AppendHex(line += R"(,"data":")", rawData, dataSize);
+  line += "\"}\n";
+  const int error = AppendLine(source->path, line);
   if (error == 0) return TRUE;
   WarnOnce(source->path, error);
   return Fail(platform::ErrorFromErrno(error));
