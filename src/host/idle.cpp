@@ -7,7 +7,6 @@
 namespace {
 
 constexpr Tracer kTrace{"WatchIdleThreadProc"};
-constexpr DWORD kMinuteMs = 60000;
 
 void WatchIdle(WatchIdleParameters* parameters) {
   kTrace(" Idle Thread started");
@@ -30,7 +29,7 @@ OString IdleLine(const char* outcome) {
 void WatchForIdleness(const IdleWatch& watch) {
   int idleMinutes = 0;
   for (;;) {
-    const DWORD result = watch.waitForAbort(kMinuteMs);
+    const DWORD result = watch.waitForAbort(kIdleMinuteMs);
     if (result == WAIT_OBJECT_0) {
       kTrace("Exiting Watch Idle thread due to abort event");
       return;

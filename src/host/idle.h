@@ -10,6 +10,10 @@
 /// Minutes without activity after which the process counts as idle.
 constexpr int kIdleMinutes = 15;
 
+/// A minute, in milliseconds. It has an object file of its own, so that a program of the tests can
+/// be linked with another one.
+extern const DWORD kIdleMinuteMs;
+
 /// Start parameter of the thread: allocated by the process main with new, deleted by the thread.
 /// The process main keeps the handles.
 struct WatchIdleParameters {

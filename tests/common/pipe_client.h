@@ -12,10 +12,10 @@
 #include "pipe/message_header.h"
 #include "platform/windows_api.h"
 
-/// A pipe name that no other test uses.
+/// A pipe name that no other test uses. Log lines show its last eight characters: "the-pipe".
 inline std::string UniquePipeName() {
   const auto name = UniqueName(TEXT("tagwright-test-"));
-  return {name.begin(), name.end()};
+  return std::string(name.begin(), name.end()) + "-the-pipe";
 }
 
 inline Tagwright::MessageHeader Header(std::uint32_t type, std::size_t payloadBytes = 0) {

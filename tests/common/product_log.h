@@ -4,7 +4,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <map>
 #include <regex>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -20,17 +22,19 @@ class ProductLog {
   explicit ProductLog(std::string source = "Brennick Tagwright.Native",
                       DWORD mask = kEverythingToFile)
       : _source(std::move(source)) {
-    DeleteFileW(Path().c_str());
+    Clear();
     SetMask(mask);
   }
   ~ProductLog() {
-    DeleteFileW(Path().c_str());
+    Clear();
     HKEY key = MaskKey();
     RegDeleteValueW(key, Widen(_source).c_str());
     RegCloseKey(key);
   }
   ProductLog(const ProductLog&) = delete;
   ProductLog& operator=(const ProductLog&) = delete;
+
+  void Clear() const { DeleteFileW(Path().c_str()); }
 
   void SetMask(DWORD mask) const {
     HKEY key = MaskKey();
@@ -58,6 +62,24 @@ class ProductLog {
     std::vector<std::string> texts;
     for (const std::string& line : Lines()) texts.push_back(WithoutContext(line));
     return texts;
+  }
+
+  /// The texts of each thread as a paragraph, in the order in which texts compare. Ids of threads
+  /// are "0x*", and what a thread says again and again stands there once.
+  std::string ThreadTexts() const {
+    static const std::regex thread("Thread:0x[0-9A-F]{8}"), id("id: 0x[0-9A-F]{8}");
+    std::map<std::string, std::string> threads;
+    for (const std::string& line : Lines()) {
+      std::smatch match;
+      std::regex_search(line, match, thread);
+      const std::string text = std::regex_replace(WithoutContext(line), id, "id: 0x*") + "\n";
+      if (std::string& texts = threads[match.str()]; !texts.ends_with(text)) texts += text;
+    }
+    std::multiset<std::string> paragraphs;
+    for (const auto& [name, texts] : threads) paragraphs.insert(texts);
+    std::string all;
+    for (const std::string& texts : paragraphs) all += (all.empty() ? "" : "\n") + texts;
+    return all;
   }
 
   int Count(const std::string& text) const {

@@ -87,7 +87,7 @@ TEST_F(SdkFilesTest, EveryNumberAndTextOfAJobReachesItsMember) {
   Install(_folder + TEXT("\\components\\recording_component.dll"));
   const auto debugger = platform::DebugListener::Open();
   ASSERT_NE(debugger, nullptr);
-  EXPECT_EQ(
+  ASSERT_EQ(
       RunJob("<printer port_type='2' port_address='USB3'"
              "  uhfEncodeMode_ReaderConnectPerCard='1'/>"
              "<write segment='1' offset='4' data='E5'/>"
@@ -107,7 +107,7 @@ TEST_F(SdkFilesTest, EveryNumberAndTextOfAJobReachesItsMember) {
             "KillTag '24'\nDisconnect\nDisposeObject\n");
   EXPECT_EQ(debugger->Next(60000), "ZebraSDKManagedBridge::Connect Successfully Connnected");
 
-  EXPECT_EQ(RunJob("<printer port_address='25'/>"), "false");
+  ASSERT_EQ(RunJob("<printer port_address='25'/>"), "false");
   EXPECT_EQ(Received(), "InitLogging\nConnect 0 '25' 0\nDisposeObject\n");
   EXPECT_EQ(debugger->Next(60000), "ZebraSDKManagedBridge::Connect Failed to Connect");
 }

@@ -19,6 +19,18 @@ class ControlModeTest : public ControlTest {
   }
 };
 
+TEST_F(ControlModeTest, EncodesCardsAndTellsTheWholeStory) {
+  StartController();
+  _client.Expect(0, 0x302);
+  AddEncoder().Expect(0, 0x200, Example("encode-epc.xml"));
+  _client.Expect(200005, 0x300, Name(0));
+  AddEncoder().Expect(0, 0x201, Example("card.xml"));
+  AddEncoder().Expect(0, 0x100);
+  AwaitReads(16);
+  ShutDown();
+  ExpectLog("control");
+}
+
 TEST_F(ControlModeTest, AnswersByTypeAndName) {
   StartController();
   const std::string name = _pipeName + " e";
@@ -132,6 +144,17 @@ TEST_F(ControlModeTest, AComponentThatHangsHoldsUpNobodyForLong) {
   for (PipeClient& encoder : _encoders) encoder.ExpectClosed();
   otherClient.Expect(0, 0x100);
   EXPECT_EQ(other.ExitCode(), DWORD{0});
+  ExpectLog("hung-component");
+}
+
+TEST_F(ControlModeTest, OneClientThatIsActiveKeepsTheProcess) {
+  constexpr DWORD kIdleEndMs = 15 * 100;
+  _tagwright.Start("hurried\\tagwright", "/c /n " + _pipeName);
+  _tagwright.Connect(_client, _pipeName);
+  AddEncoder();
+  const ULONGLONG start = GetTickCount64();
+  while (GetTickCount64() - start < 2 * kIdleEndMs) _encoders.back().Expect(200002, 0x302);
+  ExpectExit();
 }
 
 TEST_F(ControlModeTest, OneJobAtATimeAmongProcesses) {

@@ -118,6 +118,17 @@ TEST_F(LifetimeTest, AfterTheDriversDeathItFinishesTheJobAndEnds) {
   EXPECT_FALSE(_log.Has("Calling TerminateThread") || _log.Has("Terminating thread"));
 }
 
+TEST_F(LifetimeTest, TheDriversDeathIsTold) {
+  ScriptFaults(R"({"WriteEPC": {"fault": "delay", "delay_ms": 1000}})");
+  RecordCalls();
+  Driven control(kControl);
+  control.SendJob();
+  AwaitCall(control);
+  control.KillDriver();
+  control.ExpectEnd(5000);
+  ExpectLog("parents-death");
+}
+
 TEST_F(LifetimeTest, AfterTheDriversDeathAComponentThatHangsIsLeftBehind) {
   ScriptFaults(R"({"WriteEPC": {"fault": "hang"}})");
   Driven single(kSingle), control(kControl);

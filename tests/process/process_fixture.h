@@ -117,6 +117,17 @@ class ProcessTest : public testing::Test {
     });
   }
 
+  /// Until the servers have turned to their clients for a request so many times altogether.
+  void AwaitReads(int count) {
+    _tagwright.Await([&] { return _log.Count("PipeServer::ReadBytes: Called") == count; });
+  }
+
+  /// Compares the whole log, thread by thread, with the file of this name in the folder logs.
+  void ExpectLog(const std::string& life) const {
+    const auto file = std::filesystem::path(TAGWRIGHT_EXPECTED_LOGS_DIR) / (life + ".txt");
+    EXPECT_EQ(_log.ThreadTexts(), ReadWholeFile(file)) << life;
+  }
+
   void ExpectExit(DWORD exitCode = 0) { EXPECT_EQ(_tagwright.ExitCode(), exitCode); }
 
   std::string _pipeName;

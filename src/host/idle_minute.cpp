@@ -1,0 +1,3 @@
+#include "host/idle.h"
+
+const DWORD kIdleMinuteMs = 60000;
