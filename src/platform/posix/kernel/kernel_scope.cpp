@@ -12,15 +12,9 @@
 namespace platform {
 namespace {
 
-// The signal handler reads these: no lazy allocation of thread-local storage may stand behind them.
-[[gnu::tls_model("initial-exec")]] constinit thread_local std::atomic<int> t_depth{0};
+// The signal handler reads it: no lazy allocation of thread-local storage may stand behind it.
 [[gnu::tls_model("initial-exec")]] constinit thread_local std::atomic<const std::atomic<bool>*>
     t_terminationFlag{nullptr};
-
-void ChangeDepth(int depth) {
-  t_depth.store(depth, std::memory_order_relaxed);
-  std::atomic_signal_fence(std::memory_order_seq_cst);
-}
 
 /// The C library reuses the memory of a thread that has ended for a new one and relies on each
 /// thread to have emptied its thread-specific values. Their destructors do not run: no code of the
@@ -29,11 +23,9 @@ void ForgetThreadSpecificValues() {
   for (pthread_key_t key = 0; key < PTHREAD_KEYS_MAX; ++key) pthread_setspecific(key, nullptr);
 }
 
-void EndIfPending() {
-  if (t_depth.load(std::memory_order_relaxed) == 0 && IsTerminationPending()) LeaveThreadRaw();
+void OnTerminationSignal(int) {
+  if (t_kernelDepth.Get() == 0) EndIfPending();
 }
-
-void OnTerminationSignal(int) { EndIfPending(); }
 
 void InstallSignalHandler() {
   struct sigaction action {};
@@ -46,25 +38,24 @@ void InstallSignalHandler() {
 
 }  // namespace
 
-KernelScope::KernelScope() { ChangeDepth(t_depth.load(std::memory_order_relaxed) + 1); }
+constinit thread_local ScopeDepth t_kernelDepth;
 
-KernelScope::~KernelScope() {
-  ChangeDepth(t_depth.load(std::memory_order_relaxed) - 1);
+void EndIfPending() {
+  if (IsTerminationPending()) LeaveThreadRaw();
+}
+
+KernelPause::KernelPause() : _depth(t_kernelDepth.Get()) {
+  t_kernelDepth.Set(0);
   EndIfPending();
 }
 
-KernelPause::KernelPause() : _depth(t_depth.load(std::memory_order_relaxed)) {
-  ChangeDepth(0);
-  EndIfPending();
-}
+KernelPause::~KernelPause() { t_kernelDepth.Set(_depth); }
 
-KernelPause::~KernelPause() { ChangeDepth(_depth); }
-
-int KernelDepth() { return t_depth.load(std::memory_order_relaxed); }
+int KernelDepth() { return t_kernelDepth.Get(); }
 
 void ReturnToKernelDepth(int depth) {
-  ChangeDepth(depth);
-  EndIfPending();
+  t_kernelDepth.Set(depth);
+  if (depth == 0) EndIfPending();
 }
 
 bool IsTerminationPending() {
@@ -78,7 +69,7 @@ void BindTerminationFlag(const std::atomic<bool>* flag) {
   t_terminationFlag.store(flag, std::memory_order_relaxed);
 }
 
-void EnterKernelForGood() { ChangeDepth(t_depth.load(std::memory_order_relaxed) + 1); }
+void EnterKernelForGood() { t_kernelDepth.Change(1); }
 
 void SendTerminationSignal(pthread_t thread) { pthread_kill(thread, TerminationSignal()); }
 

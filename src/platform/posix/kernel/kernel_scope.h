@@ -18,11 +18,39 @@
 
 namespace platform {
 
+/// How deep the calling thread is in scopes of one kind. Signal handlers read it: no lazy
+/// allocation of thread-local storage may stand behind it. It is in the header because each call of
+/// the heap goes through it twice.
+class ScopeDepth {
+ public:
+  int Get() const { return _depth.load(std::memory_order_relaxed); }
+  void Set(int depth) {
+    _depth.store(depth, std::memory_order_relaxed);
+    std::atomic_signal_fence(std::memory_order_seq_cst);
+  }
+  /// The new depth.
+  int Change(int by) {
+    const int depth = Get() + by;
+    Set(depth);
+    return depth;
+  }
+
+ private:
+  std::atomic<int> _depth{0};
+};
+
+[[gnu::tls_model("initial-exec")]] extern constinit thread_local ScopeDepth t_kernelDepth;
+
+/// Does not return when the calling thread, which is in no scope, is to be terminated.
+void EndIfPending();
+
 class KernelScope {
  public:
-  KernelScope();
+  KernelScope() { t_kernelDepth.Change(1); }
   /// Does not return when this is the outermost scope and the thread is to be terminated.
-  ~KernelScope();
+  ~KernelScope() {
+    if (t_kernelDepth.Change(-1) == 0) EndIfPending();
+  }
   KernelScope(const KernelScope&) = delete;
   KernelScope& operator=(const KernelScope&) = delete;
 };

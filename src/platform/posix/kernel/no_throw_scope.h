@@ -9,11 +9,13 @@
 
 namespace platform {
 
+[[gnu::tls_model("initial-exec")]] extern constinit thread_local ScopeDepth t_noThrowDepth;
+
 /// May be nested.
 class NoThrowScope {
  public:
-  NoThrowScope();
-  ~NoThrowScope();
+  NoThrowScope() { t_noThrowDepth.Change(1); }
+  ~NoThrowScope() { t_noThrowDepth.Change(-1); }
   NoThrowScope(const NoThrowScope&) = delete;
   NoThrowScope& operator=(const NoThrowScope&) = delete;
 };

@@ -251,7 +251,9 @@ DWORD GetModuleFileNameW(HMODULE module, LPWSTR buffer, DWORD sizeChars) {
     Fail(ERROR_INVALID_PARAMETER);
     return 0;
   }
-  const std::u16string path = platform::ToWindowsPath(platform::ProgramPath());
+  static const auto* const ownPath =
+      new std::u16string(platform::ToWindowsPath(platform::ProgramPath()));
+  const std::u16string& path = *ownPath;
   const bool fits = path.size() < sizeChars;
   if (sizeChars > 0) {
     buffer[path.copy(buffer, sizeChars - 1)] = 0;
