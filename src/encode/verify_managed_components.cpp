@@ -55,8 +55,9 @@ bool VerifyManagedComponentsLoad() {
 
 OString MissingRequiredFiles(const OString& directory) {
   OString missing;
+  const OString folder = OString(directory) << "\\";
   for (const char* name : listOfRequiredFiles) {
-    const OString path = OString(directory) << "\\" << name;
+    const OString path = OString(folder) << name;
     if (OFile::GetAttributes(path) == INVALID_FILE_ATTRIBUTES) missing << name << ", ";
   }
   missing.TrimRight();

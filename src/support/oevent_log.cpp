@@ -114,6 +114,7 @@ OEventLog::OEventLog(const OString& sourceName, DWORD eventLogType, TickSource m
     : _eventLogType(eventLogType),
       _sourceName(sourceName),
       _logFilePath(LogFilePath(sourceName)),
+      _fileMutexName(OString("Brennick File Log Mutex for ") + sourceName),
       _lastOutput(_sourceName.wstring(), _logFilePath.wstring()),
       _maskClock(maskClock) {
   _sourceName.nstring();  // LogLastError must not convert it.
@@ -256,7 +257,7 @@ void OEventLog::LogLastError(std::string_view text) const {
 
 void OEventLog::WriteEventToFile(const OString& text, const OEventData& block) {
   PrepareLogFile();
-  OMutex mutex(OString("Brennick File Log Mutex for ") + _sourceName, kFileMutexTimeoutMs);
+  OMutex mutex(_fileMutexName, kFileMutexTimeoutMs);
   OAutoLock lock(mutex);
   const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(
       _fsopen(_logFilePath.nstring(), "a", _SH_DENYNO), &std::fclose);
@@ -265,16 +266,18 @@ void OEventLog::WriteEventToFile(const OString& text, const OEventData& block) {
         TEXT("OEventLog::WriteEventToFile Unable to open C:\\BrennickLogs\\EventLog.txt\n"));
     return;
   }
-  const OString line = BuildFileLine(text, block);
-  std::fwrite(line.nstring(), 1, std::strlen(line.nstring()), file.get());
+  const std::string line = BuildFileLine(text, block);
+  std::fwrite(line.data(), 1, line.size(), file.get());
 }
 
-OString OEventLog::BuildFileLine(const OString& text, const OEventData& block) const {
+std::string OEventLog::BuildFileLine(const OString& text, const OEventData& block) const {
   SYSTEMTIME now{};
   GetLocalTime(&now);
-  return FormatTime(now, "%m/%d/%Y %H:%M:%S") + ", " + _sourceName + ", " +
-         GetLevelName(block.level) + ", " + "Thread:0x" + FormatHex(block.threadId) + ", " + text +
-         "\n";
+  std::string line(FormatTime(now, "%m/%d/%Y %H:%M:%S").nstring());
+  line.append(", ").append(_sourceName.nstring()).append(", ").append(GetLevelName(block.level));
+  line.append(", Thread:0x").append(FormatHex(block.threadId).nstring()).append(", ");
+  // By way of the wide form, which the event log got.
+  return line.append(OString(text.wstring()).nstring()).append("\n");
 }
 
 const char* OEventLog::GetLevelName(DWORD level) {

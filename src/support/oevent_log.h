@@ -6,6 +6,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 #include "platform/last_output.h"
@@ -102,7 +103,7 @@ class OEventLog {
   bool Report(DWORD type, const OString& text, DWORD category, OEventData& block);
   void WriteEventToFile(const OString& text, const OEventData& block);
   void PrepareLogFile();
-  OString BuildFileLine(const OString& text, const OEventData& block) const;
+  std::string BuildFileLine(const OString& text, const OEventData& block) const;
 
   static bool RegisterSourceKey(const OString& sourceName, DWORD eventLogType);
 
@@ -110,6 +111,7 @@ class OEventLog {
   DWORD _eventLogType;
   OString _sourceName;
   OString _logFilePath;
+  OString _fileMutexName;
   platform::LastOutput _lastOutput;
   bool _directoryCreated = false;
   OCriticalSection _lock;

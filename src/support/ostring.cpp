@@ -12,6 +12,14 @@ namespace {
 
 constexpr std::array<DWORD, 6> kMultiBytePages = {932, 936, 949, 950, 1361, 54936};
 
+/// A position that is cut to the end of the text.
+constexpr int kEnd = std::numeric_limits<int>::max();
+
+/// ASCII text is the same in every code page.
+bool IsAscii(std::string_view text) {
+  return std::ranges::none_of(text, [](char byte) { return (byte & 0x80) != 0; });
+}
+
 DWORD ResolvedPage(DWORD codePage) { return codePage == CP_ACP ? GetACP() : codePage; }
 
 bool IsMultiBytePage(DWORD codePage) {
@@ -79,12 +87,22 @@ void OString::MakeUnique() {
 OString& OString::operator<<(const OString& text) {
   if (text.IsEmpty()) return *this;
   if (IsEmpty()) return *this = text;
-  InForm(WorksWideWith(text),
-         [&]<class Char>() { return Splice<Char>(std::numeric_limits<int>::max(), 0, text); });
+  InForm(WorksWideWith(text), [&]<class Char>() { return Splice<Char>(kEnd, 0, text); });
   return *this;
 }
 
-OString& OString::operator<<(const char* text) { return *this << OString(text); }
+OString& OString::operator<<(const char* text) {
+  if (text == nullptr || IsEmpty() || _buffer->Contains(text)) return *this << OString(text);
+  const std::string_view added(text);
+  if (StaysNarrow()) {
+    Splice<char>(kEnd, 0, added);
+  } else if (is_valid_w() && IsAscii(added)) {
+    Splice<WCHAR>(kEnd, 0, added);
+  } else {
+    *this << OString(text);
+  }
+  return *this;
+}
 
 OString& OString::operator<<(const WCHAR* text) { return *this << OString(text); }
 
@@ -94,18 +112,24 @@ OString& OString::operator<<(int value) {
   return *this << digits.data();
 }
 
-OString operator+(const OString& left, const OString& right) {
-  OString sum(left);
-  sum << right;
-  return sum;
+OString operator+(OString left, const OString& right) {
+  left << right;
+  return left;
 }
 
-OString operator+(const OString& left, const char* right) { return left + OString(right); }
+OString operator+(OString left, const char* right) {
+  left << right;
+  return left;
+}
 
 template <class Char>
 int OString::Splice(int position, int count, const OString& text) {
   const OString source(text);  // Keeps the text when it is this string's own.
-  const auto added = source.View<Char>();
+  return Splice<Char, Char>(position, count, source.View<Char>());
+}
+
+template <class Char, class In>
+int OString::Splice(int position, int count, std::basic_string_view<In> added) {
   MakeUnique();
   const int length = static_cast<int>(View<Char>().size());
   position = std::clamp(position, 0, length);
@@ -152,7 +176,10 @@ bool OString::WorksWide() const {
   return is_valid_w() || IsMultiBytePage(ResolvedPage(CodePage()));
 }
 
+bool OString::StaysNarrow() const { return CodePage() == CP_ACP && !WorksWide(); }
+
 bool OString::WorksWideWith(const OString& other) const {
+  if (CodePage() == other.CodePage()) return other.is_valid_w() || WorksWide();
   return WorksWide() || other.WorksWide() ||
          ResolvedPage(CodePage()) != ResolvedPage(other.CodePage());
 }

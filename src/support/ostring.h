@@ -50,8 +50,8 @@ class OString {
   OString& operator<<(char) = delete;
   OString& operator<<(WCHAR) = delete;
 
-  friend OString operator+(const OString& left, const OString& right);
-  friend OString operator+(const OString& left, const char* right);
+  friend OString operator+(OString left, const OString& right);
+  friend OString operator+(OString left, const char* right);
 
   /// The text in one form, never null. Valid until the string is modified or destroyed.
   const char* nstring() const;
@@ -67,6 +67,7 @@ class OString {
   int Compare(const OString& other) const;
   /// The same with "a" to "z", and only those, taken as upper case.
   int CompareNoCase(const OString& other) const;
+  int CompareNoCase(const char* text) const;
   bool operator==(const char* text) const;
   bool operator!=(const char* text) const;
 
@@ -111,12 +112,16 @@ class OString {
   template <class Char>
   OString& AssignText(const Char* text);
   template <class Char>
-  std::basic_string_view<Char> View() const {
+  const Char* Text() const {
     if constexpr (std::is_same_v<Char, char>) {
       return nstring();
     } else {
       return wstring();
     }
+  }
+  template <class Char>
+  std::basic_string_view<Char> View() const {
+    return Text<Char>();
   }
 
   /// Calls the template `operation` for the characters of the wide or of the narrow form.
@@ -133,7 +138,16 @@ class OString {
   /// The one way of editing: `count` characters at `position` make room for those of `text`.
   template <class Char>
   int Splice(int position, int count, const OString& text);
-  int CompareMapped(const OString& other, int (*map)(int)) const;
+  /// `text` is no part of a form that this string alone has. Narrow text that is spliced into a
+  /// wide form is ASCII.
+  template <class Char, class In>
+  int Splice(int position, int count, std::basic_string_view<In> text);
+  /// Whether working with narrow text of the system's code page, too, takes the narrow form.
+  bool StaysNarrow() const;
+  template <class Map>
+  int CompareMapped(const OString& other, Map map) const;
+  template <class Map>
+  int CompareMapped(const char* text, Map map) const;
   template <class Char>
   int ReplaceAll(const OString& oldText, const OString& newText);
   int FindFirst(const OString& character) const;

@@ -1,43 +1,21 @@
-#include <algorithm>
 #include <cstring>
-#include <type_traits>
+#include <functional>
 
 #include "support/ostring.h"
 
 namespace {
 
-int AsItIs(int character) { return character; }
-
-int ToUpperCase(int character) {
-  return character >= 'a' && character <= 'z' ? character - 'a' + 'A' : character;
-}
-
 /// Narrow characters count as signed on every system, wide ones as unsigned.
 int Rank(char character) { return static_cast<signed char>(character); }
 int Rank(WCHAR character) { return static_cast<std::uint16_t>(character); }
 
-/// How many characters at the start are the same, at least: whole pieces, which compare much faster
-/// than characters.
-template <class Char>
-std::size_t SameStart(std::basic_string_view<Char> left, std::basic_string_view<Char> right) {
-  constexpr std::size_t kPiece = 16;
-  const std::size_t pieces = std::min(left.size(), right.size()) / kPiece;
-  for (std::size_t piece = 0; piece < pieces; ++piece) {
-    const std::size_t start = piece * kPiece;
-    if (std::memcmp(left.data() + start, right.data() + start, kPiece * sizeof(Char)) != 0) {
-      return start;
-    }
-  }
-  return pieces * kPiece;
-}
+constexpr auto kToUpperCase = [](int rank) {
+  return rank >= 'a' && rank <= 'z' ? rank - 'a' + 'A' : rank;
+};
 
 /// Both texts end in a NUL, which takes part.
-template <class Char>
-int Order(std::basic_string_view<Char> leftText, std::basic_string_view<Char> rightText,
-          int (*map)(int)) {
-  const std::size_t same = SameStart(leftText, rightText);
-  const Char* left = leftText.data() + same;
-  const Char* right = rightText.data() + same;
+template <class Char, class Map>
+int Order(const Char* left, const Char* right, Map map) {
   for (;; ++left, ++right) {
     const int leftRank = map(Rank(*left));
     const int rightRank = map(Rank(*right));
@@ -46,17 +24,37 @@ int Order(std::basic_string_view<Char> leftText, std::basic_string_view<Char> ri
   }
 }
 
+/// The C library finds out many times faster that two narrow texts are the same.
+bool AreSame(const char* left, const char* right) { return std::strcmp(left, right) == 0; }
+bool AreSame(const WCHAR*, const WCHAR*) { return false; }
+
 }  // namespace
 
-int OString::CompareMapped(const OString& other, int (*map)(int)) const {
-  return InForm(WorksWideWith(other),
-                [&]<class Char>() { return Order(View<Char>(), other.View<Char>(), map); });
+template <class Map>
+int OString::CompareMapped(const OString& other, Map map) const {
+  return InForm(WorksWideWith(other), [&]<class Char>() {
+    const Char* const left = Text<Char>();
+    const Char* const right = other.Text<Char>();
+    return AreSame(left, right) ? 0 : Order(left, right, map);
+  });
 }
 
-int OString::Compare(const OString& other) const { return CompareMapped(other, AsItIs); }
+template <class Map>
+int OString::CompareMapped(const char* text, Map map) const {
+  if (text == nullptr || !StaysNarrow()) return CompareMapped(OString(text), map);
+  return AreSame(nstring(), text) ? 0 : Order(nstring(), text, map);
+}
 
-int OString::CompareNoCase(const OString& other) const { return CompareMapped(other, ToUpperCase); }
+int OString::Compare(const OString& other) const { return CompareMapped(other, std::identity()); }
 
-bool OString::operator==(const char* text) const { return Compare(OString(text)) == 0; }
+int OString::CompareNoCase(const OString& other) const {
+  return CompareMapped(other, kToUpperCase);
+}
 
-bool OString::operator!=(const char* text) const { return Compare(OString(text)) != 0; }
+int OString::CompareNoCase(const char* text) const { return CompareMapped(text, kToUpperCase); }
+
+bool OString::operator==(const char* text) const {
+  return CompareMapped(text, std::identity()) == 0;
+}
+
+bool OString::operator!=(const char* text) const { return !(*this == text); }
