@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <mutex>
 
@@ -119,7 +120,12 @@ namespace {
 BOOL Report(DWORD error) { return error == ERROR_SUCCESS ? TRUE : Fail(error); }
 }  // namespace
 
-DWORD GetCurrentProcessId() { return static_cast<DWORD>(getpid()); }
+DWORD GetCurrentProcessId() {
+  static std::atomic<DWORD> ownId{0};  // A crash report asks, too, from a signal handler.
+  DWORD id = ownId.load(std::memory_order_relaxed);
+  if (id == 0) ownId = id = static_cast<DWORD>(getpid());
+  return id;
+}
 
 HANDLE GetCurrentProcess() { return INVALID_HANDLE_VALUE; }  // The system's value for it, too.
 
