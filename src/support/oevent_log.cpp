@@ -19,6 +19,9 @@ constexpr DWORD kMaskLifetimeMs = 5000;
 /// A line is written after this wait, whether the file's mutex was free or not.
 constexpr DWORD kFileMutexTimeoutMs = 10000;
 
+/// More than most lines of the file have.
+constexpr std::size_t kTypicalLineBytes = 256;
+
 constexpr const char* kMaskKey = "LOCAL_MACHINE:Software\\Brennick\\Drivers\\DebugLogMasks\\";
 constexpr const char* kLogFolder = "C:\\Log Files";
 constexpr const char* kApplicationSources =
@@ -273,7 +276,9 @@ void OEventLog::WriteEventToFile(const OString& text, const OEventData& block) {
 std::string OEventLog::BuildFileLine(const OString& text, const OEventData& block) const {
   SYSTEMTIME now{};
   GetLocalTime(&now);
-  std::string line(FormatTime(now, "%m/%d/%Y %H:%M:%S").nstring());
+  std::string line;
+  line.reserve(kTypicalLineBytes);
+  line.append(FormatTime(now, "%m/%d/%Y %H:%M:%S").nstring());
   line.append(", ").append(_sourceName.nstring()).append(", ").append(GetLevelName(block.level));
   line.append(", Thread:0x").append(FormatHex(block.threadId).nstring()).append(", ");
   // By way of the wide form, which the event log got.

@@ -1,8 +1,10 @@
-/// How often the message thread asks for memory: what a request costs on any machine.
+/// How often a request, a job's document and a line of the log ask for memory: what they cost on
+/// any machine.
 #include <atomic>
 #include <cstdlib>
 #include <new>
 
+#include "encode/zxp7_epc_gen2_encode.h"
 #include "pipe/server_fixture.h"
 
 namespace {
@@ -38,6 +40,37 @@ TEST_F(ServerTest, ARequestAllocatesItsPayloadAndNothingElse) {
     for (int request = 0; request < 5; ++request) _client.Expect(0, 0x200, payload);
     EXPECT_EQ(g_allocations, 5 * allocations) << payload.size();
   }
+}
+
+/// For each of ten times that `work` is done, after a first time that makes what lasts.
+template <class Work>
+int AllocationsOf(const Work& work) {
+  constexpr int kTimes = 10;
+  work();
+  g_allocations = 0;
+  t_isCounted = true;
+  for (int time = 0; time < kTimes; ++time) work();
+  t_isCounted = false;
+  return g_allocations / kTimes;
+}
+
+TEST_F(ServerTest, ALineOfTheLogIsMadeOfFewPieces) {
+  const ProductLog file("Tagwright Costs");
+  OEventLog log("Tagwright Costs", OEventLog::kApplicationLog);
+  const OString text("PipeServer::ReadBytes: Called");
+  EXPECT_LE(AllocationsOf([&] { log.LogInformationEvent(text, 0, LogLevel::kDetailInfo); }), 40);
+  EXPECT_EQ(AllocationsOf([&] { log.IsLogEnabled(LogLevel::kCopyToDebugger); }), 0);
+}
+
+TEST_F(ServerTest, AJobsDocumentAllocatesItsNodesAndTheirTexts) {
+  Z7SvEventLog.reset();
+  std::string job = "<zsdk_job>";
+  for (int write = 0; write < 10; ++write) job += "<write segment='1' offset='0' data='E2004216'/>";
+  job += "</zsdk_job>";
+  const auto* const bytes = reinterpret_cast<const unsigned char*>(job.data());
+  const int allocations =
+      AllocationsOf([&] { ZXP7EpcGen2Encode(bytes, static_cast<DWORD>(job.size())); });
+  EXPECT_LE(allocations, 45);
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 #include <thread>
 
 #include "process/control_fixture.h"
+#include "support/log_levels.h"
 
 namespace {
 
@@ -123,6 +124,24 @@ TEST_F(Costs, AJobLooksAtItsFilesAndHoldsTheMutex) {
                   // The mutex's lock is taken and left, its owner's mark read, set, cleared.
                   testing::Pair(SYS_fcntl, 2 * kRequests), testing::Pair(SYS_pread64, kRequests),
                   testing::Pair(SYS_pwrite64, 2 * kRequests)));
+}
+
+TEST_F(Costs, ALineOfTheLogOpensItsFilesAndItsMutex) {
+  _log.SetMask(LogLevel::kDetailInfoA | LogLevel::kCopyToFile);  // One line for each request.
+  StartTagwright();
+  auto calls = CallsFor(0x301, "", 200002);
+  ExpectTransfers(calls);
+  const std::map<long, int> callsPerLine = {
+      {SYS_openat, 3},  // The event log's file, the log file, the mutex's.
+      {SYS_newfstatat, 3}, {SYS_write, 2},   {SYS_close, 3},
+      {SYS_fcntl, 5},      {SYS_pread64, 2}, {SYS_pwrite64, 2}};
+  for (const auto& [call, count] : calls) {
+    const auto expected = callsPerLine.find(call);
+    ASSERT_NE(expected, callsPerLine.end()) << call;
+    // The last line may come when nobody counts any more; the mask may be read anew meanwhile.
+    EXPECT_GE(count, expected->second * (kRequests - 1)) << call;
+    EXPECT_LE(count, expected->second * kRequests + 20) << call;
+  }
 }
 
 TEST_F(Costs, AnIdleProcessSleeps) {
