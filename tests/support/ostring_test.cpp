@@ -43,6 +43,8 @@ TEST(OStringSharing, AStringMayBeItsOwnArgument) {
   text.Insert(2, text.nstring(), 3);
   EXPECT_STREQ(text.nstring(), "cdcdeef");
   EXPECT_EQ(text.Replace(text, "x"), 1);
+  text << text.nstring() << text.nstring();
+  EXPECT_STREQ(text.nstring(), "xxxx");
 }
 
 TEST(OStringSharing, ThreadsHoldAndReleaseCopiesOfOneText) {
@@ -76,6 +78,8 @@ TEST(OStringForms, AreConvertedOnDemandAndKept) {
   narrow << "!";
   EXPECT_FALSE(narrow.is_valid_n()) << "a modification leaves the working form alone";
   EXPECT_STREQ(narrow.nstring(), "caf\xe9!");
+  narrow << "\xe9";
+  EXPECT_EQ(std::basic_string<WCHAR>(narrow.wstring()), TEXT("caf\x00e9!\x00e9"));
 }
 
 TEST(OStringForms, EmptyStringsAreNeverNull) {
@@ -110,6 +114,8 @@ TEST(OStringComparison, RanksNarrowBytesSignedAndWideOnesUnsigned) {
     EXPECT_EQ(one.left.Compare(one.right), one.compare);
     EXPECT_EQ(one.right.Compare(one.left), -one.compare);
     EXPECT_EQ(one.left.CompareNoCase(one.right), one.noCase);
+    EXPECT_EQ(one.left.CompareNoCase(one.right.nstring()), one.noCase);
+    EXPECT_EQ(one.left == one.right.nstring(), one.compare == 0);
   }
 }
 
