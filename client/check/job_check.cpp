@@ -45,8 +45,9 @@ class JobChecker {
       return std::move(_report);
     }
     CheckNul();
-    const JobDocumentPtr document = ParseJobDocument(
-        reinterpret_cast<const unsigned char*>(_text.data()), static_cast<DWORD>(_text.size()));
+    const JobDocumentPtr document =
+        ParseJobDocument(reinterpret_cast<const unsigned char*>(_text.data()),
+                         static_cast<DWORD>(_text.size()), Places::kCounted);
     if (document->Error()) CheckError(*document);
     if (document->ErrorId() != TiXmlBase::TIXML_ERROR) CheckRoots(*document);
     SortFindings();

@@ -45,7 +45,7 @@ void JobDocumentDeleter::operator()(TiXmlDocument* document) const {
   delete document;
 }
 
-JobDocumentPtr ParseJobDocument(const unsigned char* buffer, DWORD sizeBytes) {
+JobDocumentPtr ParseJobDocument(const unsigned char* buffer, DWORD sizeBytes, Places places) {
   const WipedBuffer copy = Terminated(buffer, sizeBytes);
   const auto* const text = reinterpret_cast<const char*>(copy.Data());
   JobDocumentPtr document(new TiXmlDocument());
@@ -53,6 +53,7 @@ JobDocumentPtr ParseJobDocument(const unsigned char* buffer, DWORD sizeBytes) {
     document->SetError(TiXmlBase::TIXML_ERROR, nullptr, nullptr, TIXML_ENCODING_UNKNOWN);
     return document;
   }
+  if (places == Places::kUncounted) document->SetTabSize(0);
   document->Parse(text, nullptr, TIXML_ENCODING_UNKNOWN);
   return document;
 }
