@@ -6,6 +6,7 @@
 
 #include <utf8cpp/utf8.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <iterator>
 #include <string>
@@ -41,14 +42,11 @@ std::string ToUtf8(std::basic_string_view<Unit> utf16) {
   const auto isSurrogate = [](char32_t unit, char32_t first) {
     return unit >= first && unit < first + 0x400;
   };
-  std::string utf8;
-  utf8.reserve(utf16.size());
-  for (std::size_t at = 0; at < utf16.size(); ++at) {
+  const auto asciiEnd = std::find_if(utf16.begin(), utf16.end(),
+                                     [](Unit unit) { return static_cast<char16_t>(unit) >= 0x80; });
+  std::string utf8(utf16.begin(), asciiEnd);  // Most texts have nothing else.
+  for (std::size_t at = utf8.size(); at < utf16.size(); ++at) {
     char32_t point = static_cast<char16_t>(utf16[at]);
-    if (point < 0x80) {
-      utf8 += static_cast<char>(point);
-      continue;
-    }
     const char32_t next = at + 1 < utf16.size() ? static_cast<char16_t>(utf16[at + 1]) : 0;
     if (isSurrogate(point, 0xD800) && isSurrogate(next, 0xDC00)) {
       point = 0x10000 + ((point - 0xD800) << 10) + (next - 0xDC00);

@@ -10,6 +10,7 @@ constexpr std::size_t kMaxPlainBytes = 200;
 constexpr std::size_t kCutBytes = 190;
 
 std::string Escape(const std::string& name) {
+  if (name.find_first_of("%/") == name.npos && !name.starts_with('.')) return name;
   std::string escaped;
   for (const char byte : name) {
     const bool isSpecial = byte == '%' || byte == '/' || (byte == '.' && escaped.empty());
