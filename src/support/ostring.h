@@ -138,10 +138,10 @@ class OString {
   /// The one way of editing: `count` characters at `position` make room for those of `text`.
   template <class Char>
   int Splice(int position, int count, const OString& text);
-  /// `text` is no part of a form that this string alone has. Narrow text that is spliced into a
+  /// `added` is no part of a form that this string alone has. Narrow text that is spliced into a
   /// wide form is ASCII.
   template <class Char, class In>
-  int Splice(int position, int count, std::basic_string_view<In> text);
+  int Splice(int position, int count, std::basic_string_view<In> added);
   /// Whether working with narrow text of the system's code page, too, takes the narrow form.
   bool StaysNarrow() const;
   template <class Map>
