@@ -82,15 +82,26 @@ class ProductLog {
     return all;
   }
 
+  /// How many lines end with `text`.
   int Count(const std::string& text) const {
-    const auto lines = Lines();
-    return static_cast<int>(std::count_if(lines.begin(), lines.end(), [&](const auto& line) {
-      return line.find(text) != std::string::npos;
-    }));
+    return CountLines([&](const std::string& line) { return line.ends_with(text); });
   }
   bool Has(const std::string& text) const { return Count(text) > 0; }
+  /// In how many lines `text` stands anywhere.
+  int Mentions(const std::string& text) const {
+    return CountLines([&](const std::string& line) { return line.find(text) != line.npos; });
+  }
 
  private:
+  template <class Condition>
+  int CountLines(const Condition& condition) const {
+    auto lines = Lines();
+    return static_cast<int>(std::count_if(lines.begin(), lines.end(), [&](std::string& line) {
+      if (line.ends_with('\r')) line.pop_back();
+      return condition(line);
+    }));
+  }
+
   std::basic_string<WCHAR> Path() const {
     std::string file = _source;
     std::replace(file.begin(), file.end(), ' ', '_');

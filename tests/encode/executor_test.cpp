@@ -29,8 +29,8 @@ TEST_F(EncodeTest, NoValueOfAJobReachesALog) {
                              "<write segment='3' data='FEED'/><setpassword password='0BADCAFE'/>"
                              "<killtag password='0BADCAFF'/>"));
   for (const char* value : {"FEED", "BADCAF", "TEST1"}) {
-    EXPECT_FALSE(_log.Has(value)) << value;
-    EXPECT_FALSE(_componentLog->Has(value)) << value;
+    EXPECT_FALSE(_log.Mentions(value)) << value;
+    EXPECT_FALSE(_componentLog->Mentions(value)) << value;
   }
   EXPECT_TRUE(_componentLog->Has("ZebraSDK::KillTag: the tag has no kill password"));
 }
@@ -123,8 +123,8 @@ TEST_F(EncodeTest, ExceptionsAreLoggedByKindWhereTheyAreCaught) {
 
     Script("Connect", expected.fault);
     EXPECT_FALSE(RunOperations(kPrinter)) << expected.fault;
-    EXPECT_TRUE(_componentLog->Has("ZebraSDKManagedBridge::Connect " + expected.ofConnect));
-    EXPECT_EQ(log.Count("Errors, "), 1);
+    EXPECT_TRUE(_componentLog->Mentions("ZebraSDKManagedBridge::Connect " + expected.ofConnect));
+    EXPECT_EQ(log.Mentions("Errors, "), 1);
     EXPECT_THAT(TakeCalls(), Not(HasSubstr("Disconnect=true")));
   }
 }

@@ -32,6 +32,7 @@ TEST(MarkupLimits, BoundDepthNumberAndAttributes) {
       {"<a b=1><c/><c/></a>", false},
       {"<a b=1 c=2 d=3 e=4>", false},
       {"<a>\xF0</a></a></a></a>", false},
+      {"<a></><b><c><d><e>", false},
       {"<?xml a\" version=\"1?><!-- \"?><a><a><a><a>-->", false},
       {"not XML at all", true},
       {"", true},

@@ -43,6 +43,11 @@ class SdkFilesTest : public EncodeTest {
     return Simulator::ReadStateFile(result).value_or("no result");
   }
 
+  void ExpectUnusable(const std::string& reason) {
+    EXPECT_THAT(RunJob(), testing::AllOf(testing::StartsWith("Cannot use the component "),
+                                         testing::EndsWith("Tagwright.Managed.dll: " + reason)));
+  }
+
   /// What the recording component wrote down of the last job.
   static std::string Received() {
     std::string received =
@@ -77,10 +82,28 @@ TEST_F(SdkFilesTest, AreCheckedBeforeTheConnection) {
   };
   for (const auto& expected : unusable) {
     Install(expected.component);
-    EXPECT_THAT(RunJob(), testing::HasSubstr(expected.reason));
+    ExpectUnusable(expected.reason);
   }
   Remove(kComponent);
-  EXPECT_THAT(RunJob(), testing::HasSubstr("LoadLibrary failed, error 0x0000007E"));
+  ExpectUnusable("LoadLibrary failed, error 0x0000007E");
+}
+
+TEST_F(SdkFilesTest, AnInterfaceIsUsedOnlyInTheVersionAndSizeThatWereAskedFor) {
+  Install(_folder + TEXT("\\components\\recording_component.dll"));
+  const auto answer = [](int version, int missingBytes, int object) {
+    std::ostringstream text;
+    text << version << " " << missingBytes << " " << object;
+    Simulator::ReplaceStateFile(Simulator::StateFilePath("interface.txt"), text.str());
+  };
+  answer(2, 0, 1);
+  ExpectUnusable("it answered with another interface version");
+  answer(1, 1, 1);
+  ExpectUnusable("its interface table is too short");
+  answer(1, 0, 0);
+  EXPECT_EQ(RunJob(), "The component created no object");
+  answer(1, -1, 1);
+  EXPECT_EQ(RunJob("<printer port_type='1'/>"), "true") << "a larger table begins like ours";
+  DeleteFileW(Simulator::StateFilePath("interface.txt").c_str());
 }
 
 TEST_F(SdkFilesTest, EveryNumberAndTextOfAJobReachesItsMember) {

@@ -41,7 +41,7 @@ class ThreadCrashTest : public testing::Test {
 
   void ExpectReport(const std::string& function) const {
     const std::string path = DumpFolder::Path("bkcrash_0000.dmp");
-    EXPECT_EQ(_log.Count("Caught in ["), 1);
+    EXPECT_EQ(_log.Mentions("Caught in ["), 1);
     EXPECT_TRUE(_log.Has("Caught in [" + function + "]"));
     EXPECT_TRUE(_log.Has("MiniDump File: " + path));
     EXPECT_FALSE(DumpFolder::Streams(DumpFolder::Content(path)).empty());

@@ -13,9 +13,11 @@ using std::string_literals::operator""s;
 
 class ControlModeTest : public ControlTest {
  protected:
-  int Ended() const { return _log.Count("WaitForEncoderThreadShutdown: all threads signaled"); }
+  int Ended() const {
+    return _log.Count("WaitForEncoderThreadShutdown: all threads signaled as shutdown");
+  }
   int Terminated() const {
-    return _log.Count("TerminateEncoderThreads: Terminating thread id: 0x");
+    return _log.Mentions("TerminateEncoderThreads: Terminating thread id: 0x");
   }
 };
 

@@ -101,7 +101,7 @@ class LifetimeTest : public ProcessTest {
     await(control);
     control.ExpectEnd(15000);
     EXPECT_EQ(_log.Count("ShutdownAllPipes: Forcing Encoder Threads Termination"), 1);
-    EXPECT_EQ(_log.Count("TerminateEncoderThreads: Terminating thread id: 0x"), 1);
+    EXPECT_EQ(_log.Mentions("TerminateEncoderThreads: Terminating thread id: 0x"), 1);
   }
 };
 
@@ -115,7 +115,7 @@ TEST_F(LifetimeTest, AfterTheDriversDeathItFinishesTheJobAndEnds) {
   EXPECT_EQ(_log.Count("Releasing _Zxp7EncodeMutex"), 2);
   EXPECT_EQ(_log.Count("wmain: Watch Parent and Watch Idle successfully aborted"), 4);
   EXPECT_EQ(_log.Count("wmain: Tagwright Exit"), 4);
-  EXPECT_FALSE(_log.Has("Calling TerminateThread") || _log.Has("Terminating thread"));
+  EXPECT_FALSE(_log.Mentions("Calling TerminateThread") || _log.Mentions("Terminating thread"));
 }
 
 TEST_F(LifetimeTest, TheDriversDeathIsTold) {
@@ -169,7 +169,7 @@ TEST_F(LifetimeTest, NoEncoderIsLostWhenTheDriverDiesWhileItAdds) {
   EXPECT_EQ(_log.Count("PipeServer::PipeServer: Constructor called"),
             _log.Count("PipeServer::~PipeServer: Destructor called"));
   EXPECT_EQ(_log.Count("ShutdownAllPipes: Leave"), 6);
-  EXPECT_FALSE(_log.Has("Terminating thread"));
+  EXPECT_FALSE(_log.Mentions("Terminating thread"));
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 /// tagwright in single mode: a driver's session from start to exit code.
 #include "process/process_fixture.h"
+#include "support/scoped_handle.h"
 
 namespace {
 
@@ -24,7 +25,15 @@ TEST_F(SingleModeTest, ASecondProcessOnTheSameNameLeavesTheFirstAlone) {
   Program second;
   second.Start("tagwright", "/n " + _pipeName);
   EXPECT_EQ(second.ExitCode(), DWORD{0});
-  _client.Expect(0, 0x201, Example("encode-epc.xml"));
+  const ScopedHandle jobOfAnother(
+      CreateMutexW(nullptr, TRUE, TEXT("TagwrightServerEncodingMutex")));
+  _client.Send(0x201, Example("encode-epc.xml"));
+  _tagwright.Await(
+      [&] { return _log.Has("Serializing all Encoding - Aquiring _Zxp7EncodeMutex"); });
+  EXPECT_EQ(WaitForSingleObject(_tagwright.Handle(), 100), DWORD{WAIT_TIMEOUT});
+  EXPECT_FALSE(_log.Mentions("Serializing all Encoding - Aquired _Zxp7EncodeMutex"));
+  ReleaseMutex(jobOfAnother.Get());
+  _client.ExpectReply(0x201, 0);
   ExpectExit();
   ExpectLog("second-process");
 }
@@ -47,6 +56,12 @@ TEST_F(SingleModeTest, WithoutADriverItEndsByItself) {
 TEST_F(SingleModeTest, WithoutRequestsItEndsByItself) {
   _tagwright.Start("hurried\\tagwright", "/n " + _pipeName);
   _tagwright.Connect(_client, _pipeName);
+  const ScopedHandle decisionOfAnother(
+      CreateMutexW(nullptr, TRUE, TEXT("Tagwright_Shutdown_Mutex")));
+  _tagwright.Await(
+      [&] { return _log.Has("wmain: hIdleEvent was signaled. Taking Shutdown mutex"); });
+  EXPECT_EQ(WaitForSingleObject(_tagwright.Handle(), 200), DWORD{WAIT_TIMEOUT});
+  ReleaseMutex(decisionOfAnother.Get());
   ExpectExit();
   _client.ExpectClosed();
   ExpectLog("idle");

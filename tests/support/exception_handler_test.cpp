@@ -6,6 +6,7 @@
 #include <string>
 
 #include "common/product_log.h"
+#include "common/test_thread.h"
 #include "support/oevent_log.h"
 #include "support/thread_procedure.h"
 
@@ -87,6 +88,20 @@ TEST_F(ExceptionHandler, LeavesALineOfWhateverEndsAThread) {
       EXPECT_THAT(report, HasSubstr("Caught in [Worker::Run]"));
     }
   }
+}
+
+TEST_F(ExceptionHandler, AnApartmentThatIsThereAlreadyIsTold) {
+  const ProductLog log(kSource);
+  Z7SvEventLog.reset(new OEventLog(kSource, OEventLog::kApplicationLog));
+  TestThread([] {
+    const auto intro = [] { return OString("Worker: "); };
+    InitializeApartment(intro);
+    InitializeApartment(intro);
+    for (int i = 0; i < 2; ++i) CoUninitialize();
+    return 0;
+  }).Join();
+  Z7SvEventLog.reset();
+  EXPECT_THAT(log.Texts(), testing::ElementsAre("Errors: Worker: coInitResult = 00000001"));
 }
 
 TEST_F(ExceptionHandler, DoesOnlyWhatItsFlagsSay) {

@@ -13,6 +13,7 @@
 #include "common/unique_name.h"
 #include "platform/debug_listener.h"
 #include "support/log.h"
+#include "support/ofile.h"
 #include "support/oregistry.h"
 #include "support/scoped_handle.h"
 
@@ -174,6 +175,32 @@ TEST(OEventLog, RegistersItsSourceUnderOneLogOnce) {
     EXPECT_FALSE(create(foreign, after)) << "nothing was touched";
     EXPECT_EQ(log.file.Content(), "") << "a mask without a copy";
   }
+}
+
+TEST(OEventLog, NamesEveryLevel) {
+  std::string names;
+  for (DWORD bit = 0x80000000U; bit != 0; bit >>= 1) {
+    names += OEventLog::GetLevelName(bit) + std::string(" ");
+    if (bit == 0x10000000U) bit = 0x00010000U;
+  }
+  std::string expected = "Errors Warnings Info DetailInfo ";
+  for (char letter = 'P'; letter >= 'A'; --letter) {
+    expected += std::string("DetailInfo") + letter + " ";
+  }
+  EXPECT_EQ(names, expected);
+}
+
+TEST(OEventLog, TellsTheDebuggerOfAFileThatCannotBeOpened) {
+  const auto listener = platform::DebugListener::Open();
+  ASSERT_NE(listener, nullptr);
+  TestLog log(LogLevel::kCopyToFile);
+  OString inItsPlace = OString("C:\\Log Files\\") + log.name.c_str() + ".txt";
+  inItsPlace.Replace("Tagwright Test ", "Tagwright_Test_");
+  ASSERT_TRUE(OFile::CreateDirectoryPath(inItsPlace));
+  EXPECT_TRUE(log.LogInformationEvent("event", 0, 0));
+  EXPECT_EQ(listener->Next(kAmpleMs).value_or("none"),
+            "OEventLog::WriteEventToFile Unable to open C:\\BrennickLogs\\EventLog.txt\n");
+  RemoveDirectoryW(inItsPlace.wstring());
 }
 
 DWORD g_nowMs = 0;

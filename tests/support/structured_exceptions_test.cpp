@@ -351,7 +351,7 @@ TEST_F(CrashReport, SaysWhenThereIsNoDump) {
   UseLibrary(TEXT("Shell32.dll"));
   Report(Read);
   EXPECT_TRUE(_log.Has("Attemped to generate minidump file but failed"));
-  EXPECT_FALSE(_log.Has(kReported));
+  EXPECT_FALSE(_log.Mentions(kReported));
 }
 
 TEST_F(CrashReport, DumpsOfThreadsThatCrashTogetherHaveFilesOfTheirOwn) {

@@ -1,5 +1,7 @@
 /// A component that writes down what it is called with, a line for each call, to the file
-/// received.txt in the simulator's folder. Everything succeeds but connecting to port type 0.
+/// received.txt in the simulator's folder. Everything succeeds but connecting to port type 0,
+/// unless the file interface.txt says otherwise: version, bytes that the table lacks, whether it
+/// can create an object.
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
@@ -13,8 +15,12 @@ namespace {
 using Object = TagwrightComponentObject;
 using Result = TagwrightCallResult;
 
+std::string Path(const char* file) {
+  return std::getenv("TAGWRIGHT_ROOT") + std::string("/simulator/") + file;
+}
+
 std::ofstream& Received() {
-  static std::ofstream file(std::getenv("TAGWRIGHT_ROOT") + std::string("/simulator/received.txt"));
+  static std::ofstream file(Path("received.txt"));
   return file;
 }
 
@@ -49,9 +55,10 @@ struct Member {
   }
 };
 
+int g_canCreate = 1;
+
 Object* Create(Result*) {
-  static int object;
-  return reinterpret_cast<Object*>(&object);
+  return g_canCreate == 0 ? nullptr : reinterpret_cast<Object*>(&g_canCreate);
 }
 void Connect(Object*, std::int32_t portType, TagwrightText printerAddress,
              std::uint32_t connectPerCard, Result* result) {
@@ -89,5 +96,9 @@ constexpr TagwrightComponentInterface kInterface = {
 
 extern "C" TAGWRIGHT_RECORDING_COMPONENT_EXPORT const TagwrightComponentInterface*
 TagwrightManagedGetInterface(std::uint32_t) {
-  return &kInterface;
+  static TagwrightComponentInterface component = kInterface;
+  std::uint32_t missingBytes = 0;
+  std::ifstream(Path("interface.txt")) >> component.version >> missingBytes >> g_canCreate;
+  component.size -= missingBytes;
+  return &component;
 }
