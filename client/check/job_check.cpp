@@ -6,6 +6,7 @@
 
 #include "client/check/nearest_word.h"
 #include "client/check/operation.h"
+#include "client/text.h"
 #include "encode/job_document.h"
 
 namespace Tagwright {
@@ -36,8 +37,9 @@ std::string Tag(const TiXmlNode& node) { return "<" + node.ValueStr() + ">"; }
 
 class JobChecker {
  public:
-  explicit JobChecker(std::span<const std::uint8_t> document)
-      : _text(reinterpret_cast<const char*>(document.data()), document.size()) {}
+  JobChecker(std::span<const std::uint8_t> document, const PrinterTags& printers)
+      : _text(reinterpret_cast<const char*>(document.data()), document.size()),
+        _printers(printers) {}
 
   JobReport Check() {
     if (_text.empty()) {
@@ -131,7 +133,8 @@ class JobChecker {
       return;
     }
     CheckOrder(element, *form);
-    Operation operation(element, *form, _report);
+    Operation operation(element, *form, _tag, _report);
+    if (form->name == "printer") TakePrinter(operation);
     CheckAttributes(operation);
     const std::size_t before = _report.steps.size();
     ExplainOperation(operation);
@@ -154,6 +157,22 @@ class JobChecker {
     if (form.name == "killtag") _killed = true;
   }
 
+  /// From here on the tag is the one in this printer.
+  void TakePrinter(Operation& operation) {
+    _tag = {};
+    const std::string address = AnsiToUtf8(operation.Text("port_address"));
+    if (!_printers || address.empty()) return;
+    const auto found = _printers->find(address);
+    if (found != _printers->end()) {
+      _tag = found->second;
+    } else {
+      std::vector<std::string_view> addresses;
+      for (const auto& [known, tag] : *_printers) addresses.push_back(known);
+      operation.Doubt("port_address", "there is no printer at \"" + address + "\"" +
+                                          DidYouMean(address, addresses));
+    }
+  }
+
   void SortFindings() {
     std::ranges::stable_sort(_report.findings, [](const Finding& left, const Finding& right) {
       return std::pair(left.row, left.column) < std::pair(right.row, right.column);
@@ -161,6 +180,8 @@ class JobChecker {
   }
 
   std::string_view _text;
+  const PrinterTags& _printers;
+  TagSizes _tag;
   JobReport _report;
   bool _connected = false;
   bool _killed = false;
@@ -174,6 +195,8 @@ bool JobReport::IsUsable() const {
       findings, [](const Finding& finding) { return finding.severity == Severity::kUnusable; });
 }
 
-JobReport CheckJob(std::span<const std::uint8_t> document) { return JobChecker(document).Check(); }
+JobReport CheckJob(std::span<const std::uint8_t> document, const PrinterTags& printers) {
+  return JobChecker(document, printers).Check();
+}
 
 }  // namespace Tagwright

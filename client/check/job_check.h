@@ -6,9 +6,12 @@
 #include <span>
 
 #include "client/check/job_report.h"
+#include "client/check/tag_sizes.h"
 
 namespace Tagwright {
 
-JobReport CheckJob(std::span<const std::uint8_t> document);
+/// `printers` decides about port addresses and the sizes of banks; without it any address may be a
+/// printer, with a common tag.
+JobReport CheckJob(std::span<const std::uint8_t> document, const PrinterTags& printers = {});
 
 }  // namespace Tagwright

@@ -10,22 +10,30 @@
 namespace Tagwright {
 namespace {
 
-/// Sizes in words of the banks Reserved, EPC, TID and User on the tag that the simulated printer
-/// keeps; User and TID differ between chips.
-constexpr int kBankWords[] = {4, 33, 6, 32};
 constexpr const char* kBankNames[] = {"Reserved", "EPC", "TID", "User"};
 constexpr int kBankCount = 4;
 constexpr int kReservedBank = 0;
 constexpr int kEpcBank = 1;
 constexpr int kTidBank = 2;
-constexpr int kMaxEpcWords = 31;
-constexpr int kUserBlockCount = 8;
+constexpr int kReservedWords = 4;
+/// CRC and PC stand before the EPC in its bank.
+constexpr int kWordsBeforeEpc = 2;
 
 constexpr int kKillPassword = 1;
 constexpr int kAccessPassword = 2;
 
 std::string Count(int number, const std::string& noun) {
   return std::to_string(number) + " " + noun + (number == 1 ? "" : "s");
+}
+
+/// Only for a number of `kBankNames`.
+int WordsOf(const TagSizes& tag, int bank) {
+  const int words[kBankCount] = {kReservedWords, tag.epcBank, tag.tidBank, tag.userBank};
+  return words[bank];
+}
+
+std::string OnSuchATag(const TagSizes& tag) {
+  return tag.kind.empty() ? " on a common tag" : " on a tag of kind " + tag.kind;
 }
 
 void ExplainPrinter(Operation& operation) {
@@ -42,9 +50,10 @@ void ExplainPrinter(Operation& operation) {
 void ExplainEpcWrite(Operation& operation) {
   const int words = operation.Words("data");
   operation.Does("writes the EPC: " + Count(words * 16, "bit"));
-  if (words > kMaxEpcWords) {
-    operation.Doubt("data", "an EPC has at most " + Count(kMaxEpcWords, "word") + ", not " +
-                                std::to_string(words));
+  const int room = operation.Tag().epcBank - kWordsBeforeEpc;
+  if (words > room) {
+    operation.Doubt("data", "an EPC has at most " + Count(room, "word") +
+                                OnSuchATag(operation.Tag()) + ", not " + std::to_string(words));
   }
   if (operation.Number("offset") != 0) {
     operation.Doubt("offset",
@@ -53,12 +62,13 @@ void ExplainEpcWrite(Operation& operation) {
 }
 
 void CheckRange(Operation& operation, int bank, int offset, int words) {
+  const int size = WordsOf(operation.Tag(), bank);
   if (offset < 0) {
     operation.Doubt("offset", "offset " + std::to_string(offset) + " lies before the bank");
-  } else if (offset + static_cast<long long>(words) > kBankWords[bank]) {
+  } else if (offset + static_cast<long long>(words) > size) {
     operation.Doubt("offset", Count(words, "word") + " from word " + std::to_string(offset) +
                                   " end past the " + kBankNames[bank] + " bank, which has " +
-                                  Count(kBankWords[bank], "word") + " on a common tag");
+                                  Count(size, "word") + OnSuchATag(operation.Tag()));
   }
 }
 
@@ -97,6 +107,8 @@ void ExplainWrite(Operation& operation) {
 void ExplainPermalock(Operation& operation) {
   const int first = operation.Number("startblock");
   const int count = operation.Number("blockcount");
+  const TagSizes& tag = operation.Tag();
+  const int blocks = (tag.userBank + tag.userBlock - 1) / tag.userBlock;
   operation.Does("permanently locks " + Count(count, "block") + " of the User bank from block " +
                  std::to_string(first));
   for (const char* name : {"startblock", "blockcount"}) {
@@ -104,10 +116,10 @@ void ExplainPermalock(Operation& operation) {
   }
   if (count <= 0) {
     operation.Doubt("blockcount", "blockcount " + std::to_string(count) + " locks no block");
-  } else if (first < 0 || first + static_cast<long long>(count) > kUserBlockCount) {
+  } else if (first < 0 || first + static_cast<long long>(count) > blocks) {
     operation.Doubt("startblock", "the blocks reach past the User bank, which has " +
-                                      Count(kUserBlockCount, "block") +
-                                      " of 4 words on a common tag");
+                                      Count(blocks, "block") + " of " +
+                                      Count(tag.userBlock, "word") + OnSuchATag(tag));
   }
   if (operation.Has("lock_action")) {
     operation.Doubt("lock_action", "lock_action is not used together with block=\"yes\"");

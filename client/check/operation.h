@@ -8,17 +8,20 @@
 
 #include "client/check/job_elements.h"
 #include "client/check/job_report.h"
+#include "client/check/tag_sizes.h"
 
 namespace Tagwright {
 
 class Operation {
  public:
-  /// All three outlive the object.
-  Operation(const TiXmlElement& element, const ElementForm& form, JobReport& report)
-      : _element(element), _form(form), _report(report) {}
+  /// All four outlive the object. `tag` is the one that the operation finds.
+  Operation(const TiXmlElement& element, const ElementForm& form, const TagSizes& tag,
+            JobReport& report)
+      : _element(element), _form(form), _tag(tag), _report(report) {}
 
   const ElementForm& Form() const { return _form; }
   const TiXmlElement& Element() const { return _element; }
+  const TagSizes& Tag() const { return _tag; }
 
   bool Has(const char* name) const { return _element.Attribute(name) != nullptr; }
   /// 0 when the attribute is absent.
@@ -37,6 +40,7 @@ class Operation {
  private:
   const TiXmlElement& _element;
   const ElementForm& _form;
+  const TagSizes& _tag;
   JobReport& _report;
 };
 

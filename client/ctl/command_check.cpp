@@ -26,10 +26,11 @@ void PrintReport(const std::string& path, const Tagwright::JobReport& report) {
 }
 
 ExitCode Check(const std::vector<std::string>& paths) {
+  const Tagwright::PrinterTags printers = KnownPrinters();
   ExitCode result = ExitCode::kSuccess;
   for (const std::string& path : paths) {
     const WipedBuffer document = LoadFile(path);
-    const Tagwright::JobReport report = Tagwright::CheckJob(document.Bytes());
+    const Tagwright::JobReport report = Tagwright::CheckJob(document.Bytes(), printers);
     PrintReport(path, report);
     if (!report.findings.empty()) Note(result, ExitCode::kDoubtful);
   }

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "client/check/job_report.h"
+#include "client/check/tag_sizes.h"
 #include "client/ctl/request.h"
 
 namespace Ctl {
@@ -17,6 +18,10 @@ struct GateOptions {
 
   void AddTo(CLI::App& command);
 };
+
+/// The printers of the simulator's printers.json, where that file exists. One that cannot be
+/// understood is said on standard error and counts as none.
+Tagwright::PrinterTags KnownPrinters();
 
 /// "card.xml:6:10: warning: ..." for a doubt, "error" for what makes the job unusable.
 std::string DescribeFinding(const std::string& path, const Tagwright::Finding& finding);

@@ -32,6 +32,8 @@ class Printers {
   /// The kind of that name, built in or of the file; null when there is none.
   const TagKind* FindKind(std::string_view name) const;
   const std::vector<TagKind>& Kinds() const { return _kinds; }
+  /// Whether there is no file, so that every address but the empty one is a printer.
+  bool IsEveryAddressOne() const { return _isEveryAddressOne; }
   /// The addresses of the file; empty without one.
   std::vector<WideText> Addresses() const;
 

@@ -52,7 +52,7 @@ TEST(JobCheck, FindsWhatIsWrongWithAnOperationWhereItStands) {
       {"<write segment='1' data='AAAA BBBB'/>", "3:20", "data holds blanks"},
       {"<write segment='1' data=''/>", "3:20", "data is empty"},
       {"<write segment='1' offset='2' data='AAAA'/>", "3:20", "offset is not used"},
-      {"<write segment='1' data='" + Words(32) + "'/>", "3:20", "at most 31 words, not 32"},
+      {"<write segment='1' data='" + Words(32) + "'/>", "3:20", "at most 31 words on a common tag, not 32"},
       {"<write segment='3' offset='31' data='AAAABBBB'/>", "3:20", "2 words from word 31 end past"},
       {"<write segment='3' offset='-1' data='AAAA'/>", "3:20", "before the bank"},
       {"<write segment='3' data='AAAA'/>", "3:1", "offset is missing: the write starts at word 0"},
