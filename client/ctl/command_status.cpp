@@ -50,29 +50,56 @@ bool IsTagwright(const PROCESSENTRY32W& entry) {
   return name == "tagwright" || name == "tagwright.exe";
 }
 
-/// "control pipe card (gone)": what the arguments say, as the program reads them, and the pipes
-/// that are there.
-std::string DescribePipes(const std::vector<Tagwright::WideString>& arguments) {
+/// What a tagwright's arguments say, read as the program reads them.
+struct Serving {
   Tagwright::WideString pipe;
   bool control = false;
+};
+
+Serving ServingOf(const std::vector<Tagwright::WideString>& arguments) {
+  Serving serving;
   for (std::size_t i = 1; i < arguments.size(); ++i) {
     if (arguments[i] == TEXT("/n") && i + 1 < arguments.size()) {
-      pipe = arguments[++i];
+      serving.pipe = arguments[++i];
     } else if (arguments[i] == TEXT("/c")) {
-      control = true;
+      serving.control = true;
     }
   }
-  const std::vector<std::string> pipes = platform::PipesOfServer(pipe);
-  std::string text = (control ? "control pipe " : "encoder pipe ") + Tagwright::ToUtf8(pipe);
-  if (pipes.empty()) text += " (gone, or of another state root)";
-  return pipes.size() > 1 ? text + ", " + std::to_string(pipes.size()) + " pipes in all" : text;
+  return serving;
 }
 
+/// "python3 (4711)"
 std::string NameOf(DWORD processId) {
   const auto arguments = platform::ProcessArguments(processId);
   if (arguments.empty()) return "process " + std::to_string(processId);
   const std::string program = Tagwright::ToUtf8(arguments.front());
   return program.substr(program.find_last_of("/\\") + 1) + " (" + std::to_string(processId) + ")";
+}
+
+std::string DescribeClient(const platform::LivePipe& pipe) {
+  if (!pipe.clientProcessId) return "";
+  return *pipe.clientProcessId == 0 ? ", no client" : ", client " + NameOf(*pipe.clientProcessId);
+}
+
+/// The file names of pipes are in lower case.
+bool IsSamePipe(const std::string& name, const std::string& other) {
+  return OString(name.c_str()).CompareNoCase(other.c_str()) == 0;
+}
+
+void PrintProcess(const PROCESSENTRY32W& entry) {
+  const Serving serving = ServingOf(platform::ProcessArguments(entry.th32ProcessID));
+  const std::string name = Tagwright::ToUtf8(serving.pipe);
+  const std::vector<platform::LivePipe> pipes = platform::PipesOfServer(serving.pipe);
+  const auto first = std::ranges::find_if(
+      pipes, [&](const platform::LivePipe& pipe) { return IsSamePipe(pipe.name, name); });
+  PrintRow("tagwright", "process " + std::to_string(entry.th32ProcessID) + ", started by " +
+                            NameOf(entry.th32ParentProcessID));
+  PrintRow("", (serving.control ? "control pipe " : "encoder pipe ") + name +
+                   (first == pipes.end() ? " (gone, or of another state root)"
+                                         : DescribeClient(*first)));
+  for (auto pipe = pipes.begin(); pipe != pipes.end(); ++pipe) {
+    if (pipe != first) PrintRow("", "encoder pipe " + pipe->name + DescribeClient(*pipe));
+  }
 }
 
 void PrintProcesses() {
@@ -84,9 +111,7 @@ void PrintProcesses() {
        found = Process32NextW(snapshot.Get(), &entry)) {
     if (!IsTagwright(entry)) continue;
     any = true;
-    PrintRow("tagwright", "process " + std::to_string(entry.th32ProcessID) + ", " +
-                              DescribePipes(platform::ProcessArguments(entry.th32ProcessID)) +
-                              ", started by " + NameOf(entry.th32ParentProcessID));
+    PrintProcess(entry);
   }
   if (!any) PrintRow("tagwright", "no process runs");
 }

@@ -1,7 +1,8 @@
-/// Which pipes a server has, found out without connecting to one: a pipe has one client in its
-/// life.
+/// Which pipes a server has and who is connected to them, found out without connecting to one: a
+/// pipe has one client in its life.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -9,9 +10,16 @@
 
 namespace platform {
 
-/// The names of the live pipes that the server of the pipe `name` has, that one among them, in
-/// alphabetical order. Where the system does not say which process has a pipe, as on Windows, it is
-/// `name` alone. Empty when nobody serves it.
-std::vector<std::string> PipesOfServer(const std::basic_string<WCHAR>& name);
+struct LivePipe {
+  std::string name;
+  /// The process at the client's end, 0 while there is none. Nothing where the system does not say,
+  /// as on Windows, or where the process is another user's.
+  std::optional<DWORD> clientProcessId;
+};
+
+/// The live pipes that the server of the pipe `name` has, that one among them, ordered by name.
+/// Where the system does not say which process has a pipe, as on Windows, it is that one alone.
+/// Empty when nobody serves it.
+std::vector<LivePipe> PipesOfServer(const std::basic_string<WCHAR>& name);
 
 }  // namespace platform

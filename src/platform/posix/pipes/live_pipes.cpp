@@ -9,10 +9,11 @@
 #include "platform/posix/kernel/state_paths.h"
 #include "platform/posix/pipes/claim.h"
 #include "platform/posix/pipes/name.h"
+#include "platform/posix/pipes/socket_client.h"
 
 namespace platform {
 
-std::vector<std::string> PipesOfServer(const std::u16string& name) {
+std::vector<LivePipe> PipesOfServer(const std::u16string& name) {
   const KernelScope scope;
   std::string fileName;
   if (PipeFileName((u"\\\\.\\pipe\\" + name).c_str(), fileName) != 0 || !IsClaimed(fileName)) {
@@ -22,16 +23,17 @@ std::vector<std::string> PipesOfServer(const std::u16string& name) {
   const std::filesystem::path folder = StateFolder("pipe/.lock");
   struct stat own {};
   if (stat((folder / fileName).c_str(), &own) != 0) return {};
-  std::vector<std::string> names;
+  std::vector<LivePipe> pipes;
   std::error_code ignored;
   for (const auto& claim : std::filesystem::directory_iterator(folder, ignored)) {
     struct stat other {};
     if (stat(claim.path().c_str(), &other) == 0 && other.st_ino == own.st_ino) {
-      names.push_back(claim.path().filename());
+      const std::string pipe = claim.path().filename();
+      pipes.push_back({pipe, ClientOfSocket(SocketPath(pipe))});
     }
   }
-  std::ranges::sort(names);
-  return names;
+  std::ranges::sort(pipes, {}, &LivePipe::name);
+  return pipes;
 }
 
 }  // namespace platform
