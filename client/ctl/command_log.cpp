@@ -13,6 +13,7 @@
 #include "client/ctl/since.h"
 #include "client/log/event_log_reader.h"
 #include "client/log/log_file_reader.h"
+#include "platform/kept_event_log.h"
 #include "platform/terminal.h"
 #include "support/log_levels.h"
 
@@ -92,9 +93,17 @@ void Print(const LogEvent& event, bool coloured) {
   PrintLine(coloured ? ColourOf(event) + line + "\033[0m" : line);
 }
 
+void SayWhenNothingIsKept() {
+  if (platform::KeepsEventLog()) return;
+  PrintNote(
+      "Wine keeps no event log: nothing that was logged can be read from it. \"log-mask "
+      "default,file\" copies what is logged from then on to files, and \"log --file\" shows them.");
+}
+
 void ShowLog(const LogOptions& options) {
   const Filter filter = FilterOf(options);
   const bool coloured = platform::PrepareTerminal();
+  if (!options.file) SayWhenNothingIsKept();
   LogReader log(options.file);
   do {
     for (const LogEvent& event : log.ReadNew()) {

@@ -3,9 +3,11 @@
 
 #include "client/ctl/failure.h"
 #include "client/ctl/since.h"
+#include "client/log/event_log_reader.h"
 #include "client/log/log_file_reader.h"
 #include "client/log/log_sources.h"
 #include "common/product_log.h"
+#include "platform/kept_event_log.h"
 #include "support/oevent_log.h"
 
 namespace {
@@ -31,6 +33,20 @@ TEST(LogFileReader, ReadsWhatIsNewLineByLine) {
                                                   Field(&LogEvent::source, kSource)),
                                             Field(&LogEvent::text, "second\nin two lines")));
   EXPECT_THAT(reader.ReadNew(), testing::IsEmpty());
+}
+
+TEST(EventLogReader, ReadsWhatIsNewUnlessTheSystemKeepsNothing) {
+  Tagwright::EventLogReader reader;
+  reader.SkipToEnd();
+  OEventLog log(kSource, OEventLog::kApplicationLog);
+  log.LogErrorEvent("first", 0);
+  EXPECT_EQ(reader.ReadNew().size(), platform::KeepsEventLog() ? 1U : 0U);
+  log.LogInformationEvent("second", 0, LogLevel::kInfo);
+  if (!platform::KeepsEventLog()) return;
+  EXPECT_THAT(reader.ReadNew(),
+              ElementsAre(AllOf(Field(&LogEvent::text, "second"),
+                                Field(&LogEvent::level, LogLevel::kInfo),
+                                Field(&LogEvent::processId, GetCurrentProcessId()))));
 }
 
 TEST(LogSources, AreFoundByWordAndByName) {
