@@ -13,7 +13,7 @@
 namespace Ctl {
 namespace {
 
-constexpr const WCHAR* kMaskKey = TEXT("Software\\Brennick\\Drivers\\DebugLogMasks");
+Tagwright::WideString MaskKey() { return Tagwright::ToWide(LogLevel::kMaskKey); }
 
 /// Whose mask is set when nobody says another.
 constexpr std::string_view kDefaultSource = "native";
@@ -37,7 +37,7 @@ void Check(LSTATUS status, const std::string& what) {
 bool ReadMask(const std::string& source, DWORD& mask) {
   ScopedKey key;
   const LSTATUS status =
-      RegOpenKeyExW(HKEY_LOCAL_MACHINE, kMaskKey, 0, KEY_QUERY_VALUE, key.Receive());
+      RegOpenKeyExW(HKEY_LOCAL_MACHINE, MaskKey().c_str(), 0, KEY_QUERY_VALUE, key.Receive());
   if (status == ERROR_FILE_NOT_FOUND) return false;
   Check(status, "open");
   DWORD size = sizeof(mask);
@@ -48,7 +48,7 @@ bool ReadMask(const std::string& source, DWORD& mask) {
 
 void WriteMask(const std::string& source, DWORD mask) {
   ScopedKey key;
-  Check(RegCreateKeyExW(HKEY_LOCAL_MACHINE, kMaskKey, 0, nullptr, REG_OPTION_NON_VOLATILE,
+  Check(RegCreateKeyExW(HKEY_LOCAL_MACHINE, MaskKey().c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE,
                         KEY_SET_VALUE, nullptr, key.Receive(), nullptr),
         "open");
   Check(RegSetValueExW(key.Get(), Tagwright::ToWide(source).c_str(), 0, REG_DWORD,

@@ -26,6 +26,9 @@ constexpr DWORD kCopyToFile = 0x04000000U;
 /// What is in force while the registry holds no mask.
 constexpr DWORD kDefaultMask = kErrors | kWarnings | kInfo;
 
+/// The key under HKEY_LOCAL_MACHINE that holds the masks: REG_DWORD values named after the sources.
+inline constexpr const char* kMaskKey = "Software\\Brennick\\Drivers\\DebugLogMasks";
+
 /// One bit and the name that a line of the log file shows for it.
 struct Name {
   DWORD bit;

@@ -22,7 +22,6 @@ constexpr DWORD kFileMutexTimeoutMs = 10000;
 /// More than most lines of the file have.
 constexpr std::size_t kTypicalLineBytes = 256;
 
-constexpr const char* kMaskKey = "LOCAL_MACHINE:Software\\Brennick\\Drivers\\DebugLogMasks\\";
 constexpr const char* kLogFolder = "C:\\Log Files";
 constexpr const char* kApplicationSources =
     "SYSTEM\\CurrentControlSet\\Services\\Eventlog\\Application\\";
@@ -129,7 +128,7 @@ OEventLog::~OEventLog() {
 }
 
 void OEventLog::LoadLogMask() {
-  _maskKeyPath = OString(kMaskKey) + _sourceName;
+  _maskKeyPath = OString("LOCAL_MACHINE:") + LogLevel::kMaskKey + "\\" + _sourceName;
   _maskKeyPath.wstring();  // both forms are there now: threads that refresh at once only read them
   const DWORD mask = ReadLogMask();
   _levelMask = mask;
