@@ -20,6 +20,7 @@ void Listen() {
                   "cannot listen to the debugger output; there is one listener at a time (" +
                       SystemErrorText(GetLastError()) + ")");
   }
+  PrintNote("listening to the debugger output until interrupted");
   for (;;) {
     if (const auto text = listener->Next(INFINITE)) Print(*text);
   }

@@ -21,6 +21,13 @@ FailureReasons::FailureReasons(DWORD processId, bool sideBySide)
   _reader.SkipToEnd();
 }
 
+void FailureReasons::Pass() {
+  const std::lock_guard lock(_mutex);
+  if (_sideBySide) return;
+  _reader.SkipToEnd();
+  _events.clear();
+}
+
 bool FailureReasons::IsReason(const Tagwright::LogEvent& event, const Exchange& exchange) const {
   return Tagwright::IsNoTrace(event) && Overlaps(event, exchange) &&
          (_processId == 0 || event.processId == _processId);

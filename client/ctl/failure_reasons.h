@@ -21,6 +21,10 @@ class FailureReasons {
   /// a reason before; of exchanges side by side, those of the thread that logged last.
   std::vector<Tagwright::LogEvent> Of(const Exchange& exchange);
 
+  /// An exchange succeeded. Unless others go on beside it, what was logged until now is about it,
+  /// and no reason of a failure that follows.
+  void Pass();
+
  private:
   bool IsReason(const Tagwright::LogEvent& event, const Exchange& exchange) const;
 

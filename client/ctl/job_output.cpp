@@ -54,6 +54,7 @@ void JobOutput::Finish(const std::string& place, const Request& request, const E
   Note(_result, ExitCodeOf(exchange));
   if (exchange.Succeeded()) {
     ++_succeeded;
+    _reasons.Pass();
   } else {
     _failed.push_back(request.label);
   }

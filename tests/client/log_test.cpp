@@ -43,10 +43,10 @@ TEST(EventLogReader, ReadsWhatIsNewUnlessTheSystemKeepsNothing) {
   EXPECT_EQ(reader.ReadNew().size(), platform::KeepsEventLog() ? 1U : 0U);
   log.LogInformationEvent("second", 0, LogLevel::kInfo);
   if (!platform::KeepsEventLog()) return;
-  EXPECT_THAT(reader.ReadNew(),
-              ElementsAre(AllOf(Field(&LogEvent::text, "second"),
-                                Field(&LogEvent::level, LogLevel::kInfo),
-                                Field(&LogEvent::processId, GetCurrentProcessId()))));
+  EXPECT_THAT(
+      reader.ReadNew(),
+      ElementsAre(AllOf(Field(&LogEvent::text, "second"), Field(&LogEvent::level, LogLevel::kInfo),
+                        Field(&LogEvent::processId, GetCurrentProcessId()))));
 }
 
 TEST(LogSources, AreFoundByWordAndByName) {
