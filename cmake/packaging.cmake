@@ -19,6 +19,14 @@ if(WIN32)
   install(FILES ${CMAKE_BINARY_DIR}/resources/copyright.txt DESTINATION ${TAGWRIGHT_DOC_FOLDER})
   install(FILES ${CMAKE_BINARY_DIR}/resources/copyright.txt DESTINATION ${TAGWRIGHT_DOC_FOLDER}
           COMPONENT simulator)
+  configure_file(resources/simulator-event-source.cmd
+                 ${CMAKE_BINARY_DIR}/resources/simulator-event-source.cmd @ONLY NEWLINE_STYLE CRLF)
+  install(FILES ${CMAKE_BINARY_DIR}/resources/simulator-event-source.cmd
+          DESTINATION ${TAGWRIGHT_PROGRAM_FOLDER} COMPONENT simulator)
+  # The kit holds code of this project alone.
+  configure_file(packaging/copyright.txt ${CMAKE_BINARY_DIR}/resources/client/copyright.txt COPYONLY)
+  install(FILES ${CMAKE_BINARY_DIR}/resources/client/copyright.txt
+          DESTINATION ${TAGWRIGHT_DOC_FOLDER} COMPONENT client)
 else()
   install(TARGETS tagwright_platform LIBRARY DESTINATION ${TAGWRIGHT_PROGRAM_FOLDER})
   file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/links)
