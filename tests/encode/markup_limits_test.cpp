@@ -32,6 +32,8 @@ TEST(MarkupLimits, BoundDepthNumberAndAttributes) {
       {"<a b=1><c/><c/></a>", false},
       {"<a b=1 c=2 d=3 e=4>", false},
       {"<a>\xF0</a></a></a></a>", false},
+      {"<a>\xF0zz</a></a></a></a>", false},
+      {"<a>\xE0z</a></a></a></a>", false},
       {"<a></><b><c><d><e>", false},
       {"<?xml a\" version=\"1?><!-- \"?><a><a><a><a>-->", false},
       {"not XML at all", true},

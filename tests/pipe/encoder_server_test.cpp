@@ -1,5 +1,6 @@
 /// The encoder server's answers.
 #include "pipe/server_fixture.h"
+#include "service/tagwright_controller.h"
 #include "service/tagwright_server.h"
 
 namespace {
@@ -40,6 +41,19 @@ TEST_F(EncoderServerTest, AnswersByTypeAndGoesOn) {
   }
   StopServer();
   EXPECT_EQ(_log.Count("TagwrightServer::ParseIncomingMessage: eEncodeAndShutdown"), 1);
+}
+
+TEST_F(EncoderServerTest, EndsWithTheControllerThatIsDestroyed) {
+  Create<TagwrightController>(OString(_pipeName.c_str()));
+  StartAndConnect();
+  const std::string name = UniquePipeName();
+  _client.Expect(0, 0x300, name);
+  PipeClient encoder;
+  encoder.Connect(name);
+  encoder.Expect(200002, 0x302);
+  StopServer();
+  encoder.ExpectClosed();
+  EXPECT_TRUE(_log.Has("WaitForEncoderThreadShutdown: all threads signaled as shutdown"));
 }
 
 TEST_F(EncoderServerTest, EndsAfterItsLastReply) {

@@ -47,6 +47,14 @@ TEST(OStringSharing, AStringMayBeItsOwnArgument) {
   EXPECT_STREQ(text.nstring(), "xxxx");
 }
 
+TEST(OStringSharing, ATextIsReplacedByItsOwnEnd) {
+  OString narrow("abcdef"), wide(TEXT("abcdef"));
+  narrow = narrow.nstring() + 2;
+  wide = wide.wstring() + 2;
+  EXPECT_STREQ(narrow.nstring(), "cdef");
+  EXPECT_STREQ(wide.nstring(), "cdef");
+}
+
 TEST(OStringSharing, ThreadsHoldAndReleaseCopiesOfOneText) {
   const OString text("shared by two threads");
   {
