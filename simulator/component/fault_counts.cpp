@@ -3,6 +3,7 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 
+#include "simulator/tag/shallow_json.h"
 #include "simulator/tag/state_files.h"
 
 namespace Simulator {
@@ -12,12 +13,13 @@ using Json = nlohmann::json;
 
 /// A file that cannot be understood counts as none.
 Json LoadCounts(const WideText& path, std::uint32_t script) {
-  const std::optional<std::string> text = ReadStateFile(path);
-  Json json = text ? Json::parse(*text, nullptr, false) : Json();
-  if (!json.is_object() || json.value("script", 0U) != script || !json["counts"].is_object()) {
-    json = {{"script", script}, {"counts", Json::object()}};
+  try {
+    auto json = ParseShallowJson<Json>(ReadStateFile(path).value_or("{}"));
+    if (json.value("script", 0U) == script && json.at("counts").is_object()) return json;
+  } catch (const std::exception&) {
+    // As for a file of another script.
   }
-  return json;
+  return {{"script", script}, {"counts", Json::object()}};
 }
 
 }  // namespace

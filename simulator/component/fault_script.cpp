@@ -6,6 +6,7 @@
 #include <stdexcept>
 
 #include "simulator/component/fault_counts.h"
+#include "simulator/tag/shallow_json.h"
 #include "simulator/tag/state_files.h"
 
 namespace Simulator {
@@ -139,7 +140,8 @@ bool FaultRule::Chooses(unsigned count) const {
 }
 
 FaultScript FaultScript::Parse(std::string_view text) {
-  const Json json = Json::parse(text, nullptr, false);
+  if (!Json::accept(text)) throw std::runtime_error("it is no JSON object");
+  const auto json = ParseShallowJson<Json>(text);
   if (!json.is_object()) throw std::runtime_error("it is no JSON object");
   FaultScript script;
   script._textHash = HashText(text);

@@ -5,6 +5,7 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "simulator/tag/shallow_json.h"
 #include "simulator/tag/state_files.h"
 #include "simulator/tag/tag_json.h"
 #include "simulator/tag/tag_store.h"
@@ -25,10 +26,13 @@ struct FedCard {
   bool isInWork = false;
 
   static FedCard Load() {
-    const Json json = Json::parse(ReadStateFile(CardPath()).value_or(""), nullptr, false);
-    if (!json.is_object()) return {};
-    return {json.value("card", 0U), json.value("port_address", std::string()),
-            json.value("in_work", false)};
+    try {
+      const auto json = ParseShallowJson<Json>(ReadStateFile(CardPath()).value_or("{}"));
+      return {json.value("card", 0U), json.value("port_address", std::string()),
+              json.value("in_work", false)};
+    } catch (const std::exception&) {
+      return {};
+    }
   }
   void Save() const {
     const Json json = {{"card", number}, {"port_address", portAddress}, {"in_work", isInWork}};
@@ -115,7 +119,7 @@ std::vector<CardRecord> ReadCards() {
   std::istringstream lines(ReadStateFile(RecordPath()).value_or(""));
   for (std::string line; std::getline(lines, line);) {
     try {
-      const WipedJson json(Json::parse(line));
+      const WipedJson json(ParseShallowJson<Json>(line));
       cards.push_back(RecordFromJson(json.tree));
     } catch (const std::exception&) {
       // Half a line is all that a full disk may have left.

@@ -5,6 +5,7 @@
 #include <optional>
 #include <stdexcept>
 
+#include "simulator/tag/shallow_json.h"
 #include "simulator/tag/state_files.h"
 
 namespace Simulator {
@@ -51,7 +52,7 @@ void CheckSections(const Json& json) {
 }  // namespace
 
 void Printers::Read(const std::string& text) {
-  const Json json = Json::parse(text);
+  const auto json = ParseShallowJson<Json>(text);
   CheckSections(json);
   const Json kinds = json.value("kinds", Json::object());
   for (const auto& [name, kind] : kinds.items()) {

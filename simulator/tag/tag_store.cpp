@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <sstream>
 #include <stdexcept>
+#include <unordered_set>
 
+#include "simulator/tag/shallow_json.h"
 #include "simulator/tag/state_files.h"
 #include "simulator/tag/tag_json.h"
 #include "simulator/tag/wiped_text.h"
@@ -35,10 +37,10 @@ std::string Escape(char character) {
 
 std::vector<WideText> UsedAddresses() {
   std::vector<WideText> addresses;
+  std::unordered_set<std::string> known;
   std::istringstream lines(ReadStateFile(StateFilePath(kAddressFile)).value_or(""));
   for (std::string line; std::getline(lines, line);) {
-    WideText address = FromUtf8(line);
-    if (std::ranges::find(addresses, address) == addresses.end()) addresses.push_back(address);
+    if (known.insert(line).second) addresses.push_back(FromUtf8(line));
   }
   return addresses;
 }
@@ -94,7 +96,7 @@ std::string TagText(WideView portAddress, const Tag& tag, bool withPasswords) {
 }
 
 Tag TagFromText(std::string_view text) {
-  const WipedJson json(nlohmann::ordered_json::parse(text));
+  const WipedJson json(ParseShallowJson<nlohmann::ordered_json>(text));
   return TagFromJson(json.tree);
 }
 

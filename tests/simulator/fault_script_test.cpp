@@ -1,5 +1,6 @@
 #include "simulator/component/fault_script.h"
 
+#include "simulator/printer/cards.h"
 #include "simulator/state_fixture.h"
 
 namespace Simulator {
@@ -106,6 +107,20 @@ TEST_F(FaultScriptTest, WhatCannotBeUnderstoodIsAnError) {
     EXPECT_THAT(
         ProblemOf([] { FaultScript::Load(); }),
         testing::AllOf(testing::StartsWith("faults.json: "), testing::HasSubstr(expected.problem)));
+  }
+}
+
+TEST_F(FaultScriptTest, DeepAndMistypedFilesHarmNobody) {
+  const std::string deep =
+      R"({"Connect": )" + std::string(200000, '[') + std::string(200000, ']') + "}";
+  EXPECT_THROW(FaultScript::Parse(deep), std::runtime_error);
+  for (const std::string& counts : {deep, std::string(R"({"script": "x", "counts": {}})")}) {
+    Write("fault_counts.json", counts);
+    EXPECT_EQ(Calls(R"({"fault": "false", "call": 1})", 1), "f");
+  }
+  for (const std::string& card : {deep, std::string(R"({"card": "x", "in_work": true})")}) {
+    Write("card.json", card);
+    EXPECT_FALSE(CardInWork());
   }
 }
 

@@ -66,9 +66,13 @@ bool ReadRecord(ULONG_PTR from, Record& record) {
 
 ULONG_PTR RoundUp(ULONG_PTR size) { return (size + 3) / 4 * 4; }
 
+/// A linker makes fewer; broken headers must not keep a crashed process busy.
+constexpr int kMaxSegments = 64;
+constexpr int kMaxNotes = 64;
+
 bool FindInNotes(ULONG_PTR at, ULONG_PTR end, BuildId& id) {
   ElfW(Nhdr) note;
-  while (at + sizeof note < end && ReadRecord(at, note)) {
+  for (int i = 0; i < kMaxNotes && at + sizeof note < end && ReadRecord(at, note); ++i) {
     const ULONG_PTR name = at + sizeof note;
     const ULONG_PTR content = name + RoundUp(note.n_namesz);
     char owner[sizeof ELF_NOTE_GNU] = {};
@@ -88,7 +92,7 @@ bool FindBuildId(const Module& module, BuildId& id) {
   if (!ReadRecord(module.Base(), header)) return false;
   if (std::memcmp(header.e_ident, ELFMAG, SELFMAG) != 0) return false;
   const ULONG_PTR bias = header.e_type == ET_EXEC ? 0 : module.Base();
-  for (ULONG_PTR i = 0; i < header.e_phnum; ++i) {
+  for (ULONG_PTR i = 0; i < std::min<ULONG_PTR>(header.e_phnum, kMaxSegments); ++i) {
     ElfW(Phdr) segment;
     if (!ReadRecord(module.Base() + header.e_phoff + i * sizeof segment, segment)) return false;
     const ULONG_PTR notes = bias + segment.p_vaddr;

@@ -104,9 +104,9 @@ DWORD SecondsOf(const std::string& time) {
   char sign = '+';
   int hours = 0;
   int minutes = 0;
-  if (std::sscanf(time.c_str(), "%d-%d-%dT%d:%d:%d.%*d%c%d:%d", &parts.tm_year, &parts.tm_mon,
-                  &parts.tm_mday, &parts.tm_hour, &parts.tm_min, &parts.tm_sec, &sign, &hours,
-                  &minutes) != 9) {
+  if (std::sscanf(time.c_str(), "%4d-%2d-%2dT%2d:%2d:%2d.%*3d%c%2d:%2d", &parts.tm_year,
+                  &parts.tm_mon, &parts.tm_mday, &parts.tm_hour, &parts.tm_min, &parts.tm_sec,
+                  &sign, &hours, &minutes) != 9) {
     return 0;
   }
   parts.tm_year -= 1900;
