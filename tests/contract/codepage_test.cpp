@@ -34,6 +34,21 @@ TEST(CodePages, MapBothWays) {
                {1258, "a\xcc", TEXT("a\x0300")},
                {932, "\x83\x5c\\~\xb1", TEXT("\x30bd\\~\xff71")},
                {949, "\xb0\xa1\x81\x41", TEXT("\xac00\xac02")},
+               {437, "\x80\xe1", TEXT("\x00c7\x00df")},
+               {850, "\xd5", TEXT("\x0131")},
+               {874, "\x80\xa1\x81", TEXT("\x20ac\x0e01\x0081")},
+               {936, "\xb0\xa1", TEXT("\x554a")},
+               {950, "\xa4\x40", TEXT("\x4e00")},
+               {1250, "\xa5\x81", TEXT("\x0104\x0081")},
+               {1251, "\xc0\x98", TEXT("\x0410\x0098")},
+               {1253, "\xc1\x81", TEXT("\x0391\x0081")},
+               {1254, "\xd0\x81", TEXT("\x011e\x0081")},
+               {1255, "\x81", TEXT("\x0081")},
+               {1256, "\xc7", TEXT("\x0627")},
+               {1257, "\xc0\x81", TEXT("\x0104\x0081")},
+               {1258, "\x8a", TEXT("\x008a")},
+               {1361, "\x88\x61", TEXT("\xac00")},
+               {20127, "~", TEXT("~")},
                {CP_UTF8, "\xe2\x82\xac\xf0\x9f\x98\x80", TEXT("\x20ac\xd83d\xde00")}};
   for (const auto& one : cases) {
     EXPECT_TRUE(ToWide(one.page, one.narrow) == one.wide) << one.page;

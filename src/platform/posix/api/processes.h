@@ -25,7 +25,8 @@ struct PROCESSENTRY32W {
   WCHAR szExeFile[MAX_PATH];
 };
 
-/// A list of the processes as they are now; TH32CS_SNAPPROCESS and process id 0 only. The parent of
+/// A list of the processes as they are now, by id, parent and program; the other fields are 0.
+/// TH32CS_SNAPPROCESS and process id 0 only. The parent of
 /// the calling process is the one that it had when the layer was loaded, also after its death.
 HANDLE CreateToolhelp32Snapshot(DWORD flags, DWORD processId);
 BOOL Process32FirstW(HANDLE snapshot, PROCESSENTRY32W* entry);

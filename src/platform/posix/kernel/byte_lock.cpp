@@ -22,7 +22,6 @@ bool Set(int file, int command, struct flock range) {
   do {
     result = fcntl(file, command, &range);
   } while (result == -1 && errno == EINTR);
-  if (result == -1 && errno == EACCES) errno = EAGAIN;  // The standard allows either.
   return result == 0;
 }
 

@@ -27,13 +27,7 @@ constexpr std::size_t kReadAheadBytes = 64 * 1024;
 
 bool IsTransient(int error) { return error == EAGAIN || error == EINTR; }
 
-DWORD ReadError(int error) {
-  return error == ECONNRESET ? ERROR_BROKEN_PIPE : ErrorFromErrno(error);
-}
-
-DWORD WriteError(int error) {
-  return error == EPIPE || error == ECONNRESET ? ERROR_NO_DATA : ErrorFromErrno(error);
-}
+DWORD WriteError(int error) { return error == ECONNRESET ? ERROR_NO_DATA : ErrorFromErrno(error); }
 
 }  // namespace
 
@@ -76,7 +70,7 @@ DWORD PipeStream::ReadAlone(PendingIoList& transfers, void* buffer, DWORD size, 
   PendingIo pending(transfers);
   const ssize_t count = Receive(pending, buffer, size, ended);
   if (ended != 0) return ended;
-  if (count < 0) return Failure(ReadError(static_cast<int>(-count)));
+  if (count < 0) return Failure(ErrorFromErrno(static_cast<int>(-count)));
   if (count == 0) return Failure(ERROR_BROKEN_PIPE);
   done = static_cast<DWORD>(count);
   return 0;

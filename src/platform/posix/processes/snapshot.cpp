@@ -27,7 +27,6 @@ namespace fs = std::filesystem;
 struct ProcessLine {
   DWORD id = 0;
   DWORD parentId = 0;
-  DWORD threadCount = 0;
   std::u16string program;
 };
 
@@ -38,11 +37,10 @@ std::string ProgramName(const fs::path& folder, const std::string& shortName) {
   return error ? shortName : program.filename().string();
 }
 
-/// /proc/<id>/stat: id (name) state parent ... with the number of threads as the 18th word after
-/// the name. The name may hold anything, parentheses included. Nothing when the process has gone.
+/// /proc/<id>/stat: id (name) state parent ... The name may hold anything, parentheses included.
+/// Nothing when the process has gone.
 std::optional<ProcessLine> ReadProcess(const fs::path& folder, DWORD id) {
   constexpr std::size_t kParent = 1;
-  constexpr std::size_t kThreads = 17;
   std::ifstream file(folder / "stat");
   const std::string text{std::istreambuf_iterator<char>(file), {}};
   const auto open = text.find('(');
@@ -50,12 +48,11 @@ std::optional<ProcessLine> ReadProcess(const fs::path& folder, DWORD id) {
   if (open == text.npos || close == text.npos) return std::nullopt;
   std::istringstream words(text.substr(close + 1));
   const std::vector<std::string> fields{std::istream_iterator<std::string>(words), {}};
-  if (fields.size() <= kThreads) return std::nullopt;
+  if (fields.size() <= kParent) return std::nullopt;
   ProcessLine line;
   line.id = id;
   line.parentId = id == GetCurrentProcessId() ? static_cast<DWORD>(platform::ParentId())
                                               : static_cast<DWORD>(std::stoul(fields[kParent]));
-  line.threadCount = static_cast<DWORD>(std::stoul(fields[kThreads]));
   line.program = platform::ToUtf16(ProgramName(folder, text.substr(open + 1, close - open - 1)));
   return line;
 }
@@ -109,7 +106,6 @@ DWORD WriteNext(Snapshot& snapshot, PROCESSENTRY32W& entry) {
   entry.dwSize = sizeof(PROCESSENTRY32W);
   entry.th32ProcessID = line->id;
   entry.th32ParentProcessID = line->parentId;
-  entry.cntThreads = line->threadCount;
   line->program.copy(entry.szExeFile, MAX_PATH - 1);
   return ERROR_SUCCESS;
 }
