@@ -87,13 +87,18 @@ bool IsSamePipe(const std::string& name, const std::string& other) {
 }
 
 void PrintProcess(const PROCESSENTRY32W& entry) {
-  const Serving serving = ServingOf(platform::ProcessArguments(entry.th32ProcessID));
+  const std::string process = "process " + std::to_string(entry.th32ProcessID) + ", started by " +
+                              NameOf(entry.th32ParentProcessID);
+  const auto arguments = platform::ProcessArguments(entry.th32ProcessID);
+  if (arguments.empty()) {
+    return PrintRow("tagwright", process + ": it has just ended, or may not be looked at");
+  }
+  const Serving serving = ServingOf(arguments);
   const std::string name = Tagwright::ToUtf8(serving.pipe);
   const std::vector<platform::LivePipe> pipes = platform::PipesOfServer(serving.pipe);
   const auto first = std::ranges::find_if(
       pipes, [&](const platform::LivePipe& pipe) { return IsSamePipe(pipe.name, name); });
-  PrintRow("tagwright", "process " + std::to_string(entry.th32ProcessID) + ", started by " +
-                            NameOf(entry.th32ParentProcessID));
+  PrintRow("tagwright", process);
   PrintRow("", (serving.control ? "control pipe " : "encoder pipe ") + name +
                    (first == pipes.end() ? " (gone, or of another state root)"
                                          : DescribeClient(*first)));

@@ -9,7 +9,7 @@ bin=$(realpath "$1") examples=$(realpath "$2") transcript=$(realpath "$3") accep
 work=$(mktemp -d)
 server=
 trap '[ -z "$server" ] || kill "$server" 2>/dev/null; rm -rf "$work"' EXIT
-export TAGWRIGHT_ROOT=$work/root TZ=UTC LC_ALL=C
+export bin TAGWRIGHT_ROOT=$work/root TZ=UTC LC_ALL=C
 mkdir "$work/jobs"
 cp "$examples"/*.xml "$work/jobs"
 cd "$work/jobs" || exit 1

@@ -64,8 +64,9 @@ bool ForEachSocket(Take take) {
   if (!netlink || !AskForAllSockets(netlink.Get())) return false;
   std::vector<char> piece(kPieceBytes);
   for (;;) {
-    auto size = static_cast<int>(recv(netlink.Get(), piece.data(), piece.size(), 0));
-    if (size <= 0) return false;
+    const ssize_t received = recv(netlink.Get(), piece.data(), piece.size(), 0);
+    if (received <= 0) return false;
+    auto size = static_cast<std::uint32_t>(received);
     const auto* message = reinterpret_cast<const nlmsghdr*>(piece.data());
     for (; NLMSG_OK(message, size); message = NLMSG_NEXT(message, size)) {
       if (message->nlmsg_type == NLMSG_DONE) return true;
