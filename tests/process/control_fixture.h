@@ -27,5 +27,14 @@ class ControlTest : public ProcessTest {
     ExpectExit();
   }
 
+  /// A process of its own that has added this many encoders when it is shut down.
+  void EndWithEncoders(int count) {
+    _pipeName = UniquePipeName();
+    _client.Close();
+    StartController();
+    for (int i = 0; i < count; ++i) _client.Expect(0, 0x300, Name(i));
+    ShutDown();
+  }
+
   std::deque<PipeClient> _encoders;
 };

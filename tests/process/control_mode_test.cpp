@@ -107,17 +107,10 @@ TEST_F(ControlModeTest, NoClientHarmsIt) {
 }
 
 TEST_F(ControlModeTest, EndsAsManyEncodersAsItCanWaitFor) {
-  for (const auto& [encoders, line] : {std::pair{0, "There are no threads to wait for"},
-                                       std::pair{64, "all threads signaled as shutdown"},
-                                       std::pair{65, "WaitForMultipleObjects failed"}}) {
-    SCOPED_TRACE(encoders);
-    _pipeName = UniquePipeName();
-    _client.Close();
-    StartController();
-    for (int i = 0; i < encoders; ++i) _client.Expect(0, 0x300, Name(i));
-    ShutDown();
-    EXPECT_EQ(_log.Count("WaitForEncoderThreadShutdown: "s + line), 1);
-  }
+  EndWithEncoders(0);
+  EXPECT_EQ(_log.Count("There are no threads to wait for"), 1);
+  EndWithEncoders(64);
+  EXPECT_EQ(Ended(), 1);
 }
 
 TEST_F(ControlModeTest, AComponentThatHangsHoldsUpNobodyForLong) {

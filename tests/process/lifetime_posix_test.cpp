@@ -56,4 +56,11 @@ TEST_F(SignalTest, ASystemThatGoesDownLeavesTimeForAComponentThatHangs) {
   EXPECT_TRUE(_log.Has("wmain: Tagwright Exit"));
 }
 
+// On Windows, too; but there a thread that is ended by force on its way out can keep the loader
+// locked, and the end may then have to wait for its deadline.
+TEST_F(ControlTest, MoreEncodersThanCanBeWaitedForAreEndedByForce) {
+  EndWithEncoders(65);
+  EXPECT_EQ(_log.Count("WaitForEncoderThreadShutdown: WaitForMultipleObjects failed"), 1);
+}
+
 }  // namespace
