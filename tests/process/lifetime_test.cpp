@@ -96,12 +96,9 @@ class LifetimeTest : public ProcessTest {
     single.KillDriver();
     control.KillDriver();
     single.ExpectEnd(5000);
-    EXPECT_TRUE(_log.Has("WaitForMultipeObjectsOrPipeTermination: Calling TerminateThread"));
     // The mutex of the terminated job has gone to the next one, which hangs as well.
     await(control);
     control.ExpectEnd(15000);
-    EXPECT_EQ(_log.Count("ShutdownAllPipes: Forcing Encoder Threads Termination"), 1);
-    EXPECT_EQ(_log.Mentions("TerminateEncoderThreads: Terminating thread id: 0x"), 1);
   }
 };
 
@@ -133,11 +130,15 @@ TEST_F(LifetimeTest, AfterTheDriversDeathAComponentThatHangsIsLeftBehind) {
   ScriptFaults(R"({"WriteEPC": {"fault": "hang"}})");
   Driven single(kSingle), control(kControl);
   ExpectToBeLeftBehind(single, control, AwaitCall);
+  EXPECT_TRUE(_log.Has("WaitForMultipeObjectsOrPipeTermination: Calling TerminateThread"));
+  EXPECT_EQ(_log.Count("ShutdownAllPipes: Forcing Encoder Threads Termination"), 1);
+  EXPECT_EQ(_log.Mentions("TerminateEncoderThreads: Terminating thread id: 0x"), 1);
   EXPECT_EQ(_log.Count("wmain: Tagwright Exit"), 2);
 }
 
-// On Windows it keeps the loader locked, in which the orderly end comes to a halt: the deadline
-// ends the process.
+// On Windows it keeps the loader locked: the orderly end comes to a halt, or does not begin where
+// the load was sooner than the watchers' threads, and the deadline ends the process without its
+// lines.
 TEST_F(LifetimeTest, AfterTheDriversDeathAComponentThatHangsWhileItIsLoadedIsLeftBehind) {
   Driven single(kSingle, "hanging\\tagwright"), control(kControl, "hanging\\tagwright");
   ExpectToBeLeftBehind(single, control, AwaitLoad);
