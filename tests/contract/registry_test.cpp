@@ -39,6 +39,15 @@ TEST_F(Registry, CreatesPathsAndTellsNewFromExisting) {
   EXPECT_EQ(Open(TEXT("A\\Missing\\C")), ERROR_FILE_NOT_FOUND);
 }
 
+TEST_F(Registry, NoHandleIsOneOfItsRoots) {
+  constexpr int kOftenEnoughToUseValuesUp = 1000;
+  for (int i = 0; i < kOftenEnoughToUseValuesUp; ++i) {
+    const HANDLE event = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    ASSERT_NE(event, HKEY_CLASSES_ROOT) << i;
+    CloseHandle(event);
+  }
+}
+
 TEST_F(Registry, KeepsTypeAndBytesUnderNamesOfAnyCase) {
   const HKEY key = scratch.Create(TEXT("Values"));
   const struct {

@@ -70,7 +70,8 @@ class HandleTable {
   }
 
   std::mutex _lock;
-  std::vector<Slot> _slots;
+  /// The first is never used: its 512th handle would be HKEY_CLASSES_ROOT.
+  std::vector<Slot> _slots{1};
   std::vector<std::size_t> _free;
 };
 
