@@ -23,9 +23,7 @@ if(TAGWRIGHT_WERROR)
   target_compile_options(tagwright_options INTERFACE -Werror)
 endif()
 if(TAGWRIGHT_SANITIZER)
-  target_compile_options(tagwright_options INTERFACE -fsanitize=${TAGWRIGHT_SANITIZER}
-                                                     -fno-omit-frame-pointer)
-  target_link_options(tagwright_options INTERFACE -fsanitize=${TAGWRIGHT_SANITIZER})
+  include(cmake/sanitizers.cmake)
 endif()
 if(NOT WIN32)
   # Nothing is bound lazily: a crash must not interrupt the loader, which has a lock to give back.

@@ -6,8 +6,9 @@ if(NOT CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|amd64)$")
 endif()
 
 # Clang takes -fnon-call-exceptions without a word and ignores it: a handler around nothing but a read
-# is left out then, and its text with it.
-if(NOT DEFINED TAGWRIGHT_HAS_NON_CALL_EXCEPTIONS)
+# is left out then, and its text with it. The fuzzer, which is Clang's, wants to see crashes, not to have
+# them thrown.
+if(NOT TAGWRIGHT_SANITIZER MATCHES "fuzzer" AND NOT DEFINED TAGWRIGHT_HAS_NON_CALL_EXCEPTIONS)
   set(probe ${CMAKE_BINARY_DIR}/non_call_exceptions)
   file(WRITE ${probe}.cpp "
     const char* Read(const char* const* address) {

@@ -1,0 +1,29 @@
+/// libFuzzer's entries: the variable TAGWRIGHT_FUZZ_TARGET names the target. The process has a
+/// state root of its own.
+#include <cstdio>
+#include <cstdlib>
+
+#include "common/test_root.h"
+#include "fuzz/fuzz_target.h"
+
+namespace {
+
+const Fuzz::Target* g_target = nullptr;
+
+}  // namespace
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+  static const TestRoot root;
+  const char* const name = std::getenv("TAGWRIGHT_FUZZ_TARGET");
+  g_target = Fuzz::FindTarget(name != nullptr ? name : "");
+  if (g_target == nullptr) {
+    std::fprintf(stderr, "TAGWRIGHT_FUZZ_TARGET names no target\n");
+    std::exit(2);
+  }
+  return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t sizeBytes) {
+  g_target->run({bytes, sizeBytes});
+  return 0;
+}
