@@ -1,8 +1,8 @@
 /// A component whose members return at once, so that a job costs what the program makes of it. A
 /// printer address that is a number makes Connect work for as many microseconds.
 #include <chrono>
+#include <type_traits>
 
-#include "instant_component_export.h"
 #include "sdk/component_api.h"
 
 struct TagwrightComponentObject {};
@@ -34,7 +34,7 @@ void Connect(Object*, std::int32_t, TagwrightText address, std::uint32_t, Result
   const auto start = std::chrono::steady_clock::now();
   std::chrono::microseconds duration{0};
   for (std::size_t i = 0; i < address.length; ++i) {
-    const int digit = address.characters[i] - TEXT('0');
+    const int digit = address.characters[i] - '0';
     if (digit >= 0 && digit <= 9) duration = duration * 10 + std::chrono::microseconds(digit);
   }
   while (std::chrono::steady_clock::now() - start < duration) {
@@ -65,7 +65,6 @@ constexpr TagwrightComponentInterface kInterface{
 
 }  // namespace
 
-extern "C" INSTANT_COMPONENT_EXPORT const TagwrightComponentInterface* TagwrightManagedGetInterface(
-    std::uint32_t) {
+const TagwrightComponentInterface* TagwrightManagedGetInterface(std::uint32_t) {
   return &kInterface;
 }

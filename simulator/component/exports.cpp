@@ -6,7 +6,6 @@
 #include "sdk/component_api.h"
 #include "simulator/component/member_exception.h"
 #include "simulator/component/zebra_sdk.h"
-#include "tagwright_managed_export.h"
 
 struct TagwrightComponentObject {
   Simulator::ZebraSdk sdk;
@@ -206,7 +205,6 @@ constexpr TagwrightComponentInterface kInterface = {
 
 }  // namespace
 
-extern "C" TAGWRIGHT_MANAGED_EXPORT const TagwrightComponentInterface* TagwrightManagedGetInterface(
-    std::uint32_t version) {
+const TagwrightComponentInterface* TagwrightManagedGetInterface(std::uint32_t version) {
   return version == kTagwrightComponentVersion ? &kInterface : nullptr;
 }

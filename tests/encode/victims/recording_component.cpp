@@ -8,7 +8,6 @@
 #include <string>
 
 #include "sdk/component_api.h"
-#include "tagwright_recording_component_export.h"
 
 namespace {
 
@@ -94,8 +93,7 @@ constexpr TagwrightComponentInterface kInterface = {
 
 }  // namespace
 
-extern "C" TAGWRIGHT_RECORDING_COMPONENT_EXPORT const TagwrightComponentInterface*
-TagwrightManagedGetInterface(std::uint32_t) {
+const TagwrightComponentInterface* TagwrightManagedGetInterface(std::uint32_t) {
   static TagwrightComponentInterface component = kInterface;
   std::uint32_t missingBytes = 0;
   std::ifstream(Path("interface.txt")) >> component.version >> missingBytes >> g_canCreate;

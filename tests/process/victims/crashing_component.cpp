@@ -3,8 +3,8 @@
 #include <map>
 #include <string>
 
+#include "platform/windows_api.h"
 #include "sdk/component_api.h"
-#include "tagwright_crashing_component_export.h"
 
 namespace {
 
@@ -51,8 +51,7 @@ void Dispose(TagwrightComponentObject*, TagwrightCallResult*) {}
 
 }  // namespace
 
-extern "C" TAGWRIGHT_CRASHING_COMPONENT_EXPORT const TagwrightComponentInterface*
-TagwrightManagedGetInterface(std::uint32_t version) {
+const TagwrightComponentInterface* TagwrightManagedGetInterface(std::uint32_t version) {
   static TagwrightComponentInterface component{};
   component.size = sizeof component;
   component.version = version;

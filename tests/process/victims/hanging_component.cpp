@@ -1,6 +1,7 @@
 /// A component that never gets as far as being loaded: its start-up code leaves the file
 /// loading-<process id> in the simulator's folder and hangs.
 #include <chrono>
+#include <cstdint>
 #include <cstdlib>
 #include <fstream>
 #include <string>
@@ -8,7 +9,6 @@
 
 #include "platform/windows_api.h"
 #include "sdk/component_api.h"
-#include "tagwright_hanging_component_export.h"
 
 namespace {
 
@@ -21,7 +21,4 @@ namespace {
 
 }  // namespace
 
-extern "C" TAGWRIGHT_HANGING_COMPONENT_EXPORT const TagwrightComponentInterface*
-TagwrightManagedGetInterface(std::uint32_t) {
-  return nullptr;
-}
+const TagwrightComponentInterface* TagwrightManagedGetInterface(std::uint32_t) { return nullptr; }
