@@ -24,6 +24,7 @@ void AddDebugOutputCommand(CLI::App& app, ExitCode& result);
 void AddTagCommand(CLI::App& app, ExitCode& result);
 void AddCardsCommand(CLI::App& app, ExitCode& result);
 void AddFaultCommand(CLI::App& app, ExitCode& result);
+void AddComponentCommand(CLI::App& app, ExitCode& result);
 
 /// Prints the log masks and the log files of tagwright and of every component that has a mask.
 void ShowLogMasks();

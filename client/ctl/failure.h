@@ -17,7 +17,7 @@ enum class ExitCode : int {
   kServerGone = 6,  ///< The server went away before its reply was complete.
   kTimeout = 7,     ///< No reply within --timeout.
   kBadReply = 8,    ///< Something came back that is no reply.
-  kDoubtful = 9,    ///< A job document looks wrong, and nothing was sent.
+  kDoubtful = 9,    ///< A job looks wrong, and nothing was sent; or a component does.
 };
 
 /// Ends the command: `what()` is for people, the code for scripts.

@@ -19,7 +19,7 @@ constexpr const char* kFooter =
     "\n"
     "Exit codes: 0 success; 1 a reply had another status than 0; 2 the command line is not\n"
     "understood; 3 a file or the system refused; 4 no such pipe; 5 the pipe is busy; 6 the server\n"
-    "went away; 7 time-out; 8 no valid reply; 9 a job looks wrong.\n"
+    "went away; 7 time-out; 8 no valid reply; 9 a job or a component looks wrong.\n"
     "\n"
     "Environment: TAGWRIGHT_ROOT is the folder of everything that is kept (on Linux; else\n"
     "$XDG_STATE_HOME/tagwright or ~/.local/state/tagwright), and of the simulated printer's state\n"
@@ -46,6 +46,7 @@ void AddCommands(CLI::App& app, Ctl::ExitCode& result) {
   Ctl::AddTagCommand(app, result);
   Ctl::AddCardsCommand(app, result);
   Ctl::AddFaultCommand(app, result);
+  Ctl::AddComponentCommand(app, result);
 }
 
 std::vector<std::string> CommandNames(const CLI::App& app) {

@@ -8,6 +8,9 @@
 
 namespace {
 
+using testing::AllOf;
+using testing::HasSubstr;
+
 class TagwrightctlOutput : public ProcessTest {
  protected:
   /// Runs a shell's command line, in which $ctl is the program, and keeps what it printed.
@@ -40,6 +43,41 @@ TEST_F(TagwrightctlOutput, SaysWhyAJobFailedBesideOthers) {
   const nlohmann::json& failed = objects[objects[0]["succeeded"] ? 1 : 0];
   EXPECT_EQ(failed["status"], 200003);
   EXPECT_EQ(failed["reasons"].back()["text"], locked) << output;
+}
+
+TEST_F(TagwrightctlOutput, SaysWhatIsWrongWithAComponent) {
+  const std::string faulty = "$ctl component --timeout 500 \"${ctl%/*}/faulty_component.dll\"";
+  const struct {
+    std::string fault, expected;
+  } kCases[] = {
+      {"unknown version", "it does not know version 1"},
+      {"any version", "answers with a table of another version"},
+      {"other version", "its table says version 7 where 1 was asked for"},
+      {"size", "its table has 16 bytes where version 1 has 136"},
+      {"null", "its table has null for SetKillPassword, KillTag"},
+      {"throw", "TestManagedCodeAccessible lets an exception cross the boundary: out of paper"},
+      {"exit", "TestManagedCodeAccessible ends the process, exit code 0"},
+      {"outcome", "TestManagedCodeAccessible gives an outcome that there is not: 9"},
+      {"managed", "describes a managed exception without its type and stack trace"},
+      {"beside", "TestManagedCodeAccessible writes beside the result"},
+      {"crash", "DisposeObject crashes, exception code C0000005"},
+      {"shared object", "CreateObject gives the same object twice"},
+      {"hang", "InitLogging hangs: it has not ended after 500 ms"},
+  };
+  for (const auto& test : kCases) {
+    EXPECT_EQ(Run("TAGWRIGHT_FAULT='" + test.fault + "' " + faulty), 9) << test.fault;
+    EXPECT_THAT(output, HasSubstr("faulty_component.dll: error: ")) << test.fault;
+    EXPECT_THAT(output, HasSubstr(test.expected));
+  }
+  EXPECT_EQ(Run("TAGWRIGHT_FAULT=write " + faulty + " --call encode-epc.xml"), 9);
+  EXPECT_THAT(output, HasSubstr("WriteEPC (24 characters) writes through the text"));
+  EXPECT_EQ(Run("TAGWRIGHT_FAULT=refuse " + faulty + " --call encode-epc.xml"), 1);
+  EXPECT_THAT(output, AllOf(HasSubstr("the job fails at <write>"), HasSubstr("nothing is wrong")));
+  EXPECT_EQ(Run(faulty + " --call card.xml"), 1) << "its LockTag returns false";
+  EXPECT_EQ(Run("$ctl component \"${ctl%/*}/needy_component.dll\""), 9);
+  EXPECT_THAT(output, HasSubstr("does not load: libabsent_library.so"));
+  EXPECT_EQ(Run("$ctl component card.xml"), 9);
+  EXPECT_THAT(output, HasSubstr("it is no library"));
 }
 
 }  // namespace

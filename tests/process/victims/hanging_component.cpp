@@ -13,8 +13,8 @@
 namespace {
 
 [[maybe_unused]] const bool kIsLoaded = [] {
-  std::ofstream(std::getenv("TAGWRIGHT_ROOT") + std::string("/simulator/loading-") +
-                std::to_string(GetCurrentProcessId()));
+  const std::ofstream sign(std::getenv("TAGWRIGHT_ROOT") + std::string("/simulator/loading-") +
+                           std::to_string(GetCurrentProcessId()));
   for (;;) std::this_thread::sleep_for(std::chrono::hours(1));
   return true;
 }();
