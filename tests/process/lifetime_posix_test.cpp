@@ -8,8 +8,15 @@ namespace {
 
 using std::filesystem::recursive_directory_iterator;
 
+constexpr int kSignals[] = {SIGINT, SIGQUIT, SIGHUP, SIGTERM};
+
 class SignalTest : public ControlTest {
  protected:
+  // Who runs the tests in the background or beyond the end of a session has them ignore some.
+  SignalTest() {
+    for (const int signal : kSignals) ::signal(signal, SIG_DFL);
+  }
+
   void Signal(int signal) { kill(static_cast<pid_t>(_tagwright.Id()), signal); }
 
   static std::vector<std::string> FilesOfPipes() {
@@ -23,7 +30,7 @@ class SignalTest : public ControlTest {
 };
 
 TEST_F(SignalTest, EveryControlSignalEndsItInOrder) {
-  for (const int signal : {SIGINT, SIGQUIT, SIGHUP, SIGTERM}) {
+  for (const int signal : kSignals) {
     SCOPED_TRACE(signal);
     _pipeName = UniquePipeName();
     _encoders.clear();
