@@ -17,7 +17,7 @@ constexpr DWORD kAborted = 0x40000015;
 using FatalCrashHandler = void (*)(EXCEPTION_POINTERS* pointers);
 
 /// Far more than a report takes; nobody may have to wait for a process whose report hangs.
-constexpr DWORD kLongestReportMs = 10'000;
+constexpr DWORD kLongestReportMs = 20'000;
 
 /// Installs the process's handler, which is called for its first fatal crash. Then the process ends
 /// as if there were none, and after kLongestReportMs when the handler does not return. Threads with
