@@ -76,7 +76,8 @@ class Costs : public ControlTest {
 
   void SetUp() override { _log.SetMask(0); }
 
-  /// The system calls of the message thread for so many requests, one after another.
+  /// The system calls of the message thread for so many requests, one after another. What comes now
+  /// and then is no cost of a request: memory for an arena, a lock that a late thread holds.
   std::map<long, int> CallsFor(std::uint32_t type, const std::string& payload,
                                std::uint32_t status) {
     EXPECT_EQ(_client.Ask(type, payload)->status, status);  // The first one makes what lasts.
@@ -85,19 +86,18 @@ class Costs : public ControlTest {
     for (int request = 0; request < kRequests; ++request) {
       EXPECT_EQ(_client.Ask(type, payload)->status, status);
     }
-    return calls.Finish([&] { _client.Ask(0x301, ""); });
+    auto counts = calls.Finish([&] { _client.Ask(0x301, ""); });
+    std::erase_if(counts, [](const auto& count) { return count.second < kRequests / 2; });
+    return counts;
   }
 
   /// Each request is received with one call, whenever it comes, and answered with one; takes them
-  /// out of `calls`. The tracer may interrupt a call that sleeps, which is then made again; a
-  /// request that the client's system takes in `pieces` may be received in as many; and the threads
-  /// of the start, where they are late, may share the heap.
+  /// out of `calls`. The tracer may interrupt a call that sleeps, which is then made again;
+  /// and a request that the client's system takes in `pieces` may be received in as many.
   static void ExpectTransfers(std::map<long, int>& calls, int pieces = 1) {
     EXPECT_EQ(calls[SYS_sendto], kRequests);
     EXPECT_THAT(calls[SYS_recvmsg],
                 testing::AllOf(testing::Ge(kRequests), testing::Le(pieces * kRequests + 2)));
-    EXPECT_LE(calls[SYS_futex], 2);
-    calls.erase(SYS_futex);
     calls.erase(SYS_sendto);
     calls.erase(SYS_recvmsg);
   }
