@@ -33,6 +33,24 @@ std::vector<std::string_view> OperationNames() {
   return names;
 }
 
+/// What the parser's error stands for; its own words name the step at which it gave up.
+std::string CauseOf(const TiXmlDocument& document) {
+  switch (document.ErrorId()) {
+    case TiXmlBase::TIXML_ERROR_PARSING_ELEMENT:
+      return "an attribute stands twice, or its quotes are not closed";
+    case TiXmlBase::TIXML_ERROR_READING_ELEMENT_VALUE:
+      return "an element is not closed";
+    case TiXmlBase::TIXML_ERROR_READING_ATTRIBUTES:
+      return "an attribute has no value, or its value has no end";
+    case TiXmlBase::TIXML_ERROR_PARSING_EMPTY:
+      return "no > follows a /";
+    case TiXmlBase::TIXML_ERROR_READING_END_TAG:
+      return "an element is not closed, or another one is closed first";
+    default:
+      return document.ErrorDesc();
+  }
+}
+
 std::string Tag(const TiXmlNode& node) { return "<" + node.ValueStr() + ">"; }
 
 class JobChecker {
@@ -52,6 +70,7 @@ class JobChecker {
                          static_cast<DWORD>(_text.size()), Places::kCounted);
     if (document->Error()) CheckError(*document);
     if (document->ErrorId() != TiXmlBase::TIXML_ERROR) CheckRoots(*document);
+    CheckComments();
     SortFindings();
     return std::move(_report);
   }
@@ -73,6 +92,18 @@ class JobChecker {
     _text = _text.substr(0, nul);
   }
 
+  void CheckComments() {
+    std::size_t start = _text.find("<!--");
+    while (start != std::string_view::npos) {
+      const std::size_t end = _text.find("-->", start);
+      if (end == std::string_view::npos) {
+        return Report(Severity::kDoubt, EndOf(_text.substr(0, start)),
+                      "this comment is never closed: all that follows belongs to it");
+      }
+      start = _text.find("<!--", end);
+    }
+  }
+
   void CheckError(const TiXmlDocument& document) {
     if (document.ErrorId() == TiXmlBase::TIXML_ERROR) {
       Unusable({},
@@ -88,7 +119,7 @@ class JobChecker {
     }
     const bool placed = document.ErrorRow() > 0;
     Unusable(placed ? Place{document.ErrorRow(), document.ErrorCol()} : EndOf(_text),
-             std::string("not well-formed (") + document.ErrorDesc() +
+             "not well-formed (" + CauseOf(document) +
                  "); the program executes what it has read until then");
   }
 
