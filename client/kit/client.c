@@ -1,6 +1,5 @@
 #include "tagwright/client.h"
 
-#include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 
@@ -23,11 +22,6 @@ struct tagwright_process {
   int exit_code;
   char pipe_name[];
 };
-
-static _Thread_local long g_system_error;
-
-void tagwright_note_system_error(long error) { g_system_error = error; }
-long tagwright_system_error(void) { return g_system_error; }
 
 const char *tagwright_result_text(tagwright_result result) {
   switch (result) {
@@ -207,11 +201,28 @@ void tagwright_close(tagwright_client *client) {
 tagwright_result tagwright_fresh_name(char name[TAGWRIGHT_NAME_SIZE]) {
   unsigned char random[16];
   if (!tagwright_random(random, sizeof random)) return TAGWRIGHT_SYSTEM_ERROR;
-  int length = snprintf(name, TAGWRIGHT_NAME_SIZE, "tagwright-");
+  static const char kPrefix[] = "tagwright-";
+  static const char kDigits[] = "0123456789abcdef";
+  memcpy(name, kPrefix, sizeof kPrefix);
+  char *digit = name + strlen(kPrefix);
   for (size_t i = 0; i < sizeof random; ++i) {
-    length += snprintf(name + length, TAGWRIGHT_NAME_SIZE - (size_t)length, "%02x", random[i]);
+    *digit++ = kDigits[random[i] >> 4];
+    *digit++ = kDigits[random[i] & 15];
   }
+  *digit = '\0';
   return TAGWRIGHT_OK;
+}
+
+bool tagwright_join(char *text, size_t size, const char *const *parts) {
+  size_t length = 0;
+  for (; *parts != NULL; ++parts) {
+    const size_t part = strlen(*parts);
+    if (part >= size - length) return false;
+    memcpy(text + length, *parts, part);
+    length += part;
+  }
+  text[length] = '\0';
+  return true;
 }
 
 static tagwright_result copy_path(const char *from, char *path, size_t size) {

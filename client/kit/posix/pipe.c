@@ -41,18 +41,16 @@ void tagwright_sleep_ms(uint32_t duration_ms) {
 }
 
 static bool socket_path(const char *name, char *path, size_t size) {
+  static const char *const kRoots[][2] = {{"TAGWRIGHT_ROOT", "/pipe/"},
+                                          {"XDG_STATE_HOME", "/tagwright/pipe/"},
+                                          {"HOME", "/.local/state/tagwright/pipe/"}};
   char folder[TAGWRIGHT_PATH_SIZE];
-  int length;
-  if (tagwright_environment("TAGWRIGHT_ROOT", folder, sizeof folder)) {
-    length = snprintf(path, size, "%s/pipe/%s", folder, name);
-  } else if (tagwright_environment("XDG_STATE_HOME", folder, sizeof folder)) {
-    length = snprintf(path, size, "%s/tagwright/pipe/%s", folder, name);
-  } else if (tagwright_environment("HOME", folder, sizeof folder)) {
-    length = snprintf(path, size, "%s/.local/state/tagwright/pipe/%s", folder, name);
-  } else {
-    return false;
+  for (size_t i = 0; i < sizeof kRoots / sizeof *kRoots; ++i) {
+    if (!tagwright_environment(kRoots[i][0], folder, sizeof folder)) continue;
+    const char *const parts[] = {folder, kRoots[i][1], name, NULL};
+    return tagwright_join(path, size, parts);
   }
-  return length > 0 && (size_t)length < size;
+  return false;
 }
 
 /// A path may be longer than the 108 bytes of an address, so the way goes through the descriptor of

@@ -4,7 +4,6 @@
 #include <poll.h>
 #include <signal.h>
 #include <spawn.h>
-#include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 #include <sys/random.h>
@@ -15,6 +14,11 @@
 #include "../system.h"
 
 extern char **environ;
+
+static _Thread_local long g_system_error;
+
+void tagwright_note_system_error(long error) { g_system_error = error; }
+long tagwright_system_error(void) { return g_system_error; }
 
 static tagwright_result fail(int error) {
   tagwright_note_system_error(error);
@@ -86,7 +90,8 @@ bool tagwright_program_place(unsigned index, char *path, size_t size) {
                                            "/usr/local/bin/tagwright"};
   if (index == 0) return beside_this_program(path, size);
   if (index > sizeof kInstalled / sizeof *kInstalled) return false;
-  return snprintf(path, size, "%s", kInstalled[index - 1]) < (int)size;
+  const char *const parts[] = {kInstalled[index - 1], NULL};
+  return tagwright_join(path, size, parts);
 }
 
 bool tagwright_environment(const char *variable, char *value, size_t size) {

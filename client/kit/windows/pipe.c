@@ -1,5 +1,4 @@
 /// Named pipes, opened for overlapped calls so that each can be given up in time.
-#include <stdio.h>
 #include <windows.h>
 
 #include "../system.h"
@@ -27,7 +26,8 @@ void tagwright_sleep_ms(uint32_t duration_ms) { Sleep(duration_ms); }
 tagwright_result tagwright_pipe_open(const char *name, tagwright_handle *pipe) {
   char path[300];
   // The name is plain ASCII.
-  snprintf(path, sizeof path, "\\\\.\\pipe\\%s", name);
+  const char *const parts[] = {"\\\\.\\pipe\\", name, NULL};
+  if (!tagwright_join(path, sizeof path, parts)) return fail(ERROR_INVALID_NAME);
   const HANDLE opened = CreateFileA(path, GENERIC_READ | GENERIC_WRITE, 0, NULL, OPEN_EXISTING,
                                     FILE_FLAG_OVERLAPPED, NULL);
   if (opened == INVALID_HANDLE_VALUE) return fail(GetLastError());

@@ -1,5 +1,5 @@
 /// Starting the program as a child and waiting for its end.
-#include <stdio.h>
+#include <stdlib.h>
 #include <string.h>
 #include <windows.h>
 
@@ -10,6 +10,15 @@
 
 /// What a process that had to be ended reports.
 enum { kEndedExitCode = 1 };
+
+enum { kLineSize = TAGWRIGHT_PATH_SIZE + 300 };
+
+/// What starts a process; too much for one page of stack.
+struct command {
+  WCHAR path[TAGWRIGHT_PATH_SIZE];
+  char line[kLineSize];
+  WCHAR wide_line[kLineSize];
+};
 
 static tagwright_result fail(DWORD error) {
   tagwright_note_system_error((long)error);
@@ -27,18 +36,21 @@ static bool to_utf8(const WCHAR *wide, char *utf8, size_t size) {
 
 tagwright_result tagwright_process_start(const char *program, const char *name, bool control,
                                          tagwright_handle *process) {
-  char line[TAGWRIGHT_PATH_SIZE + 300];
-  WCHAR wide_line[sizeof line];
-  WCHAR path[TAGWRIGHT_PATH_SIZE];
+  struct command *const command = malloc(sizeof *command);
+  if (command == NULL) return TAGWRIGHT_NO_MEMORY;
+  const char *const parts[] = {"\"", program, "\" /n ", name, control ? " /c" : "", NULL};
   STARTUPINFOW startup = {.cb = sizeof startup};
   PROCESS_INFORMATION started;
-  snprintf(line, sizeof line, "\"%s\" /n %s%s", program, name, control ? " /c" : "");
-  if (!to_wide(line, wide_line, (int)(sizeof wide_line / sizeof *wide_line)) ||
-      !to_wide(program, path, TAGWRIGHT_PATH_SIZE) ||
-      !CreateProcessW(path, wide_line, NULL, NULL, FALSE, CREATE_NO_WINDOW, NULL, NULL, &startup,
-                      &started)) {
-    return fail(GetLastError());
+  tagwright_result result = TAGWRIGHT_TOO_LONG;
+  if (tagwright_join(command->line, sizeof command->line, parts)) {
+    const bool runs = to_wide(program, command->path, TAGWRIGHT_PATH_SIZE) &&
+                      to_wide(command->line, command->wide_line, kLineSize) &&
+                      CreateProcessW(command->path, command->wide_line, NULL, NULL, FALSE,
+                                     CREATE_NO_WINDOW, NULL, NULL, &startup, &started);
+    result = runs ? TAGWRIGHT_OK : fail(GetLastError());
   }
+  free(command);
+  if (result != TAGWRIGHT_OK) return result;
   CloseHandle(started.hThread);
   *process = (tagwright_handle)started.hProcess;
   return TAGWRIGHT_OK;
@@ -86,7 +98,8 @@ bool tagwright_program_place(unsigned index, char *path, size_t size) {
   char folder[TAGWRIGHT_PATH_SIZE];
   if (index == 0) return beside_this_program(path, size);
   if (index > 1 || !tagwright_environment("ProgramFiles", folder, sizeof folder)) return false;
-  return snprintf(path, size, "%s\\%s", folder, TAGWRIGHT_INSTALLED_PROGRAM) < (int)size;
+  const char *const parts[] = {folder, "\\", TAGWRIGHT_INSTALLED_PROGRAM, NULL};
+  return tagwright_join(path, size, parts);
 }
 
 bool tagwright_environment(const char *variable, char *value, size_t size) {
