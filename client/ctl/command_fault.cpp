@@ -1,6 +1,8 @@
+#include <algorithm>
 #include <memory>
 #include <nlohmann/json.hpp>
 
+#include "client/check/nearest_word.h"
 #include "client/ctl/commands.h"
 #include "client/ctl/console.h"
 #include "simulator/component/fault_script.h"
@@ -42,7 +44,24 @@ void ShowScript() {
   }
 }
 
+using Words = std::vector<std::string_view>;
+
+/// "a, b, c"
+std::string Listed(const Words& words) {
+  std::string list;
+  for (const std::string_view word : words) list += (list.empty() ? "" : ", ") + std::string(word);
+  return list;
+}
+
+void RequireWord(const std::string& word, const Words& words, const char* what) {
+  if (std::ranges::find(words, word) != words.end()) return;
+  throw Failure(ExitCode::kUsage,
+                "no such " + std::string(what) + ": " + word + Tagwright::DidYouMean(word, words));
+}
+
 void AddRule(const FaultOptions& options) {
+  RequireWord(options.member, Simulator::MemberNames(), "member");
+  RequireWord(options.word, Simulator::FaultWords(), "fault");
   Json script = LoadScript();
   Json rule = {{"fault", options.word}};
   rule.update(options.values);
@@ -66,7 +85,8 @@ void RunFault(const FaultOptions& options) {
   }
   if (options.member.empty()) return ShowScript();
   if (options.word.empty())
-    throw Failure(ExitCode::kUsage, "which fault of " + options.member + "?");
+    throw Failure(ExitCode::kUsage, "which fault of " + options.member + "? There are " +
+                                        Listed(Simulator::FaultWords()));
   AddRule(options);
 }
 
@@ -93,10 +113,8 @@ void AddFaultCommand(CLI::App& app, ExitCode& result) {
   CLI::App* const command =
       app.add_subcommand("fault", "Show or add what goes wrong in the simulated printer");
   const auto options = std::make_shared<FaultOptions>();
-  command->add_option("MEMBER", options->member, "Connect, WriteEPC, LockTag and so on");
-  command->add_option("FAULT", options->word,
-                      "delay, false, partial-write, erased-word, tag-leaves, throw-standard, hang, "
-                      "crash-read and so on");
+  command->add_option("MEMBER", options->member, Listed(Simulator::MemberNames()));
+  command->add_option("FAULT", options->word, Listed(Simulator::FaultWords()));
   command->add_flag("--clear", options->clear, "Let nothing go wrong any more");
   AddConditions(*command, options);
   AddValue<unsigned>(*command, options, "--delay", "delay_ms", "Wait so many ms first");

@@ -90,7 +90,16 @@ void ShowTag(const std::string& portAddress, const TagOptions& options) {
 void ShowAllTags(const TagOptions& options) {
   const std::vector<WideString> addresses = Simulator::AddressesWithTags();
   if (addresses.empty()) PrintLine("no simulated tag has been used");
-  for (const WideString& address : addresses) ShowTag(Tagwright::ToUtf8(address), options);
+  const Printers printers = Printers::Load();
+  for (const WideString& address : addresses) {
+    const std::string portAddress = Tagwright::ToUtf8(address);
+    if (printers.KindAt(address) != nullptr) {
+      ShowTag(portAddress, options);
+    } else {
+      PrintNote("the tag at port address " + portAddress +
+                " is left out: printers.json names no printer there");
+    }
+  }
 }
 
 void PutNewTagIn(const TagOptions& options) {

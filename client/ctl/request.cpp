@@ -102,7 +102,9 @@ std::string Describe(const Exchange& exchange) {
 
 std::string Describe(const ClientError& error) {
   std::string text = FormOf(error).text;
-  if (error.systemError != ERROR_SUCCESS) text += " (" + SystemErrorText(error.systemError) + ")";
+  // What the system says of a time-out is that this program gave up waiting.
+  const bool isKnown = error.kind == ClientErrorKind::kTimeout;
+  if (error.systemError != ERROR_SUCCESS && !isKnown) text += " (" + SystemErrorText(error.systemError) + ")";
   return text;
 }
 

@@ -13,6 +13,7 @@ struct FaultForm {
   std::string_view word;
   FaultEffect (*play)(const Fault& fault, std::string_view member);
   bool isOfWrites = false;
+  bool endsTheCall = false;
 };
 
 namespace {
@@ -51,16 +52,16 @@ constexpr FaultForm kForms[] = {
     {"partial-write", Give<FaultEffect::kInterrupts>, true},
     {"erased-word", Give<FaultEffect::kErases>, true},
     {"tag-leaves", Give<FaultEffect::kTakesTagAway>},
-    {"throw-managed", ThrowManaged},
-    {"throw-framework", Throw<kTagwrightFrameworkException>},
-    {"throw-standard", Throw<kTagwrightStandardException>},
-    {"throw-unknown", Throw<kTagwrightUnknownException>},
-    {"hang", Hang},
-    {"crash-read", Crash<CrashByReading>},
-    {"crash-divide", Crash<CrashByDividing>},
-    {"crash-illegal", Crash<CrashByIllegalInstruction>},
-    {"crash-stack", Crash<CrashByStackOverflow>},
-    {"crash-noexcept", Crash<CrashUnderNoexcept>},
+    {"throw-managed", ThrowManaged, false, true},
+    {"throw-framework", Throw<kTagwrightFrameworkException>, false, true},
+    {"throw-standard", Throw<kTagwrightStandardException>, false, true},
+    {"throw-unknown", Throw<kTagwrightUnknownException>, false, true},
+    {"hang", Hang, false, true},
+    {"crash-read", Crash<CrashByReading>, false, true},
+    {"crash-divide", Crash<CrashByDividing>, false, true},
+    {"crash-illegal", Crash<CrashByIllegalInstruction>, false, true},
+    {"crash-stack", Crash<CrashByStackOverflow>, false, true},
+    {"crash-noexcept", Crash<CrashUnderNoexcept>, false, true},
 };
 
 }  // namespace
@@ -72,7 +73,14 @@ const FaultForm* FindFaultForm(std::string_view word) {
 
 std::string_view WordOf(const FaultForm& form) { return form.word; }
 
+std::vector<std::string_view> FaultWords() {
+  std::vector<std::string_view> words;
+  for (const FaultForm& form : kForms) words.push_back(form.word);
+  return words;
+}
+
 bool IsOfWrites(const FaultForm& form) { return form.isOfWrites; }
+bool EndsTheCall(const FaultForm& form) { return form.endsTheCall; }
 
 FaultEffect PlayFault(const Fault& fault, std::string_view member, std::size_t dataWords) {
   const auto delayMs = fault.delayMs + fault.delayPerWordMs * static_cast<DWORD>(dataWords);

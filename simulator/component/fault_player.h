@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <optional>
 #include <string_view>
+#include <vector>
 
 #include "simulator/tag/text.h"
 
@@ -36,8 +37,11 @@ enum class FaultEffect {
 /// The form that the word of a fault script names; null when there is none.
 const FaultForm* FindFaultForm(std::string_view word);
 std::string_view WordOf(const FaultForm& form);
+std::vector<std::string_view> FaultWords();
 /// Whether it needs a member that writes memory.
 bool IsOfWrites(const FaultForm& form);
+/// Whether the member does not come back from it: it throws, crashes or hangs.
+bool EndsTheCall(const FaultForm& form);
 
 /// Waits, hangs, crashes or throws (MemberException) as `fault` says. `dataWords` is the number of
 /// data words that the call of `member` brings.

@@ -126,6 +126,12 @@ std::vector<FaultRule> RulesFromJson(const Json& json, const Member& member) {
 
 }  // namespace
 
+std::vector<std::string_view> MemberNames() {
+  std::vector<std::string_view> names;
+  for (const Member& member : kMembers) names.push_back(member.name);
+  return names;
+}
+
 bool FaultRule::IsAt(const CallPlace& place) const {
   return portAddress.value_or(place.portAddress) == place.portAddress &&
          card.value_or(place.card) == place.card;

@@ -26,6 +26,9 @@
 
 namespace Simulator {
 
+/// The members of the component that a script may name.
+std::vector<std::string_view> MemberNames();
+
 /// The printer and the card of a call.
 struct CallPlace {
   WideText portAddress;  ///< empty before the first Connect

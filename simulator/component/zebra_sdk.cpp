@@ -28,6 +28,24 @@ void LogWhatThisIs() {
                  LogLevel::kInfo);
 }
 
+OString CallText(const char* member, const OString& details) {
+  OString text = OString("ZebraSDK::") << member << ": ";
+  if (!details.IsEmpty()) text << details << ", ";
+  return text;
+}
+
+/// A member that does not come back logs nothing afterwards, and the program does not log which one
+/// it was.
+FaultEffect Play(const Fault& fault, const char* member, const CallDetails& details) {
+  if (EndsTheCall(*fault.form)) {
+    OString text = CallText(member, details.text) << "scripted to ";
+    text << std::string(WordOf(*fault.form)).c_str();
+    if (!fault.text.empty()) text << ": " << fault.text.c_str();
+    LogError(text);
+  }
+  return PlayFault(fault, member, details.dataWords);
+}
+
 unsigned NextNumber() {
   static std::atomic<unsigned> count{0};
   return ++count;
@@ -36,8 +54,7 @@ unsigned NextNumber() {
 }  // namespace
 
 void LogCall(const char* member, const OString& details, const Outcome& outcome) {
-  OString text = OString("ZebraSDK::") << member << ": ";
-  if (!details.IsEmpty()) text << details << ", ";
+  OString text = CallText(member, details);
   if (!outcome.Succeeded()) {
     LogError(text << outcome.refusal.c_str());
   } else if (!outcome.remark.empty()) {
@@ -65,14 +82,14 @@ void ZebraSdk::TestManagedCodeAccessible() {
   } catch (const std::runtime_error&) {
     // Connect, which comes next, says why.
   }
-  for (const Fault& fault : faults) PlayFault(fault, kMember, 0);
+  for (const Fault& fault : faults) Play(fault, kMember, {});
   record.SetResult(true);
 }
 
-bool ZebraSdk::PlayFaults(const char* member, std::size_t dataWords) {
+bool ZebraSdk::PlayFaults(const char* member, const CallDetails& details) {
   const CallPlace place{_session.PortAddress(), _session.Card()};
   for (const Fault& fault : _faults.TakeCall(member, place)) {
-    switch (PlayFault(fault, member, dataWords)) {
+    switch (Play(fault, member, details)) {
       case FaultEffect::kReturnsFalse:
         return false;
       case FaultEffect::kInterrupts:

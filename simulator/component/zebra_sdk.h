@@ -50,7 +50,7 @@ class ZebraSdk {
 
  private:
   /// Whether the member does its work.
-  bool PlayFaults(const char* member, std::size_t dataWords);
+  bool PlayFaults(const char* member, const CallDetails& details);
 
   unsigned _number;
   FaultScript _faults;
@@ -67,7 +67,7 @@ bool ZebraSdk::Run(const char* member, const CallDetails& details, Work work) {
   RecordedCall record(member, _number);
   _session.BeginMember(member);
   const Outcome outcome =
-      PlayFaults(member, details.dataWords) ? work() : Outcome{"scripted to return false"};
+      PlayFaults(member, details) ? work() : Outcome{"scripted to return false"};
   _session.EndMember(outcome);
   LogCall(member, details.text, outcome);
   record.SetResult(outcome.Succeeded());
