@@ -6,49 +6,17 @@
 
 #include "client/check/nearest_word.h"
 #include "client/check/operation.h"
+#include "client/check/well_formedness.h"
 #include "client/text.h"
 #include "encode/job_document.h"
 
 namespace Tagwright {
 namespace {
 
-/// The last place of a text, where it breaks off.
-struct Place {
-  int row = 1;
-  int column = 1;
-};
-
-Place EndOf(std::string_view text) {
-  Place end;
-  for (const char character : text) {
-    end.column = character == '\n' ? 1 : end.column + 1;
-    end.row += character == '\n';
-  }
-  return end;
-}
-
 std::vector<std::string_view> OperationNames() {
   std::vector<std::string_view> names;
   for (const ElementForm& form : ElementForms()) names.push_back(form.name);
   return names;
-}
-
-/// What the parser's error stands for; its own words name the step at which it gave up.
-std::string CauseOf(const TiXmlDocument& document) {
-  switch (document.ErrorId()) {
-    case TiXmlBase::TIXML_ERROR_PARSING_ELEMENT:
-      return "an attribute stands twice, or its quotes are not closed";
-    case TiXmlBase::TIXML_ERROR_READING_ELEMENT_VALUE:
-      return "an element is not closed";
-    case TiXmlBase::TIXML_ERROR_READING_ATTRIBUTES:
-      return "an attribute has no value, or its value has no end";
-    case TiXmlBase::TIXML_ERROR_PARSING_EMPTY:
-      return "no > follows a /";
-    case TiXmlBase::TIXML_ERROR_READING_END_TAG:
-      return "an element is not closed, or another one is closed first";
-    default:
-      return document.ErrorDesc();
-  }
 }
 
 std::string Tag(const TiXmlNode& node) { return "<" + node.ValueStr() + ">"; }
@@ -61,66 +29,26 @@ class JobChecker {
 
   JobReport Check() {
     if (_text.empty()) {
-      Unusable({}, "the job is empty: the program does nothing and answers with success");
+      Unusable("the job is empty: the program does nothing and answers with success");
       return std::move(_report);
     }
-    CheckNul();
+    _text = CutAtNul(_text, _report);
     const JobDocumentPtr document =
         ParseJobDocument(reinterpret_cast<const unsigned char*>(_text.data()),
                          static_cast<DWORD>(_text.size()), Places::kCounted);
-    if (document->Error()) CheckError(*document);
+    CheckParsing(_text, *document, _report);
     if (document->ErrorId() != TiXmlBase::TIXML_ERROR) CheckRoots(*document);
-    CheckComments();
+    CheckComments(_text, _report);
     SortFindings();
     return std::move(_report);
   }
 
  private:
-  void Report(Severity severity, Place place, const std::string& text) {
-    _report.findings.push_back({severity, place.row, place.column, text});
+  void Unusable(const std::string& text) {
+    _report.findings.push_back({Severity::kUnusable, 1, 1, text});
   }
-  void Unusable(Place place, const std::string& text) { Report(Severity::kUnusable, place, text); }
   void Doubt(const TiXmlBase& place, const std::string& text) {
-    Report(Severity::kDoubt, {place.Row(), place.Column()}, text);
-  }
-
-  void CheckNul() {
-    const std::size_t nul = _text.find('\0');
-    if (nul == std::string_view::npos) return;
-    Unusable(EndOf(_text.substr(0, nul)),
-             "a NUL byte ends the document here, as in text that is UTF-16");
-    _text = _text.substr(0, nul);
-  }
-
-  void CheckComments() {
-    std::size_t start = _text.find("<!--");
-    while (start != std::string_view::npos) {
-      const std::size_t end = _text.find("-->", start);
-      if (end == std::string_view::npos) {
-        return Report(Severity::kDoubt, EndOf(_text.substr(0, start)),
-                      "this comment is never closed: all that follows belongs to it");
-      }
-      start = _text.find("<!--", end);
-    }
-  }
-
-  void CheckError(const TiXmlDocument& document) {
-    if (document.ErrorId() == TiXmlBase::TIXML_ERROR) {
-      Unusable({},
-               "too deep, too many tags or too many attributes: the program does not read the "
-               "document, and the job fails");
-      return;
-    }
-    if (_text.find("</" + std::string(kRootName)) == std::string_view::npos &&
-        _text.find("<" + std::string(kRootName)) != std::string_view::npos) {
-      Unusable(EndOf(_text),
-               "the document breaks off; the program executes what it has read until then");
-      return;
-    }
-    const bool placed = document.ErrorRow() > 0;
-    Unusable(placed ? Place{document.ErrorRow(), document.ErrorCol()} : EndOf(_text),
-             "not well-formed (" + CauseOf(document) +
-                 "); the program executes what it has read until then");
+    _report.findings.push_back({Severity::kDoubt, place.Row(), place.Column(), text});
   }
 
   void CheckRoots(const TiXmlDocument& document) {
@@ -134,7 +62,7 @@ class JobChecker {
       }
     }
     if (job == nullptr) {
-      Unusable({}, "no <zsdk_job> element at the top: the job fails");
+      Unusable("no <zsdk_job> element at the top: the job fails");
     } else {
       CheckOperations(*job);
     }
