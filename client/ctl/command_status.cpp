@@ -10,6 +10,7 @@
 #include "platform/places.h"
 #include "platform/process_arguments.h"
 #include "platform/state_root.h"
+#include "support/mini_dump_writer.h"
 #include "support/process_utility.h"
 #include "support/scoped_handle.h"
 
@@ -23,18 +24,12 @@ void PrintRow(std::string name, const std::string& text) {
   PrintLine(name + text);
 }
 
-Tagwright::WideString CommonDataFolder() {
-  WCHAR path[MAX_PATH] = {};
-  SHGetFolderPathW(nullptr, CSIDL_COMMON_APPDATA | CSIDL_FLAG_CREATE, nullptr, 0, path);
-  return path;
-}
-
 void PrintPaths() {
   const Tagwright::WideString programs = ProcessUtility::GetCurrentModuleDirectory().wstring();
   const Tagwright::WideString log = Tagwright::LogFilePath("");
   PrintRow("programs", platform::NativePath(programs));
   PrintRow("log files", platform::NativePath(log.substr(0, log.find_last_of(TEXT('\\')))));
-  PrintRow("crash dumps", platform::NativePath(CommonDataFolder()));
+  PrintRow("crash dumps", platform::NativePath(DumpFolderPath().wstring()));
   PrintRow("simulator", platform::NativePath(platform::StateRoot() + TEXT("\\simulator")));
   for (const platform::Place& place : platform::SystemPlaces()) PrintRow(place.name, place.where);
 }
