@@ -104,7 +104,8 @@ std::string Describe(const ClientError& error) {
   std::string text = FormOf(error).text;
   // What the system says of a time-out is that this program gave up waiting.
   const bool isKnown = error.kind == ClientErrorKind::kTimeout;
-  if (error.systemError != ERROR_SUCCESS && !isKnown) text += " (" + SystemErrorText(error.systemError) + ")";
+  if (error.systemError != ERROR_SUCCESS && !isKnown)
+    text += " (" + SystemErrorText(error.systemError) + ")";
   return text;
 }
 

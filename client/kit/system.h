@@ -16,7 +16,8 @@ typedef intptr_t tagwright_handle;
 uint64_t tagwright_now_ms(void);
 void tagwright_sleep_ms(uint32_t duration_ms);
 
-// The length of an absolute path with its NUL may reach TAGWRIGHT_PATH_SIZE, which the build defines.
+// The length of an absolute path with its NUL may reach TAGWRIGHT_PATH_SIZE, which the build
+// defines.
 
 /// Connects at once or fails at once. `name` is in lower case and valid.
 tagwright_result tagwright_pipe_open(const char *name, tagwright_handle *pipe);
@@ -45,12 +46,12 @@ bool tagwright_program_place(unsigned index, char *path, size_t size);
 bool tagwright_environment(const char *variable, char *value, size_t size);
 bool tagwright_random(void *bytes, size_t size);
 
-/// Writes the parts, of which the last is followed by a null pointer, one behind the other; false when
-/// they do not fit. (The formatted output of each compiler needs a library of that compiler.)
+/// Writes the parts, of which the last is followed by a null pointer, one behind the other; false
+/// when they do not fit. (The formatted output of each compiler needs a library of that compiler.)
 bool tagwright_join(char *text, size_t size, const char *const *parts);
 
-/// Remembers for tagwright_system_error, which the system's files define, what the system said to this
-/// thread.
+/// Remembers for tagwright_system_error, which the system's files define, what the system said to
+/// this thread.
 void tagwright_note_system_error(long error);
 
 #endif
