@@ -40,6 +40,12 @@ class EventLogReading : public testing::Test {
   std::u16string Text(DWORD at) const {
     return reinterpret_cast<const char16_t*>(buffer.data() + at);
   }
+  static std::string LastLine() {
+    std::ifstream file(std::string(std::getenv("TAGWRIGHT_ROOT")) + "/eventlog/Application.jsonl");
+    std::string last;
+    for (std::string line; std::getline(file, line);) last = line;
+    return last;
+  }
   DWORD Count() const {
     DWORD count = 0;
     EXPECT_TRUE(GetNumberOfEventLogRecords(log, &count));
@@ -55,7 +61,6 @@ class EventLogReading : public testing::Test {
 
 TEST_F(EventLogReading, FindsWhatWasReported) {
   const DWORD before = Count();
-  const DWORD now = static_cast<DWORD>(time(nullptr));
   Report(EVENTLOG_ERROR_TYPE, u"first\n\u20AC", std::string("\x01\xFF\x00", 3));
   Report(EVENTLOG_WARNING_TYPE, u"second", "");
   ASSERT_EQ(Count(), before + 2);
@@ -64,11 +69,13 @@ TEST_F(EventLogReading, FindsWhatWasReported) {
 
   ASSERT_EQ(Read(before + 1, 4096), DWORD{ERROR_SUCCESS});
   const EVENTLOGRECORD first = Record(0);
+  EXPECT_EQ(first.Reserved, DWORD{0x654C664C});
+  EXPECT_EQ(first.NumStrings, 1);
+  EXPECT_EQ(first.UserSidOffset, first.StringOffset);
   EXPECT_EQ(first.RecordNumber, before + 1);
   EXPECT_EQ(first.EventType, EVENTLOG_ERROR_TYPE);
   EXPECT_EQ(first.EventID, 0xCFFF0300);
   EXPECT_EQ(first.EventCategory, 3);
-  EXPECT_LE(first.TimeGenerated - now, 60U);
   EXPECT_EQ(Text(sizeof first), u"Reading \u00E9");
   EXPECT_EQ(Text(first.StringOffset), u"first\n\u20AC");
   EXPECT_EQ(std::string(buffer.data() + first.DataOffset, first.DataLength),
@@ -85,6 +92,53 @@ TEST_F(EventLogReading, FindsWhatWasReported) {
   EXPECT_EQ(done, first.Length) << "whole records only";
   EXPECT_EQ(Read(before + 3, 4096), DWORD{ERROR_HANDLE_EOF});
   EXPECT_EQ(Read(0, 4096), DWORD{ERROR_INVALID_PARAMETER});
+}
+
+std::int64_t NowMs() {
+  timespec now{};
+  clock_gettime(CLOCK_REALTIME, &now);
+  return now.tv_sec * std::int64_t{1000} + now.tv_nsec / 1000000;
+}
+
+/// Milliseconds since 1970 of a local time like 2026-11-19T04:22:58.125.
+std::int64_t MsOf(const std::string& text, int minutesAheadOfUtc) {
+  tm fields{};
+  const char* const rest = strptime(text.c_str(), "%FT%T.", &fields);
+  if (rest == nullptr) return 0;
+  return (timegm(&fields) - minutesAheadOfUtc * 60) * std::int64_t{1000} + std::stoi(rest);
+}
+
+TEST_F(EventLogReading, TellsTheTimeInEveryZone) {
+  const struct {
+    const char* zone;
+    std::string offset;
+    int minutes;
+  } zones[] = {{"<+0545>-5:45", "+05:45\",", 345}, {"<-0330>3:30", "-03:30\",", -210}};
+  for (const auto& [zone, offset, minutes] : zones) {
+    setenv("TZ", zone, 1);
+    tzset();
+    const std::int64_t before = NowMs();
+    SYSTEMTIME now{};
+    GetLocalTime(&now);
+    Report(EVENTLOG_ERROR_TYPE, u"", "");
+    const std::int64_t after = NowMs();
+
+    const std::string line = LastLine();
+    EXPECT_EQ(line.substr(32, 8), offset);
+    const std::int64_t logged = MsOf(line.substr(9, 23), minutes);
+    char text[64];
+    std::snprintf(text, sizeof text, "%04d-%02d-%02dT%02d:%02d:%02d.%03d", now.wYear, now.wMonth,
+                  now.wDay, now.wHour, now.wMinute, now.wSecond, now.wMilliseconds);
+    const std::int64_t told = MsOf(text, minutes);
+    EXPECT_TRUE(before <= told && told <= logged && logged <= after) << line << text;
+    constexpr int kThursday = 4;
+    EXPECT_EQ(now.wDayOfWeek, ((told / 60000 + minutes) / 1440 + kThursday) % 7);
+    ASSERT_EQ(Read(Count(), 4096), DWORD{ERROR_SUCCESS});
+    EXPECT_EQ(Record(0).TimeGenerated, logged / 1000);
+    EXPECT_EQ(Record(0).TimeWritten, logged / 1000);
+  }
+  unsetenv("TZ");
+  tzset();
 }
 
 TEST_F(EventLogReading, PassesOverLinesThatAreNoEvents) {

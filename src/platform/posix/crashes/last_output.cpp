@@ -14,6 +14,7 @@
 #include "platform/posix/crashes/dump_writer.h"
 #include "platform/posix/kernel/state_paths.h"
 #include "platform/posix/kernel/text.h"
+#include "platform/posix/system/event_line.h"
 #include "platform/posix/system/event_log_file.h"
 
 namespace platform {
@@ -22,19 +23,13 @@ namespace {
 /// Text in a buffer of its own; what does not fit is cut.
 class Line {
  public:
-  void Add(char byte) {
+  Line& operator+=(char byte) {
     if (_size < sizeof _bytes) _bytes[_size++] = byte;
+    return *this;
   }
-  void Add(std::string_view text) {
-    for (const char byte : text) Add(byte);
-  }
-  void AddNumber(int number, int digits) {
-    if (digits > 1) AddNumber(number / 10, digits - 1);
-    Add(static_cast<char>('0' + number % 10));
-  }
-  void AddHex(unsigned number, int digits) {
-    if (digits > 1) AddHex(number >> 4, digits - 1);
-    Add("0123456789ABCDEF"[number & 15]);
+  Line& operator+=(std::string_view text) {
+    for (const char byte : text) *this += byte;
+    return *this;
   }
 
   /// One write, so that the line is whole among those of other processes.
@@ -54,52 +49,20 @@ class Line {
   std::size_t _size = 0;
 };
 
-/// As the event log's own lines have it. The C library's time zone has been loaded before, so
-/// localtime_r only reads it.
-void AddTime(Line& line) {
-  timespec now{};
-  clock_gettime(CLOCK_REALTIME, &now);
-  tm local{};
-  localtime_r(&now.tv_sec, &local);
-  constexpr int kFirstYear = 1900, kMinuteSeconds = 60, kHourMinutes = 60;
-  line.AddNumber(kFirstYear + local.tm_year, 4);
-  line.Add('-');
-  line.AddNumber(local.tm_mon + 1, 2);
-  line.Add('-');
-  line.AddNumber(local.tm_mday, 2);
-  line.Add('T');
-  line.AddNumber(local.tm_hour, 2);
-  line.Add(':');
-  line.AddNumber(local.tm_min, 2);
-  line.Add(':');
-  line.AddNumber(local.tm_sec, 2);
-  line.Add('.');
-  line.AddNumber(static_cast<int>(now.tv_nsec / 1000000), 3);
-  const int offsetMinutes = static_cast<int>(local.tm_gmtoff / kMinuteSeconds);
-  line.Add(offsetMinutes < 0 ? '-' : '+');
-  line.AddNumber(std::abs(offsetMinutes) / kHourMinutes, 2);
-  line.Add(':');
-  line.AddNumber(std::abs(offsetMinutes) % kHourMinutes, 2);
-}
-
 /// Without what JSON and UTF-8 would need more than an escape for.
-void AddEscaped(Line& line, std::string_view text) {
+void AppendQuoted(Line& line, std::string_view text) {
+  line += '"';
   for (const char byte : text) {
     const auto value = static_cast<unsigned char>(byte);
     constexpr unsigned char kFirstPrintable = 0x20, kFirstBeyondAscii = 0x80;
-    if (byte == '"' || byte == '\\') line.Add('\\');
+    if (byte == '"' || byte == '\\') line += '\\';
     if (value < kFirstPrintable) {
-      line.Add("\\u");
-      line.AddHex(value, 4);
+      AppendHex(line += "\\u", value, 4);
     } else {
-      line.Add(value < kFirstBeyondAscii ? byte : '?');
+      line += value < kFirstBeyondAscii ? byte : '?';
     }
   }
-}
-
-void AddHexBytes(Line& line, const void* data, DWORD sizeBytes) {
-  const auto* const bytes = static_cast<const BYTE*>(data);
-  for (DWORD i = 0; i < sizeBytes; ++i) line.AddHex(bytes[i], 2);
+  line += '"';
 }
 
 /// Empty for a path that cannot be expressed, which no file has.
@@ -118,7 +81,8 @@ struct LastOutput::Names {
 };
 
 LastOutput::LastOutput(LPCWSTR eventSource, LPCWSTR textFile)
-    : _names(new Names{ToUtf8(eventSource), EventLogFileOf(eventSource), NativePath(textFile)}) {
+    : _names(new Names{Quoted(ToUtf8(eventSource)), EventLogFileOf(eventSource),
+                       NativePath(textFile)}) {
   tzset();
 }
 
@@ -127,25 +91,16 @@ LastOutput::~LastOutput() = default;
 bool LastOutput::ReportError(DWORD eventId, std::string_view text, const void* data,
                              DWORD dataBytes) const {
   Line line;
-  line.Add("{\"time\":\"");
-  AddTime(line);
-  line.Add("\",\"source\":\"");
-  AddEscaped(line, _names->source);
-  line.Add("\",\"type\":\"Error\",\"category\":0,\"event_id\":\"0x");
-  line.AddHex(eventId, 8);
-  line.Add("\",\"text\":\"");
-  AddEscaped(line, text);
-  line.Add("\",\"data\":\"");
-  AddHexBytes(line, data, dataBytes);
-  line.Add("\"}\n");
+  AppendEvent(line, {_names->source, "Error", 0, eventId, data, dataBytes},
+              [&](Line& end) { AppendQuoted(end, text); });
   return line.AppendTo(_names->eventLog.c_str());
 }
 
 bool LastOutput::AppendToFile(std::string_view text) const {
   Line line;
   for (const char byte : text) {
-    if (byte == '\n') line.Add('\r');
-    line.Add(byte);
+    if (byte == '\n') line += '\r';
+    line += byte;
   }
   return line.AppendTo(_names->textFile.c_str());
 }
