@@ -6,12 +6,9 @@
 constexpr HRESULT S_OK = 0;
 constexpr HRESULT S_FALSE = 1;
 constexpr HRESULT E_INVALIDARG = static_cast<HRESULT>(0x80070057U);
-constexpr HRESULT RPC_E_CHANGED_MODE = static_cast<HRESULT>(0x80010106U);
 constexpr DWORD COINIT_APARTMENTTHREADED = 2;
-constexpr DWORD COINIT_MULTITHREADED = 0;
 
-/// S_OK for the thread's first initialisation; S_FALSE for a further one with the same model, which
-/// needs its own CoUninitialize; RPC_E_CHANGED_MODE for another model, which does not. The two
-/// models above only: E_INVALIDARG otherwise.
+/// S_OK for the thread's first initialisation; S_FALSE for a further one, which needs its own
+/// CoUninitialize. E_INVALIDARG for another model than the one above.
 HRESULT CoInitializeEx(LPVOID reserved, DWORD coInit);
 void CoUninitialize();
