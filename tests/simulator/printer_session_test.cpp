@@ -32,7 +32,7 @@ class PrinterSessionTest : public StateTest {
   }
   static void ExpectDone(const Outcome& outcome) { EXPECT_EQ(outcome.refusal, ""); }
   static void ExpectRefusal(const Outcome& outcome, const char* reason) {
-    EXPECT_THAT(outcome.refusal, testing::HasSubstr(reason));
+    EXPECT_EQ(outcome.refusal, reason);
   }
 
   WideText _address;
@@ -56,29 +56,32 @@ TEST_F(PrinterSessionTest, ALockedBankOpensWithThePasswordOnly) {
 }
 
 TEST_F(PrinterSessionTest, AKilledTagNeverAnswersAgain) {
-  ExpectRefusal(_session.KillTag(TEXT("5EC0DE01")), "no kill password");
+  ExpectRefusal(_session.KillTag(TEXT("5EC0DE01")), "the tag has no kill password");
   ExpectDone(_session.SetKillPassword(TEXT("5EC0DE01")));
   ExpectRefusal(_session.KillTag(TEXT("5EC0DE02")), "wrong password");
   ExpectDone(_session.KillTag(TEXT("5EC0DE01")));
   Reconnect();
-  ExpectRefusal(_session.WriteMemory(3, 0, TEXT("1111")), "no answer");
-  ExpectRefusal(_session.LockTag(TEXT(""), kLockEpc), "no answer");
+  ExpectRefusal(_session.WriteMemory(3, 0, TEXT("1111")), "no answer from the tag");
+  ExpectRefusal(_session.LockTag(TEXT(""), kLockEpc), "no answer from the tag");
 }
 
 TEST_F(PrinterSessionTest, RefusesWhatMakesNoSense) {
-  ExpectRefusal(_session.WriteEpc(TEXT("E2")), "whole words");
-  ExpectRefusal(_session.WriteEpc(TEXT("E2G0")), "hexadecimal digits");
-  ExpectRefusal(_session.WriteEpc(TEXT("1111 2222")), "blanks");
-  ExpectRefusal(_session.WriteMemory(3, 0, TEXT("")), "no data");
-  ExpectRefusal(_session.WriteMemory(4, 0, TEXT("1111")), "no such memory");
-  ExpectRefusal(_session.WriteMemory(3, -1, TEXT("1111")), "no such memory");
-  ExpectRefusal(_session.SetKillPassword(TEXT("12345")), "8 hexadecimal digits");
-  ExpectRefusal(_session.LockTag(TEXT(""), 0x100000), "20 bits");
-  ExpectRefusal(_session.UnlockTag(TEXT(""), -1), "20 bits");
-  ExpectRefusal(_session.PermalockUserBlock(TEXT(""), 0, -1), "no such memory");
-  ExpectRefusal(Connect(TEXT("")), "empty address");
+  ExpectRefusal(_session.WriteEpc(TEXT("E2")), "the data is not whole words of hexadecimal digits");
+  ExpectRefusal(_session.WriteEpc(TEXT("E2G0")),
+                "the data is not whole words of hexadecimal digits");
+  ExpectRefusal(_session.WriteEpc(TEXT("1111 2222")),
+                "the data has blanks; it is made of hexadecimal digits alone");
+  ExpectRefusal(_session.WriteMemory(3, 0, TEXT("")), "there is no data to write");
+  ExpectRefusal(_session.WriteMemory(4, 0, TEXT("1111")), "no such memory location");
+  ExpectRefusal(_session.WriteMemory(3, -1, TEXT("1111")), "no such memory location");
+  ExpectRefusal(_session.SetKillPassword(TEXT("12345")), "a password has 8 hexadecimal digits");
+  ExpectRefusal(_session.LockTag(TEXT(""), 0x100000), "a lock action is a payload of 20 bits");
+  ExpectRefusal(_session.UnlockTag(TEXT(""), -1), "a lock action is a payload of 20 bits");
+  ExpectRefusal(_session.PermalockUserBlock(TEXT(""), 0, -1), "no such memory location");
+  ExpectRefusal(Connect(TEXT("")), "no printer at an empty address");
   Write("printers.json", R"({"printers": {"USB001": "standard"}})");
-  ExpectRefusal(Connect(TEXT("USB002")), "no such printer");
+  ExpectRefusal(Connect(TEXT("USB002")),
+                "no such printer; printers.json names those that there are");
   EXPECT_FALSE(FindTag(TEXT("USB002")));
 }
 
@@ -97,18 +100,21 @@ TEST_F(PrinterSessionTest, WithoutAConnectionNothingElseMatters) {
 TEST_F(PrinterSessionTest, FieldFaultsLeaveWhatARealTagWouldHold) {
   ExpectDone(_session.WriteMemory(3, 0, TEXT("1111222233334444")));
   _session.InterruptNextWrite(1, false);
-  ExpectRefusal(_session.WriteMemory(3, 0, TEXT("AAAABBBBCCCCDDDD")), "insufficient power");
+  ExpectRefusal(_session.WriteMemory(3, 0, TEXT("AAAABBBBCCCCDDDD")),
+                "insufficient power: the write stopped part-way");
   EXPECT_EQ(UserStart(), "AAAA 2222 3333 4444");
   _session.InterruptNextWrite(std::nullopt, true);
-  ExpectRefusal(_session.WriteMemory(3, 0, TEXT("EEEEFFFF99998888")), "stopped part-way");
+  ExpectRefusal(_session.WriteMemory(3, 0, TEXT("EEEEFFFF99998888")),
+                "insufficient power: the write stopped part-way");
   EXPECT_EQ(UserStart(), "EEEE FFFF 0000 4444");
   _session.InterruptNextWrite(7, false);
-  ExpectRefusal(_session.WriteMemory(3, 3, TEXT("7777")), "insufficient power");
+  ExpectRefusal(_session.WriteMemory(3, 3, TEXT("7777")),
+                "insufficient power: the write stopped part-way");
   EXPECT_EQ(UserStart(), "EEEE FFFF 0000 4444") << "the last word is never written";
   ExpectDone(_session.WriteMemory(3, 3, TEXT("7777")));
   _session.TakeTagAway();
-  ExpectRefusal(_session.WriteEpc(TEXT("1111")), "no answer");
-  ExpectRefusal(_session.SetKillPassword(TEXT("12345678")), "no answer");
+  ExpectRefusal(_session.WriteEpc(TEXT("1111")), "no answer from the tag");
+  ExpectRefusal(_session.SetKillPassword(TEXT("12345678")), "no answer from the tag");
   Reconnect();
   ExpectDone(_session.WriteEpc(TEXT("1111")));
 }
@@ -136,11 +142,11 @@ TEST_F(PrinterSessionTest, ThePrintersKindDecidesAboutItsTags) {
   ASSERT_TRUE(Connect(TEXT("SMALL")).Succeeded());
   EXPECT_EQ(LoadTag(TEXT("SMALL")).EpcWords(), 2U) << "as much of 96 bits as there is room for";
   ExpectDone(_session.WriteEpc(TEXT("11112222")));
-  ExpectRefusal(_session.WriteEpc(TEXT("111122223333")), "no such memory");
-  ExpectRefusal(_session.WriteMemory(1, 1, TEXT("1800")), "no such memory");
-  ExpectRefusal(_session.WriteMemory(3, 3, TEXT("1111")), "no such memory");
+  ExpectRefusal(_session.WriteEpc(TEXT("111122223333")), "no such memory location");
+  ExpectRefusal(_session.WriteMemory(1, 1, TEXT("1800")), "no such memory location");
+  ExpectRefusal(_session.WriteMemory(3, 3, TEXT("1111")), "no such memory location");
   ExpectDone(_session.PermalockUserBlock(TEXT(""), 1, 1));
-  ExpectRefusal(_session.PermalockUserBlock(TEXT(""), 2, 1), "no such memory");
+  ExpectRefusal(_session.PermalockUserBlock(TEXT(""), 2, 1), "no such memory location");
   ExpectRefusal(_session.WriteMemory(3, 2, TEXT("1111")), "memory locked");
   ExpectDone(_session.WriteMemory(3, 1, TEXT("1111")));
   const std::string text = ReadStateFile(TagFilePath(TEXT("SMALL"))).value();
