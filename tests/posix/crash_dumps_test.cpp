@@ -1,22 +1,31 @@
 /// What crashes leave on Linux: a debugger opens the dumps that the layer writes.
 #include <dlfcn.h>
 #include <gmock/gmock.h>
+#include <signal.h>
+#include <sys/utsname.h>
 #include <unistd.h>
 #include <unwind.h>
 
 #include <cstdio>
 #include <filesystem>
+#include <fstream>
 
 #include "common/dump_folder.h"
 #include "common/test_thread.h"
 #include "common/victim.h"
+#include "platform/posix/crashes/minidump_format.h"
 #include "platform/posix/kernel/state_paths.h"
+#include "support/mini_dump_writer.h"
 #include "support/thread_procedure.h"
 
 namespace {
 
+namespace format = platform::minidump;
+using format::StreamType;
 using testing::ContainsRegex;
+using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::StartsWith;
 
 int* volatile nowhere = nullptr;
 volatile int sink = 0;
@@ -76,6 +85,164 @@ TEST(CrashDumps, HoldOtherThreadsStacksAndTheProgramsData) {
   const std::string dump = DumpFolder::Content(DumpFolder::Path("bkcrash_0000.dmp"));
   EXPECT_THAT(dump, HasSubstr(std::string(onStack, sizeof onStack)));
   EXPECT_THAT(dump, HasSubstr(std::string(inData, sizeof inData)));
+}
+
+/// The records of a dump's file.
+struct Dump {
+  std::string bytes = DumpFolder::Content(DumpFolder::Path("bkcrash_0000.dmp"));
+  std::map<std::uint32_t, std::string> streams = DumpFolder::Streams(bytes);
+
+  template <class Record>
+  static Record Read(const std::string& from, std::size_t at = 0) {
+    Record record{};
+    if (at + sizeof record <= from.size()) std::memcpy(&record, from.data() + at, sizeof record);
+    return record;
+  }
+  const std::string& Stream(StreamType type) { return streams[static_cast<DWORD>(type)]; }
+  template <class Record>
+  std::vector<Record> List(StreamType type) {
+    std::vector<Record> records(Read<DWORD>(Stream(type)));
+    for (std::size_t i = 0; i < records.size(); ++i) {
+      records[i] = Read<Record>(Stream(type), sizeof(DWORD) + i * sizeof(Record));
+    }
+    return records;
+  }
+  std::string At(const format::Location& place) const {
+    EXPECT_EQ(place.offset % 8, 0U);
+    EXPECT_LE(place.offset + place.sizeBytes, bytes.size());
+    return bytes.substr(place.offset, place.sizeBytes);
+  }
+  std::string Text(DWORD offset) const {
+    std::string text;
+    for (DWORD i = 0; i < Read<DWORD>(bytes, offset); i += 2) text += bytes[offset + 4 + i];
+    return text + bytes[offset + 4 + 2 * text.size()];  // Its NUL.
+  }
+  /// What the memory held at an address; empty when it is not in the dump.
+  std::string Memory(std::uint64_t address, std::size_t size) {
+    for (const auto& range : List<format::MemoryDescriptor>(StreamType::kMemoryList)) {
+      if (address - range.start >= range.memory.sizeBytes) continue;
+      return At(range.memory).substr(address - range.start, size);
+    }
+    return {};
+  }
+};
+
+/// Crashes with numbers of their own in the registers, writing to 0x4321.
+[[gnu::noinline]] void CrashWithMarkedRegisters() {
+  asm volatile(
+      "push $0x15; push $0x14; push $0x13; push $0x12; push $0x11; push $0x10; push $9; push $8\n"
+      "pop %%r8; pop %%r9; pop %%r10; pop %%r11; pop %%r12; pop %%r13; pop %%r14; pop %%r15\n"
+      "mov $1, %%eax; mov $2, %%ebx; mov $3, %%ecx; mov $4, %%edx; mov $5, %%esi\n"
+      "mov $0x4321, %%edi; movl $0, (%%rdi)"
+      :
+      :
+      : "rax", "rbx", "rcx", "rdx", "rsi", "rdi", "r8", "r9", "r10", "r11", "r12", "r13", "r14",
+        "r15", "memory");
+}
+
+std::string ContentOf(const std::filesystem::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+TEST(CrashDumps, TellTheCrashRecordByRecord) {
+  const DumpFolder dumps;
+  const HANDLE done = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+  const HANDLE waits = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+  char onStack[32];
+  std::uint64_t placeOnStack = 0;
+  TestThread other([&] {
+    char mark[32];
+    Mark(mark, 1);
+    std::memcpy(onStack, mark, sizeof mark);
+    placeOnStack = reinterpret_cast<std::uint64_t>(mark);
+    SetEvent(waits);
+    return WaitForSingleObject(done, TestThread::kBoundMs);
+  });
+  ASSERT_EQ(WaitForSingleObject(waits, TestThread::kBoundMs), WAIT_OBJECT_0);
+  std::vector<std::string> tasks;
+  for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
+    tasks.push_back(task.path().filename());
+  }
+  const auto before = static_cast<DWORD>(time(nullptr));
+  OExceptionHandler handler("Worker::Run", 0);
+  EXPECT_FALSE(RunGuarded(handler, CrashWithMarkedRegisters));
+  SetEvent(done);
+
+  Dump dump;
+  const auto header = Dump::Read<format::Header>(dump.bytes);
+  EXPECT_EQ(header.version, 0xA793U);
+  EXPECT_EQ(header.flags, ULONGLONG{kDumpType});
+  EXPECT_LE(header.timeSeconds - before, static_cast<DWORD>(time(nullptr)) - before);
+  EXPECT_EQ(dump.streams.size(), 8U);
+
+  const auto system = Dump::Read<format::SystemInfo>(dump.Stream(StreamType::kSystemInfo));
+  utsname name{};
+  uname(&name);
+  EXPECT_EQ(system.processorArchitecture, 9);
+  EXPECT_EQ(system.processorCount, sysconf(_SC_NPROCESSORS_ONLN));
+  EXPECT_EQ(system.platformId, 0x8201U);
+  EXPECT_EQ(dump.Text(system.servicePackOffset), name.version + std::string(1, 0));
+
+  const auto exception = Dump::Read<format::ExceptionStream>(dump.Stream(StreamType::kException));
+  const auto context = Dump::Read<CONTEXT>(dump.At(exception.context));
+  EXPECT_EQ(exception.threadId, GetCurrentThreadId());
+  EXPECT_EQ(exception.code, DWORD{SIGSEGV});
+  EXPECT_EQ(exception.flags, EXCEPTION_ACCESS_VIOLATION);
+  EXPECT_EQ(exception.address, 0x4321U);
+  ASSERT_EQ(exception.parameterCount, 2U);
+  EXPECT_EQ(exception.parameters[0], 1U);
+  EXPECT_EQ(exception.parameters[1], 0x4321U);
+  EXPECT_THAT(
+      (std::vector<ULONGLONG>{context.Rax, context.Rbx, context.Rcx, context.Rdx, context.Rsi,
+                              context.Rdi, context.R8, context.R9, context.R10, context.R11,
+                              context.R12, context.R13, context.R14, context.R15}),
+      ElementsAre(1, 2, 3, 4, 5, 0x4321, 8, 9, 0x10, 0x11, 0x12, 0x13, 0x14, 0x15));
+  WORD segments[4];
+  asm("mov %%cs, %0; mov %%ss, %1; mov %%fs, %2; mov %%gs, %3"
+      : "=r"(segments[0]), "=r"(segments[1]), "=r"(segments[2]), "=r"(segments[3]));
+  EXPECT_THAT(segments, ElementsAre(context.SegCs, context.SegSs, context.SegFs, context.SegGs));
+  EXPECT_EQ(context.ContextFlags, 0x0010000FU);
+  EXPECT_EQ(context.MxCsr & 0x1F80, 0x1F80U);
+  EXPECT_EQ(Dump::Read<WORD>(std::string(reinterpret_cast<const char*>(context.FltSave), 2)),
+            0x37F);
+  const std::string code(reinterpret_cast<const char*>(context.Rip - 128), 256);
+  EXPECT_EQ(dump.Memory(context.Rip - 128, 256), code);
+
+  std::vector<std::string> threads;
+  for (const auto& thread : dump.List<format::ThreadRecord>(StreamType::kThreadList)) {
+    threads.push_back(std::to_string(thread.id));
+    const auto registers = Dump::Read<CONTEXT>(dump.At(thread.context));
+    EXPECT_EQ(registers.Rsp - 128, thread.stack.start) << thread.id;
+    EXPECT_GT(dump.At(thread.stack.memory).size(), 256U);
+  }
+  EXPECT_THAT(threads, testing::UnorderedElementsAreArray(tasks));
+  EXPECT_EQ(threads.at(0), std::to_string(exception.threadId));
+  const auto crashed = Dump::Read<format::ThreadRecord>(dump.Stream(StreamType::kThreadList), 4);
+  EXPECT_EQ(crashed.context.offset, exception.context.offset);
+  EXPECT_EQ(dump.Memory(placeOnStack, sizeof onStack), std::string(onStack, sizeof onStack));
+
+  const std::string maps = ContentOf("/proc/self/maps");
+  bool isOwnThere = false;
+  for (const auto& module : dump.List<format::ModuleRecord>(StreamType::kModuleList)) {
+    char line[32];
+    std::snprintf(line, sizeof line, "\n%llx-", static_cast<unsigned long long>(module.base));
+    EXPECT_THAT('\n' + maps, HasSubstr(line));
+    std::snprintf(line, sizeof line, "-%llx ",
+                  static_cast<unsigned long long>(module.base + module.sizeBytes));
+    EXPECT_THAT(maps, HasSubstr(line));
+    const std::string path = dump.Text(module.nameOffset).c_str();
+    if (path == "[vdso]") continue;
+    const std::string id = dump.At(module.codeView);
+    EXPECT_THAT(id, StartsWith("LEpB"));
+    EXPECT_EQ(id.size(), 24U);
+    EXPECT_THAT(ContentOf(path), HasSubstr(std::string("GNU\0", 4) + id.substr(4))) << path;
+    isOwnThere |= path == std::filesystem::read_symlink("/proc/self/exe");
+  }
+  EXPECT_TRUE(isOwnThere);
+  EXPECT_THAT(dump.Stream(StreamType::kLinuxMaps), StartsWith(maps.substr(0, maps.find('\n'))));
+  EXPECT_THAT(dump.Stream(StreamType::kLinuxProcStatus), StartsWith("Name:\ttest_posix\n"));
+  EXPECT_THAT(dump.Stream(StreamType::kLinuxCpuInfo), StartsWith("processor\t: 0\n"));
 }
 
 /// A library is loaded from a file that becomes empty; then the process crashes.
