@@ -2,8 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <functional>
 #include <string>
+#include <vector>
 
 #include "platform/windows_api.h"
 
@@ -58,10 +58,25 @@ bool Dump(HANDLE process, DWORD id, DWORD type, bool withStreams) {
                             nullptr);
 }
 
+bool Widen(UINT page, DWORD flags, const char* text, int length, WCHAR* wide, int size) {
+  return MultiByteToWideChar(page, flags, text, length, wide, size) == 0;
+}
+
+bool Format(DWORD flags, DWORD code) {
+  char text[4];
+  return FormatMessageA(flags, nullptr, code, 0, text, sizeof text, nullptr) == 0;
+}
+
+/// A call that has just been made, and what the last error has to be.
 struct Case {
-  int line;
+  Case(bool refused, DWORD reason, int at = __builtin_LINE())
+      : isRefused(refused), expected(reason), error(GetLastError()), line(at) {
+    SetLastError(ERROR_GEN_FAILURE);
+  }
+  bool isRefused;
+  DWORD expected;
   DWORD error;
-  std::function<bool()> isRefused;
+  int line;
 };
 
 TEST(Refusals, NameTheReason) {
@@ -71,6 +86,8 @@ TEST(Refusals, NameTheReason) {
   STARTUPINFOW redirected = startup;
   redirected.dwFlags = 0x100;
   LARGE_INTEGER zero{};
+  LARGE_INTEGER before{};
+  before.QuadPart = -1;
   BYTE buffer[4] = {};
   WCHAR wide[4];
   char narrow[4];
@@ -89,138 +106,95 @@ TEST(Refusals, NameTheReason) {
   const DWORD id = GetCurrentProcessId();
   constexpr DWORD kParameter = ERROR_INVALID_PARAMETER;
 
-  const Case cases[] = {
-      {__LINE__, kParameter, [&] { return File(0, 0, 0); }},
-      {__LINE__, kParameter, [&] { return File(GENERIC_READ | 1, 0, 0); }},
-      {__LINE__, kParameter, [&] { return File(GENERIC_READ, 8, 0); }},
-      {__LINE__, kParameter, [&] { return File(GENERIC_READ, 0, 0x40000000); }},
-      {__LINE__, kParameter, [&] { return File(GENERIC_READ, 0, 0, file); }},
-      {__LINE__, kParameter, [&] { return File(GENERIC_READ, 0, 0, nullptr, &attributes); }},
-      {__LINE__, kParameter, [&] { return File(GENERIC_READ, 0, 0, nullptr, nullptr, 9); }},
-      {__LINE__, ERROR_PATH_NOT_FOUND,
-       [&] { return IsRefused(CreateFileW(nullptr, GENERIC_READ, 0, nullptr, 3, 0, nullptr)); }},
-      {__LINE__, kParameter, [&] { return !SetFilePointerEx(file, zero, nullptr, FILE_END + 1); }},
-      {__LINE__, ERROR_NEGATIVE_SEEK,
-       [&] {
-         LARGE_INTEGER before{};
-         before.QuadPart = -1;
-         return !SetFilePointerEx(file, before, nullptr, FILE_BEGIN);
-       }},
-      {__LINE__, kParameter,
-       [&] { return !ReadFile(file, buffer, 1, &size, Something<OVERLAPPED>()); }},
-      {__LINE__, ERROR_INVALID_HANDLE,
-       [&] { return !ReadFile(events[0], buffer, 1, &size, nullptr); }},
-      {__LINE__, ERROR_INVALID_HANDLE, [&] { return !GetFileSizeEx(events[0], &zero); }},
-      {__LINE__, kParameter, [&] { return !CreateDirectoryW(TEXT("C:\\refused"), &attributes); }},
-      {__LINE__, kParameter, [&] { return !MoveFileExW(kFile, TEXT("C:\\other"), 2); }},
+  const std::vector<Case> cases = {
+      {File(0, 0, 0), kParameter},
+      {File(GENERIC_READ | 1, 0, 0), kParameter},
+      {File(GENERIC_READ, 8, 0), kParameter},
+      {File(GENERIC_READ, 0, 0x40000000), kParameter},
+      {File(GENERIC_READ, 0, 0, file), kParameter},
+      {File(GENERIC_READ, 0, 0, nullptr, &attributes), kParameter},
+      {File(GENERIC_READ, 0, 0, nullptr, nullptr, 9), kParameter},
+      {IsRefused(CreateFileW(nullptr, GENERIC_READ, 0, nullptr, 3, 0, nullptr)),
+       ERROR_PATH_NOT_FOUND},
+      {!SetFilePointerEx(file, zero, nullptr, FILE_END + 1), kParameter},
+      {!SetFilePointerEx(file, before, nullptr, FILE_BEGIN), ERROR_NEGATIVE_SEEK},
+      {!ReadFile(file, buffer, 1, &size, Something<OVERLAPPED>()), kParameter},
+      {!ReadFile(events[0], buffer, 1, &size, nullptr), ERROR_INVALID_HANDLE},
+      {!GetFileSizeEx(events[0], &zero), ERROR_INVALID_HANDLE},
+      {!CreateDirectoryW(TEXT("C:\\refused"), &attributes), kParameter},
+      {!MoveFileExW(kFile, TEXT("C:\\other"), 2), kParameter},
 
-      {__LINE__, kParameter, [&] { return Pipe(1, PIPE_WAIT, 1); }},
-      {__LINE__, kParameter, [&] { return Pipe(PIPE_ACCESS_DUPLEX, 4, 1); }},
-      {__LINE__, kParameter, [&] { return Pipe(PIPE_ACCESS_DUPLEX, PIPE_WAIT, 2); }},
-      {__LINE__, ERROR_INVALID_NAME,
-       [&] { return Pipe(PIPE_ACCESS_DUPLEX, PIPE_WAIT, 1, TEXT("\\\\.\\pipes\\x")); }},
-      {__LINE__, ERROR_INVALID_NAME,
-       [&] { return Pipe(PIPE_ACCESS_DUPLEX, PIPE_WAIT, 1, TEXT("\\\\.\\pipe\\")); }},
-      {__LINE__, ERROR_INVALID_NAME,
-       [&] { return Pipe(PIPE_ACCESS_DUPLEX, PIPE_WAIT, 1, TEXT("\\\\.\\pipe\\a\\b")); }},
-      {__LINE__, ERROR_INVALID_NAME,
-       [&] { return Pipe(PIPE_ACCESS_DUPLEX, PIPE_WAIT, 1, nullptr); }},
-      {__LINE__, kParameter, [&] { return !ConnectNamedPipe(pipe, Something<OVERLAPPED>()); }},
-      {__LINE__, ERROR_INVALID_HANDLE, [&] { return !ConnectNamedPipe(file, nullptr); }},
-      {__LINE__, kParameter, [&] { return !CancelIoEx(pipe, Something<OVERLAPPED>()); }},
-      {__LINE__, ERROR_NOT_FOUND, [&] { return !CancelIoEx(pipe, nullptr); }},
+      {Pipe(1, PIPE_WAIT, 1), kParameter},
+      {Pipe(PIPE_ACCESS_DUPLEX, 4, 1), kParameter},
+      {Pipe(PIPE_ACCESS_DUPLEX, PIPE_WAIT, 2), kParameter},
+      {Pipe(PIPE_ACCESS_DUPLEX, PIPE_WAIT, 1, TEXT("\\\\.\\pipes\\x")), ERROR_INVALID_NAME},
+      {Pipe(PIPE_ACCESS_DUPLEX, PIPE_WAIT, 1, TEXT("\\\\.\\pipe\\")), ERROR_INVALID_NAME},
+      {Pipe(PIPE_ACCESS_DUPLEX, PIPE_WAIT, 1, TEXT("\\\\.\\pipe\\a\\b")), ERROR_INVALID_NAME},
+      {Pipe(PIPE_ACCESS_DUPLEX, PIPE_WAIT, 1, nullptr), ERROR_INVALID_NAME},
+      {!ConnectNamedPipe(pipe, Something<OVERLAPPED>()), kParameter},
+      {!ConnectNamedPipe(file, nullptr), ERROR_INVALID_HANDLE},
+      {!CancelIoEx(pipe, Something<OVERLAPPED>()), kParameter},
+      {!CancelIoEx(pipe, nullptr), ERROR_NOT_FOUND},
 
-      {__LINE__, kParameter,
-       [&] { return Start(nullptr, 0, &startup, nullptr, nullptr, nullptr, nullptr); }},
-      {__LINE__, kParameter,
-       [&] { return Start(kFile, 0, nullptr, nullptr, nullptr, nullptr, nullptr); }},
-      {__LINE__, kParameter,
-       [&] { return Start(kFile, 4, &startup, nullptr, nullptr, nullptr, nullptr); }},
-      {__LINE__, kParameter,
-       [&] { return Start(kFile, 0, &redirected, nullptr, nullptr, nullptr, nullptr); }},
-      {__LINE__, kParameter,
-       [&] { return Start(kFile, 0, &startup, &attributes, nullptr, nullptr, nullptr); }},
-      {__LINE__, kParameter,
-       [&] { return Start(kFile, 0, &startup, nullptr, &attributes, nullptr, nullptr); }},
-      {__LINE__, kParameter,
-       [&] { return Start(kFile, 0, &startup, nullptr, nullptr, buffer, nullptr); }},
-      {__LINE__, kParameter,
-       [&] { return Start(kFile, 0, &startup, nullptr, nullptr, nullptr, TEXT("C:\\")); }},
-      {__LINE__, kParameter, [&] { return IsRefused(CreateToolhelp32Snapshot(1, 0)); }},
-      {__LINE__, kParameter,
-       [&] { return IsRefused(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, id)); }},
-      {__LINE__, kParameter, [&] { return !SetConsoleCtrlHandler(nullptr, TRUE); }},
+      {Start(nullptr, 0, &startup, nullptr, nullptr, nullptr, nullptr), kParameter},
+      {Start(kFile, 0, nullptr, nullptr, nullptr, nullptr, nullptr), kParameter},
+      {Start(kFile, 4, &startup, nullptr, nullptr, nullptr, nullptr), kParameter},
+      {Start(kFile, 0, &redirected, nullptr, nullptr, nullptr, nullptr), kParameter},
+      {Start(kFile, 0, &startup, &attributes, nullptr, nullptr, nullptr), kParameter},
+      {Start(kFile, 0, &startup, nullptr, &attributes, nullptr, nullptr), kParameter},
+      {Start(kFile, 0, &startup, nullptr, nullptr, buffer, nullptr), kParameter},
+      {Start(kFile, 0, &startup, nullptr, nullptr, nullptr, TEXT("C:\\")), kParameter},
+      {IsRefused(CreateToolhelp32Snapshot(1, 0)), kParameter},
+      {IsRefused(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, id)), kParameter},
+      {!SetConsoleCtrlHandler(nullptr, TRUE), kParameter},
 
-      {__LINE__, ERROR_NOT_SUPPORTED,
-       [&] { return IsRefused(CreateEventW(nullptr, TRUE, TRUE, TEXT("named"))); }},
-      {__LINE__, kParameter,
-       [&] { return WaitForMultipleObjects(2, twice, TRUE, 0) == WAIT_FAILED; }},
-      {__LINE__, ERROR_INVALID_HANDLE, [&] { return !CloseHandle(nullptr); }},
+      {IsRefused(CreateEventW(nullptr, TRUE, TRUE, TEXT("named"))), ERROR_NOT_SUPPORTED},
+      {WaitForMultipleObjects(2, twice, TRUE, 0) == WAIT_FAILED, kParameter},
+      {!CloseHandle(nullptr), ERROR_INVALID_HANDLE},
 
-      {__LINE__, ERROR_INVALID_FLAGS,
-       [&] { return MultiByteToWideChar(1252, 8, "a", 1, wide, 4) == 0; }},
-      {__LINE__, kParameter, [&] { return MultiByteToWideChar(4711, 0, "a", 1, wide, 4) == 0; }},
-      {__LINE__, kParameter, [&] { return MultiByteToWideChar(1252, 0, "a", 0, wide, 4) == 0; }},
-      {__LINE__, kParameter, [&] { return MultiByteToWideChar(1252, 0, "a", -2, wide, 4) == 0; }},
-      {__LINE__, kParameter, [&] { return MultiByteToWideChar(1252, 0, "a", 1, wide, -1) == 0; }},
-      {__LINE__, kParameter,
-       [&] { return MultiByteToWideChar(1252, 0, nullptr, 1, wide, 4) == 0; }},
-      {__LINE__, kParameter, [&] { return MultiByteToWideChar(1252, 0, "a", 1, nullptr, 4) == 0; }},
-      {__LINE__, ERROR_INSUFFICIENT_BUFFER,
-       [&] { return MultiByteToWideChar(1252, 0, "abcde", 5, wide, 4) == 0; }},
-      {__LINE__, kParameter,
-       [&] { return WideCharToMultiByte(1252, 0, TEXT("a"), 1, narrow, 4, "?", nullptr) == 0; }},
-      {__LINE__, kParameter,
-       [&] { return WideCharToMultiByte(1252, 0, TEXT("a"), 1, narrow, 4, nullptr, &flag) == 0; }},
-      {__LINE__, kParameter, [&] { return !SetConsoleOutputCP(1252); }},
+      {Widen(1252, 8, "a", 1, wide, 4), ERROR_INVALID_FLAGS},
+      {Widen(4711, 0, "a", 1, wide, 4), kParameter},
+      {Widen(1252, 0, "a", 0, wide, 4), kParameter},
+      {Widen(1252, 0, "a", -2, wide, 4), kParameter},
+      {Widen(1252, 0, "a", 1, wide, -1), kParameter},
+      {Widen(1252, 0, nullptr, 1, wide, 4), kParameter},
+      {Widen(1252, 0, "a", 1, nullptr, 4), kParameter},
+      {Widen(1252, 0, "abcde", 5, wide, 4), ERROR_INSUFFICIENT_BUFFER},
+      {WideCharToMultiByte(1252, 0, TEXT("a"), 1, narrow, 4, "?", nullptr) == 0, kParameter},
+      {WideCharToMultiByte(1252, 0, TEXT("a"), 1, narrow, 4, nullptr, &flag) == 0, kParameter},
+      {!SetConsoleOutputCP(1252), kParameter},
 
-      {__LINE__, kParameter, [&] { return Convert(nullptr, SDDL_REVISION_1); }},
-      {__LINE__, ERROR_UNKNOWN_REVISION, [&] { return Convert(TEXT("D:"), 2); }},
-      {__LINE__, ERROR_INVALID_ACL, [&] { return Convert(TEXT("O:BA"), SDDL_REVISION_1); }},
+      {Convert(nullptr, SDDL_REVISION_1), kParameter},
+      {Convert(TEXT("D:"), 2), ERROR_UNKNOWN_REVISION},
+      {Convert(TEXT("O:BA"), SDDL_REVISION_1), ERROR_INVALID_ACL},
 
-      {__LINE__, kParameter,
-       [&] { return IsRefused(RegisterEventSourceW(TEXT("other"), TEXT("Refusals"))); }},
-      {__LINE__, kParameter, [&] { return IsRefused(RegisterEventSourceW(nullptr, TEXT(""))); }},
-      {__LINE__, kParameter, [&] { return Report(log, 99, nullptr, 1, TEXT("x"), 0); }},
-      {__LINE__, kParameter,
-       [&] { return Report(log, EVENTLOG_ERROR_TYPE, buffer, 1, TEXT("x"), 0); }},
-      {__LINE__, kParameter,
-       [&] { return Report(log, EVENTLOG_ERROR_TYPE, nullptr, 2, TEXT("x"), 0); }},
-      {__LINE__, kParameter,
-       [&] { return Report(log, EVENTLOG_ERROR_TYPE, nullptr, 1, nullptr, 0); }},
-      {__LINE__, kParameter,
-       [&] { return Report(log, EVENTLOG_ERROR_TYPE, nullptr, 1, TEXT("x"), 4); }},
-      {__LINE__, kParameter,
-       [&] { return Report(log, EVENTLOG_ERROR_TYPE, nullptr, 1, tooLong.c_str(), 0); }},
-      {__LINE__, ERROR_INVALID_HANDLE, [&] { return !DeregisterEventSource(file); }},
-      {__LINE__, kParameter,
-       [&] { return IsRefused(OpenEventLogW(TEXT("other"), TEXT("System"))); }},
-      {__LINE__, kParameter, [&] { return IsRefused(OpenEventLogW(nullptr, nullptr)); }},
+      {IsRefused(RegisterEventSourceW(TEXT("other"), TEXT("Refusals"))), kParameter},
+      {IsRefused(RegisterEventSourceW(nullptr, TEXT(""))), kParameter},
+      {Report(log, 99, nullptr, 1, TEXT("x"), 0), kParameter},
+      {Report(log, EVENTLOG_ERROR_TYPE, buffer, 1, TEXT("x"), 0), kParameter},
+      {Report(log, EVENTLOG_ERROR_TYPE, nullptr, 2, TEXT("x"), 0), kParameter},
+      {Report(log, EVENTLOG_ERROR_TYPE, nullptr, 1, nullptr, 0), kParameter},
+      {Report(log, EVENTLOG_ERROR_TYPE, nullptr, 1, TEXT("x"), 4), kParameter},
+      {Report(log, EVENTLOG_ERROR_TYPE, nullptr, 1, tooLong.c_str(), 0), kParameter},
+      {!DeregisterEventSource(file), ERROR_INVALID_HANDLE},
+      {IsRefused(OpenEventLogW(TEXT("other"), TEXT("System"))), kParameter},
+      {IsRefused(OpenEventLogW(nullptr, nullptr)), kParameter},
 
-      {__LINE__, kParameter, [&] { return LoadLibraryW(nullptr) == nullptr; }},
-      {__LINE__, kParameter, [&] { return LoadLibraryW(TEXT("")) == nullptr; }},
-      {__LINE__, ERROR_MOD_NOT_FOUND, [&] { return !FreeLibrary(nullptr); }},
-      {__LINE__, ERROR_NOT_SUPPORTED, [&] { return Dump(events[0], id, 0, false); }},
-      {__LINE__, ERROR_NOT_SUPPORTED, [&] { return Dump(self, id + 1, 0, false); }},
-      {__LINE__, ERROR_NOT_SUPPORTED, [&] { return Dump(self, id, 0x2, false); }},
-      {__LINE__, ERROR_NOT_SUPPORTED, [&] { return Dump(self, id, 0, true); }},
-      {__LINE__, ERROR_INVALID_HANDLE, [&] { return Dump(self, id, 0, false); }},
-      {__LINE__, kParameter,
-       [&] { return FormatMessageA(0, nullptr, 5, 0, narrow, 4, nullptr) == 0; }},
-      {__LINE__, ERROR_INSUFFICIENT_BUFFER,
-       [&] {
-         return FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM, nullptr, 5, 0, narrow, 4, nullptr) == 0;
-       }},
-      {__LINE__, ERROR_MR_MID_NOT_FOUND,
-       [&] {
-         return FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM, nullptr, 4711, 0, narrow, 4, nullptr) ==
-                0;
-       }},
+      {LoadLibraryW(nullptr) == nullptr, kParameter},
+      {LoadLibraryW(TEXT("")) == nullptr, kParameter},
+      {!FreeLibrary(nullptr), ERROR_MOD_NOT_FOUND},
+      {Dump(events[0], id, 0, false), ERROR_NOT_SUPPORTED},
+      {Dump(self, id + 1, 0, false), ERROR_NOT_SUPPORTED},
+      {Dump(self, id, 0x2, false), ERROR_NOT_SUPPORTED},
+      {Dump(self, id, 0, true), ERROR_NOT_SUPPORTED},
+      {Dump(self, id, 0, false), ERROR_INVALID_HANDLE},
+      {Format(0, 5), kParameter},
+      {Format(FORMAT_MESSAGE_FROM_SYSTEM, 5), ERROR_INSUFFICIENT_BUFFER},
+      {Format(FORMAT_MESSAGE_FROM_SYSTEM, 4711), ERROR_MR_MID_NOT_FOUND},
   };
   for (const Case& one : cases) {
-    SetLastError(ERROR_GEN_FAILURE);
-    EXPECT_TRUE(one.isRefused()) << "line " << one.line;
-    EXPECT_EQ(GetLastError(), one.error) << "line " << one.line;
+    EXPECT_TRUE(one.isRefused) << "line " << one.line;
+    EXPECT_EQ(one.error, one.expected) << "line " << one.line;
   }
   for (const HANDLE handle : {file, pipe, events[0], events[1]}) CloseHandle(handle);
   DeregisterEventSource(log);
