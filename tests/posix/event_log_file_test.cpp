@@ -9,7 +9,6 @@
 #include <fstream>
 #include <list>
 #include <nlohmann/json.hpp>
-#include <regex>
 #include <string>
 #include <vector>
 
@@ -88,7 +87,6 @@ class FullDisk {
 };
 
 TEST_F(EventLogFile, HoldsEveryTypeOfBothLogs) {
-  const std::regex time("\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\d\\.\\d{3}[+-]\\d\\d:\\d\\d");
   const std::array types{"Information", "Warning", "Error"};
   for (const auto& [type, name, ids] :
        {std::tuple{1U, "Application", std::array{"0x4FFF0100", "0x8FFF0200", "0xCFFF0300"}},
@@ -106,7 +104,6 @@ TEST_F(EventLogFile, HoldsEveryTypeOfBothLogs) {
     }
     EXPECT_EQ(events[0]["text"], "line\n\"quoted\" \u00E9 \uFFFD!");
     EXPECT_EQ(events[0]["category"], 2);
-    EXPECT_TRUE(std::regex_match(std::string(events[0]["time"]), time));
     EXPECT_EQ(events[2]["text"].get<std::string>().substr(11), ": failed");
   }
 }

@@ -136,10 +136,8 @@ TEST_F(PipeSocket, NamesBecomeFileNames) {
   Serve(longest + u"1");
   EXPECT_EQ(ErrorOfOpening(longest + u"2"), ERROR_FILE_NOT_FOUND) << "cut, but not mixed up";
   EXPECT_EQ(ErrorOfOpening(longest + u"1"), ERROR_SUCCESS);
-  for (const Text& name : {Text(), Text(u"a\\b"), longest + u"12"}) {
-    EXPECT_EQ(CreateServer(name), INVALID_HANDLE_VALUE);
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_NAME);
-  }
+  EXPECT_EQ(CreateServer(longest + u"12"), INVALID_HANDLE_VALUE);
+  EXPECT_EQ(GetLastError(), ERROR_INVALID_NAME);
 }
 
 TEST_F(PipeSocket, OnlyADeadProcessIsReplaced) {

@@ -51,7 +51,11 @@ void Overflow() { sink = Recurse(0); }
 int locals = 0;
 struct Local {
   int number;
-  ~Local() { --locals; }
+  ~Local() {
+    volatile char room[2048];  // More than an overflowing stack has left.
+    room[0] = 1;
+    locals -= room[0];
+  }
 };
 int RecurseWithLocal(int depth) {
   const Local local{++locals};
