@@ -10,23 +10,40 @@ class Descriptors : public ControlTest {
   void SetUp() override {
     _log.SetMask(0);  // Its hundreds of lines are not looked at.
     StartController();
-    const rlimit few{128, 128};
+  }
+  void LimitTo(rlim_t count) const {
+    const rlimit few{count, count};
     ASSERT_EQ(prlimit(static_cast<pid_t>(_tagwright.Id()), RLIMIT_NOFILE, &few, nullptr), 0);
+  }
+  std::ptrdiff_t Count() const {
+    const std::filesystem::path folder = "/proc/" + std::to_string(_tagwright.Id()) + "/fd";
+    return std::distance(std::filesystem::directory_iterator(folder), {});
+  }
+  void StartAndEndEncoders(int count) {
+    for (int number = 0; number < count; ++number) {
+      PipeClient& encoder = AddEncoder();
+      encoder.Expect(200002, 0x301);
+      encoder.Expect(0, 0x100);
+      encoder.Close();
+    }
   }
 };
 
+TEST_F(Descriptors, EndedEncodersKeepFewWhenThereArePlenty) {
+  const auto atFirst = Count();
+  StartAndEndEncoders(200);
+  EXPECT_LT(Count(), atFirst + 80);
+}
+
 TEST_F(Descriptors, EndedEncodersNeedNone) {
-  for (int number = 0; number < 500; ++number) {
-    PipeClient& encoder = AddEncoder();
-    encoder.Expect(200002, 0x301);
-    encoder.Expect(0, 0x100);
-    encoder.Close();
-  }
+  LimitTo(128);
+  StartAndEndEncoders(500);
   _client.Expect(200005, 0x300, Name(0));
   ShutDown();
 }
 
 TEST_F(Descriptors, WhoHasAPipeIsServed) {
+  LimitTo(128);
   for (std::uint32_t status = 0; status == 0;) {
     const std::string name = Name(static_cast<int>(_encoders.size()));
     const auto reply = _client.Ask(0x300, name);

@@ -95,13 +95,13 @@ void CrashSiteDeleter::operator()(CrashSite* site) const {
   munmap(reinterpret_cast<BYTE*>(site) - kPageBytes, kMappedBytes);
 }
 
-void LeaveAlternateStack(const CrashSite& site) {
+bool LeaveAlternateStack(const CrashSite& site) {
   if (t_site == &site) t_site = nullptr;
   stack_t stack{};
   sigaltstack(nullptr, &stack);
-  if (stack.ss_sp != site.alternateStack) return;
+  if (stack.ss_sp != site.alternateStack) return true;
   stack.ss_flags = SS_DISABLE;
-  sigaltstack(&stack, nullptr);
+  return sigaltstack(&stack, nullptr) == 0;
 }
 
 void OpenStackReserve(const CrashSite& site) {

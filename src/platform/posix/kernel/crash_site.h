@@ -54,8 +54,9 @@ using OwnedCrashSite = std::unique_ptr<CrashSite, CrashSiteDeleter>;
 /// there is no memory. A page that nothing may touch lies below and above.
 OwnedCrashSite PrepareCrashSite();
 
-/// Ends the use of the site, if the calling thread is the one that uses it.
-void LeaveAlternateStack(const CrashSite& site);
+/// Ends the use of the site, if the calling thread is the one that uses it. False when that thread
+/// runs on it.
+bool LeaveAlternateStack(const CrashSite& site);
 
 /// Makes the reserve below the calling thread's stack usable, or unusable again. May be called in
 /// signal handlers.

@@ -124,11 +124,12 @@ void Thread::OnThreadEnds(void* thread) {
 
 bool Thread::FinishUnlessPending(DWORD exitCode) {
   // Whoever waits for the thread may free the site while the thread is still on its way out.
-  if (_crashSite) LeaveAlternateStack(*_crashSite);
+  const bool hasLeftSite = _crashSite && LeaveAlternateStack(*_crashSite);
   Remains remains;
   std::lock_guard lock(EngineLock());
   if (_isTerminationPending) return false;
   remains = Finish(exitCode);
+  if (hasLeftSite) remains.crashSite = std::move(_crashSite);
   BindTerminationFlag(nullptr);
   t_current = nullptr;
   return true;
@@ -140,7 +141,7 @@ Thread::Remains Thread::Finish(DWORD exitCode) {
   // Mutexes first: a waiter for the thread that wakes up finds its mutexes abandoned. The
   // references are handed out because the last one may destroy an object whose destructor takes
   // the engine's lock.
-  Remains remains{std::move(_owned), std::move(_selfWhileRunning)};
+  Remains remains{std::move(_owned), std::move(_selfWhileRunning), nullptr};
   for (const auto& object : remains.owned) object->OnOwnerEnded(*this);
   SignalWaiters();
   return remains;
@@ -171,6 +172,7 @@ void Thread::FinishTerminated(DWORD exitCode) {
   Remains remains;
   std::lock_guard lock(EngineLock());
   remains = Finish(exitCode);
+  remains.crashSite = std::move(_crashSite);
 }
 
 void Thread::FinishWhenGone(DWORD exitCode) {

@@ -70,6 +70,8 @@ class Thread final : public Waitable {
   struct Remains {
     std::vector<std::shared_ptr<Waitable>> owned;
     std::shared_ptr<Thread> self;
+    /// Not kept for as long as somebody has a handle: there may be thousands.
+    OwnedCrashSite crashSite;
   };
   /// Called with the engine's lock held.
   Remains Finish(DWORD exitCode);

@@ -21,9 +21,13 @@ namespace {
 // connection is accepted before its listener is closed, and a job opens files.
 constexpr int kDescriptorReserve = 32;
 
+// A process that makes pipe after pipe keeps what this many ended ones need at most.
+constexpr int kPipesBetweenSweeps = 64;
+
 struct Pipes {
   std::mutex lock;
   std::set<ServerPipe*> all;
+  int madeSinceSweep = 0;
 };
 
 Pipes& AllPipes() {
@@ -47,6 +51,11 @@ bool AreDescriptorsScarce() {
          }) < kDescriptorReserve;
 }
 
+bool IsSweepDue() {
+  const std::lock_guard guard(AllPipes().lock);
+  return ++AllPipes().madeSinceSweep >= kPipesBetweenSweeps;
+}
+
 bool HasWaitingClient(int listener) {
   pollfd state{listener, POLLIN, 0};
   return poll(&state, 1, 0) == 1 && (state.revents & POLLIN) != 0;
@@ -56,6 +65,7 @@ bool HasWaitingClient(int listener) {
 
 DWORD ServerPipe::Create(std::unique_ptr<PipeAddress> address, std::shared_ptr<ServerPipe>& pipe) {
   pipe = std::make_shared<ServerPipe>(std::move(address));
+  if (IsSweepDue()) GiveBackDescriptors();
   const DWORD error = pipe->StartListening();
   if (error != ERROR_TOO_MANY_OPEN_FILES) return error;
   GiveBackDescriptors();
@@ -200,6 +210,7 @@ std::shared_ptr<PipeStream> ServerPipe::Stream(DWORD& error) {
 
 void ServerPipe::GiveBackDescriptors() {
   const std::lock_guard guard(AllPipes().lock);
+  AllPipes().madeSinceSweep = 0;
   for (ServerPipe* const pipe : AllPipes().all) pipe->GiveBackDescriptor();
 }
 

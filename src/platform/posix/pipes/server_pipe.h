@@ -15,7 +15,8 @@ namespace platform {
 /// accepted at once, on the reactor's thread, and the listening socket is closed with it.
 ///
 /// It keeps one descriptor: the listening socket, then the connection to the client. A connection
-/// whose client has gone gives its descriptor back when descriptors become scarce.
+/// whose client has gone gives its descriptor and its buffer back when descriptors become scarce,
+/// and at the latest when 64 more pipes have been made.
 class ServerPipe : public PipeEnd {
  public:
   /// A pipe that lets clients in under `address`, without waiting for one. A system error code, as
@@ -60,7 +61,7 @@ class ServerPipe : public PipeEnd {
   /// Called without the lock, which the watch's callback takes.
   static void EndListener(Listener listener);
 
-  /// Closes the sockets of all pipes whose client has gone.
+  /// Closes the sockets of all pipes whose client has gone, and frees their buffers.
   static void GiveBackDescriptors();
   void GiveBackDescriptor();
 
