@@ -1,7 +1,6 @@
 /// What the command-line tool reads: log files, the event log, and what people type.
 #include <cstdio>
 
-#include "client/check/lock_action.h"
 #include "client/ctl/failure.h"
 #include "client/ctl/since.h"
 #include "client/log/event_log_reader.h"

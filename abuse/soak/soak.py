@@ -37,11 +37,13 @@ def faults():
 class Soak:
     def __init__(self, programs, root, minutes, seed):
         self.programs, self.root, self.seed = programs, root, seed
-        self.end = time.monotonic() + 60 * minutes
+        self.start = time.monotonic()
+        self.end = self.start + 60 * minutes
         self.counts = collections.Counter()
         self.faults = []
         self.lock = threading.Lock()
         self.names = collections.deque(maxlen=4)  # pipes that the stranger may try
+        self.victims = {}  # why each process was started
         self.killed = []  # the names of processes that could not end in order
         simulator = pathlib.Path(root, "simulator")
         simulator.mkdir(parents=True)
@@ -54,7 +56,7 @@ class Soak:
     def report(self, text):
         with self.lock:
             self.faults.append(text)
-            print("FAULT:", text, flush=True)
+            print("FAULT after {:.1f} s: {}".format(time.monotonic() - self.start, text), flush=True)
 
     def count(self, name):
         with self.lock:
@@ -171,7 +173,9 @@ class Soak:
             folder = self.programs
             if kind in ("crashing", "stillborn", "hanging"):
                 folder += "/" + kind
-            self.play_victim(chance, kind, Process(folder, self.root), payload)
+            victim = Process(folder, self.root)
+            self.victims[victim.id] = kind
+            self.play_victim(chance, kind, victim, payload)
             self.count("victims: " + kind)
             self.pause(chance.random() * 2)
 

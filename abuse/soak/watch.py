@@ -1,4 +1,5 @@
 """What must hold of the files of a state root: one job at a time, and no password anywhere."""
+import collections
 import json
 import os
 import pathlib
@@ -23,6 +24,7 @@ class Watch:
         self.debug_lines = 0
         self._job = None
         self._earlier_jobs = set()
+        self._latest_calls = collections.deque(maxlen=24)
         self._turn = 0
         self._record = self.root / "simulator/calls.jsonl"
         self._record.parent.mkdir(parents=True, exist_ok=True)
@@ -33,7 +35,7 @@ class Watch:
 
     def look(self):
         """What was moved aside the last time has no writer any more."""
-        for path in self.root.glob("moved-*"):
+        for path in sorted(self.root.glob("moved-*")):
             content = path.read_bytes()
             self._search(path.name, content)
             if path.name.endswith("-calls.jsonl"):
@@ -45,14 +47,14 @@ class Watch:
         for path in self.root.glob("drive_c/ProgramData/Brennick/Drivers/Dump/*.dmp"):
             self.dumps += 1
             self._move_aside(path)
-        # There is a record at every moment.
-        os.link(self._record, self._aside(self._record))
+        # There is a record at every moment. A full disk leaves everything as it is.
         fresh = self.root / "simulator/fresh-record"
         fresh.touch()
+        os.link(self._record, self._aside(self._record))
         fresh.rename(self._record)
 
     def _aside(self, path):
-        return self.root / "moved-{}-{}".format(self._turn, path.name)
+        return self.root / "moved-{:06}-{}".format(self._turn, path.name)
 
     def _move_aside(self, path):
         path.rename(self._aside(path))
@@ -81,11 +83,13 @@ class Watch:
             if call["member"] in ("TestManagedCodeAccessible", "Dispose"):
                 continue
             self.calls += 1
+            self._latest_calls.append(line.decode("ascii", "replace"))
             job = (call["process"], call["object"])
             if job == self._job:
                 continue
             if job in self._earlier_jobs:
-                self.report("two jobs at once: {} and {}".format(job, self._job))
+                self.report("two jobs at once: {} and {}\n  {}".format(
+                    job, self._job, "\n  ".join(self._latest_calls)))
             self._earlier_jobs.add(job)
             self._job = job
             self.jobs += 1

@@ -1,6 +1,7 @@
 /// Requests as they come over the wire: in pieces, damaged, cut off, too long.
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <cstring>
 
 #include "pipe/server_fixture.h"
@@ -55,6 +56,7 @@ TEST_F(FramingTest, JoinsPieces) {
   two[0].magic[0] = '!';
   _client.SendBytes(two, sizeof(two));
   _client.ExpectReply(0x302, 0);
+  StopServer();
   EXPECT_THAT(_requests, testing::ElementsAre(Request{0x200, "<job/>!"}, Request{0x302, ""}));
 }
 
@@ -100,7 +102,7 @@ TEST_F(FramingTest, APayloadCutOffByTheClientsEndIsNoRequest) {
   EXPECT_EQ(_log.Count("PipeServer::ProcessMessages: Thread exit"), 1);
 }
 
-int g_activity = 0;
+std::atomic<int> g_activity = 0;
 
 TEST_F(FramingTest, EveryCompleteHeaderIsActivity) {
   g_activity = 0;

@@ -83,7 +83,9 @@ const VictimRole kMaker("maker-of-state", [](VictimSide&, const std::string& roo
   RegCreateKeyExW(HKEY_LOCAL_MACHINE, u"Software", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key,
                   nullptr);
   CreateDirectoryW(u"C:\\Log Files", nullptr);
-  std::fputs("line\n", _fsopen("C:\\Log Files\\log.txt", "a", _SH_DENYNO));
+  std::FILE* const log = _fsopen("C:\\Log Files\\log.txt", "a", _SH_DENYNO);
+  std::fputs("line\n", log);
+  std::fclose(log);
   CreateFileW(u"C:\\Log Files\\dump", GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
   LPCWSTR text = u"text";
   ReportEventW(RegisterEventSourceW(nullptr, u"source"), EVENTLOG_ERROR_TYPE, 0, 0, nullptr, 1, 0,
