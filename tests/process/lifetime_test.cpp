@@ -1,19 +1,7 @@
 /// How tagwright ends when the driver that started it dies, whatever it was doing.
-#include "common/victim.h"
-#include "process/process_fixture.h"
+#include "process/driven.h"
 
 namespace {
-
-/// The driver's process: starts tagwright, given by its program and its arguments, as its child and
-/// lives until it is killed.
-const VictimRole kDriver("driver", [](VictimSide& side, const std::string& commandLine) {
-  const auto blank = commandLine.find(' ');
-  Program tagwright;
-  tagwright.Start(commandLine.substr(0, blank), commandLine.substr(blank + 1));
-  side.Ready();
-  side.WaitUntilReleased();
-  return 0;
-});
 
 /// A driver that dies as soon as it is connected.
 const VictimRole kHastyDriver("hasty-driver", [](VictimSide&, const std::string& pipeName) {
@@ -24,51 +12,6 @@ const VictimRole kHastyDriver("hasty-driver", [](VictimSide&, const std::string&
   TerminateProcess(GetCurrentProcess(), 0);
   return 1;
 });
-
-enum Mode { kSingle, kControl };
-
-/// A tagwright whose driver can be killed, and the connections to its pipes.
-class Driven {
- public:
-  explicit Driven(Mode mode, const std::string& program = "tagwright")
-      : _driver("driver", "\"" + program + (mode == kControl ? " /c /n " : " /n ") + _name + "\""),
-        _mode(mode) {
-    _driver.WaitUntilReady();
-    _tagwright.Adopt(_driver.Id());
-    _tagwright.Connect(_first, _name);
-    if (mode == kSingle) return;
-    _first.Expect(0, 0x300, _name + "-encoder");
-    _first.Expect(0, 0x300, _name + "-nobody");
-    _encoder.Connect(_name + "-encoder");
-  }
-
-  void SendJob() { (_mode == kControl ? _encoder : _first).Send(0x200, Example("encode-epc.xml")); }
-  void KillDriver() {
-    _driver.Kill();
-    _killedAt = GetTickCount64();
-  }
-
-  /// The end has to come within `boundMs` of the driver's death; the margin is for a busy machine.
-  void ExpectEnd(DWORD boundMs) {
-    constexpr DWORD kMarginMs = 10000;
-    EXPECT_EQ(WaitForSingleObject(_tagwright.Handle(), Program::kLongMs), WAIT_OBJECT_0);
-    EXPECT_LT(GetTickCount64() - _killedAt, boundMs + kMarginMs);
-    _first.ExpectClosed();
-    EXPECT_EQ(PipeClient().TryConnect(_name), DWORD{ERROR_FILE_NOT_FOUND});
-  }
-
-  Program& Tagwright() { return _tagwright; }
-  PipeClient& First() { return _first; }
-
- private:
-  const std::string _name = UniquePipeName();
-  Victim _driver;
-  Mode _mode;
-  Program _tagwright;
-  PipeClient _first;
-  PipeClient _encoder;
-  ULONGLONG _killedAt = 0;
-};
 
 class LifetimeTest : public ProcessTest {
  protected:

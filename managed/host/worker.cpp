@@ -1,0 +1,99 @@
+#include "managed/host/worker.h"
+
+#include <signal.h>
+
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "managed/host/runtime.h"
+#include "platform/posix/kernel/kernel_scope.h"
+#include "platform/se_translator.h"
+#include "support/oexception.h"
+
+namespace Managed {
+namespace {
+
+/// Workers live as long as the process, idle or at work.
+struct Pool {
+  std::mutex lock;
+  std::vector<Worker*> idle;
+};
+
+thread_local Worker* t_worker = nullptr;
+
+Pool& ThePool() {
+  static auto* const pool = new Pool;  // Used until the very end of the process.
+  return *pool;
+}
+
+Worker* TakeIdle() {
+  const platform::KernelScope keepsTheLockFromBeingLost;
+  Pool& pool = ThePool();
+  const std::lock_guard guard(pool.lock);
+  if (pool.idle.empty()) return nullptr;
+  Worker* const worker = pool.idle.back();
+  pool.idle.pop_back();
+  return worker;
+}
+
+}  // namespace
+
+Worker& Worker::Take() {
+  if (Worker* const idle = TakeIdle()) return *idle;
+  const RunManaged run = StartedRuntime();
+  const platform::KernelScope keepsTheStartWhole;
+  auto* const worker = new Worker;
+  worker->_run = run;
+  std::thread(&Worker::Work, worker).detach();
+  return *worker;
+}
+
+void Worker::GiveBack() {
+  if (!IsUsable()) return;
+  const platform::KernelScope keepsTheLockFromBeingLost;
+  Pool& pool = ThePool();
+  const std::lock_guard guard(pool.lock);
+  pool.idle.push_back(this);
+}
+
+void Worker::Run(ManagedCall& call) {
+  _call = call;
+  _hasCall.release();
+  _hasEnded.acquire();
+  call = _call;
+  if (_crash != nullptr) ThrowStructuredException(_crash->ExceptionRecord->ExceptionCode, _crash);
+}
+
+void Worker::Work() {
+  // The runtime gives a thread that it takes in a signal stack of its own, too small for the
+  // program's handlers. With the translator the program's comes in its place, enough for both.
+  ManagedCall attach;
+  _run(&attach);
+  t_worker = this;
+  _set_se_translator(OnCrash);
+  for (;;) {
+    _hasCall.acquire();
+    Execute();
+    _hasEnded.release();
+  }
+}
+
+void Worker::Execute() {
+  sigset_t signals;
+  pthread_sigmask(SIG_SETMASK, nullptr, &signals);
+  const auto run = [](void* worker) {
+    auto& self = *static_cast<Worker*>(worker);
+    self._run(&self._call);
+  };
+  if (_landing.Call(run, this)) return;
+  // The runtime's handler, which the jump left, blocks the signals by which threads are stopped.
+  pthread_sigmask(SIG_SETMASK, &signals, nullptr);
+}
+
+void Worker::OnCrash(unsigned, EXCEPTION_POINTERS* pointers) {
+  t_worker->_crash = pointers;
+  t_worker->_landing.JumpBack();
+}
+
+}  // namespace Managed
