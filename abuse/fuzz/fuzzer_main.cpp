@@ -2,6 +2,7 @@
 /// state root of its own.
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 
 #include "common/test_root.h"
 #include "fuzz/fuzz_target.h"
@@ -24,6 +25,10 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t sizeBytes) {
+  // A mebibyte may take a second; this is for 64 KiB, and sanitizers take about ten times as long.
+  constexpr std::clock_t kMaxSeconds = 2;
+  const std::clock_t start = std::clock();
   g_target->run({bytes, sizeBytes});
+  Fuzz::Require(std::clock() - start < kMaxSeconds * CLOCKS_PER_SEC, "no input takes long");
   return 0;
 }

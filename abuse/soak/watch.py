@@ -85,9 +85,11 @@ class Watch:
             self.calls += 1
             self._latest_calls.append(line.decode("ascii", "replace"))
             job = (call["process"], call["object"])
-            if job == self._job:
+            # A process may have the id of one that has ended.
+            begins = call["member"] == "ZebraSDK" and call["event"] == "begin"
+            if job == self._job and not begins:
                 continue
-            if job in self._earlier_jobs:
+            if job in self._earlier_jobs and not begins:
                 self.report("two jobs at once: {} and {}\n  {}".format(
                     job, self._job, "\n  ".join(self._latest_calls)))
             self._earlier_jobs.add(job)
