@@ -7,6 +7,9 @@
 #include "client/ctl/side_by_side.h"
 #include "client/ctl/system_error.h"
 #include "client/server_process.h"
+#include "client/text.h"
+#include "encode/verify_managed_components.h"
+#include "support/process_utility.h"
 
 namespace Ctl {
 namespace {
@@ -97,6 +100,14 @@ void SendJobs(PrivateServer& server, const std::vector<Request>& jobs, std::uint
   SendSideBySide(encoders, jobs, output);
 }
 
+/// Whoever has installed the program alone has no component yet.
+void SayWhatIsMissing() {
+  const OString missing = MissingRequiredFiles(ProcessUtility::GetCurrentModuleDirectory());
+  if (missing.IsEmpty()) return;
+  PrintNote("missing beside tagwright: " + Tagwright::ToUtf8(missing.wstring()) +
+            "; they come with the printer's component, or with the simulated printer");
+}
+
 ExitCode Run(const RunOptions& options) {
   const std::vector<Request> jobs = LoadJobs(options.paths);
   CheckBeforeSending(jobs, options.gate);
@@ -107,6 +118,7 @@ ExitCode Run(const RunOptions& options) {
   SendJobs(server, jobs, options.encoders, output);
   ExitCode result = output.Summarize();
   Note(result, server.Stop());
+  if (result != ExitCode::kSuccess) SayWhatIsMissing();
   return result;
 }
 
