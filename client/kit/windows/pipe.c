@@ -28,8 +28,10 @@ tagwright_result tagwright_pipe_open(const char *name, tagwright_handle *pipe) {
   // The name is plain ASCII.
   const char *const parts[] = {"\\\\.\\pipe\\", name, NULL};
   if (!tagwright_join(path, sizeof path, parts)) return fail(ERROR_INVALID_NAME);
-  const HANDLE opened = CreateFileA(path, GENERIC_READ | GENERIC_WRITE, 0, NULL, OPEN_EXISTING,
-                                    FILE_FLAG_OVERLAPPED, NULL);
+  // Whoever serves the name, it may not act in the name of the driver.
+  const DWORD flags = FILE_FLAG_OVERLAPPED | SECURITY_SQOS_PRESENT | SECURITY_IDENTIFICATION;
+  const HANDLE opened =
+      CreateFileA(path, GENERIC_READ | GENERIC_WRITE, 0, NULL, OPEN_EXISTING, flags, NULL);
   if (opened == INVALID_HANDLE_VALUE) return fail(GetLastError());
   *pipe = (tagwright_handle)opened;
   return TAGWRIGHT_OK;
