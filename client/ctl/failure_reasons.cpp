@@ -7,11 +7,12 @@
 namespace Ctl {
 namespace {
 
-/// The time of an entry is that of the system's tick, which lags behind the clock by this much.
-constexpr std::int64_t kTickMs = 20;
+/// The time of an entry is worked out from another clock than that of a request; they differ by far
+/// less.
+constexpr std::int64_t kApartMs = 20;
 
 bool Overlaps(const Tagwright::LogEvent& event, const Exchange& exchange) {
-  return event.timeMs + kTickMs >= exchange.startMs && event.timeMs <= exchange.endMs + kTickMs;
+  return event.timeMs + kApartMs >= exchange.startMs && event.timeMs <= exchange.endMs + kApartMs;
 }
 
 }  // namespace

@@ -14,7 +14,7 @@ namespace {
 /// Room for many records; a longer one makes the buffer grow.
 constexpr std::size_t kBufferBytes = std::size_t{64} * 1024;
 
-/// How far the time of an entry, in whole seconds, may lie from its tick count for the two to
+/// How far the time of an entry, in whole seconds, may lie from its counter for the two to
 /// belong to the same run of the system.
 constexpr std::int64_t kSameRunMs = 3000;
 
@@ -36,11 +36,11 @@ std::string TextAt(const char* bytes, const char* end) {
   return ToUtf8(text);
 }
 
-/// The tick count gives the milliseconds, unless the system was started since.
-std::int64_t TimeOf(const EVENTLOGRECORD& record, const OEventData& data) {
+/// The counter gives the milliseconds, unless the system was started since.
+std::int64_t TimeOf(const EVENTLOGRECORD& record, const OEventData& data,
+                    const CounterClock& clock) {
   const std::int64_t seconds = std::int64_t{record.TimeGenerated} * 1000;
-  const DWORD ageMs = GetTickCount() - data.tickCountMs;
-  const std::int64_t exact = LogTimeNow() - ageMs;
+  const std::int64_t exact = clock.TimeMs(data.performanceCounter);
   return std::abs(exact - seconds) <= kSameRunMs ? exact : seconds;
 }
 
@@ -59,14 +59,15 @@ std::string WithoutStamp(std::string text) {
   return text;
 }
 
-void Decode(const EVENTLOGRECORD& record, const OEventData& data, LogEvent& event) {
-  event.timeMs = TimeOf(record, data);
+void Decode(const EVENTLOGRECORD& record, const OEventData& data, const CounterClock& clock,
+            LogEvent& event) {
+  event.timeMs = TimeOf(record, data, clock);
   event.level = data.level;
   event.processId = data.processId;
   event.threadId = data.threadId;
 }
 
-LogEvent EventAt(const char* bytes) {
+LogEvent EventAt(const char* bytes, const CounterClock& clock) {
   const EVENTLOGRECORD record = RecordAt(bytes);
   const char* const end = bytes + record.Length;
   LogEvent event;
@@ -78,7 +79,7 @@ LogEvent EventAt(const char* bytes) {
   OEventData data;
   if (record.DataLength == sizeof data) {
     std::memcpy(&data, bytes + record.DataOffset, sizeof data);
-    if (data.formatVersion == OEventData::kFormatVersion) Decode(record, data, event);
+    if (data.formatVersion == OEventData::kFormatVersion) Decode(record, data, clock, event);
   }
   return event;
 }
@@ -98,8 +99,9 @@ std::vector<LogEvent> EventLogReader::ReadNew() {
   // A log that was cleared begins anew.
   if (_next == 0 || _next > End()) _next = Oldest();
   std::vector<char> buffer(kBufferBytes);
+  const CounterClock clock;
   for (DWORD size = 0; _next != 0 && _next < End() && ReadBlock(buffer, size);) {
-    TakeRecords(buffer, size, events);
+    TakeRecords(buffer, size, clock, events);
   }
   return events;
 }
@@ -128,9 +130,9 @@ bool EventLogReader::ReadBlock(std::vector<char>& buffer, DWORD& size) const {
 }
 
 void EventLogReader::TakeRecords(const std::vector<char>& buffer, DWORD size,
-                                 std::vector<LogEvent>& events) {
+                                 const CounterClock& clock, std::vector<LogEvent>& events) {
   for (DWORD at = 0; at + sizeof(EVENTLOGRECORD) <= size;) {
-    LogEvent event = EventAt(buffer.data() + at);
+    LogEvent event = EventAt(buffer.data() + at, clock);
     const EVENTLOGRECORD record = RecordAt(buffer.data() + at);
     if (IsOwnLogSource(event.source)) events.push_back(std::move(event));
     _next = record.RecordNumber + 1;

@@ -3,6 +3,7 @@
 
 #include <vector>
 
+#include "client/log/counter_clock.h"
 #include "client/log/log_event.h"
 #include "platform/windows_api.h"
 
@@ -29,7 +30,8 @@ class EventLogReader {
   DWORD End() const;
   DWORD Oldest() const;
   bool ReadBlock(std::vector<char>& buffer, DWORD& size) const;
-  void TakeRecords(const std::vector<char>& buffer, DWORD size, std::vector<LogEvent>& events);
+  void TakeRecords(const std::vector<char>& buffer, DWORD size, const CounterClock& clock,
+                   std::vector<LogEvent>& events);
 
   HANDLE _log;      ///< Null when there is none.
   DWORD _next = 0;  ///< Number of the record to read next; 0 for the oldest.

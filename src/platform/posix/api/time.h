@@ -12,4 +12,6 @@ DWORD GetTickCount();
 ULONGLONG GetTickCount64();
 /// A count of 100 ns units that never goes back.
 BOOL QueryPerformanceCounter(LARGE_INTEGER* count);
+/// Counts of the performance counter in a second.
+BOOL QueryPerformanceFrequency(LARGE_INTEGER* countsPerSecond);
 void GetLocalTime(SYSTEMTIME* localTime);

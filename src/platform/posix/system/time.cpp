@@ -54,6 +54,11 @@ BOOL QueryPerformanceCounter(LARGE_INTEGER* count) {
   return TRUE;
 }
 
+BOOL QueryPerformanceFrequency(LARGE_INTEGER* countsPerSecond) {
+  countsPerSecond->QuadPart = kCountsPerSecond;
+  return TRUE;
+}
+
 void GetLocalTime(SYSTEMTIME* localTime) {
   const timespec now = Now(CLOCK_REALTIME);
   tm fields{};
