@@ -41,14 +41,17 @@ std::string FreshName() {
   return "bench-" + std::to_string(getpid()) + "-" + std::to_string(++count);
 }
 
-/// A tagwright with the simulated printer, or one whose component returns at once.
-enum class Component { kSimulator, kInstant };
+/// The folders of tagwrights: one has the simulated printer, the others components that return at
+/// once, one of them of managed code.
+constexpr const char* kSimulator = "";
+constexpr const char* kInstant = "/instant";
+constexpr const char* kManaged = "/managed_instant";
 
 class Tagwright {
  public:
-  explicit Tagwright(Component component, const char* option = nullptr)
+  explicit Tagwright(const char* folder, const char* option = nullptr)
       : _name(FreshName()),
-        _process(Command(component, _name, option)),
+        _process(Command(folder, _name, option)),
         _connection(StateRoot() + "/pipe/" + _name) {}
 
   Connection& First() { return _connection; }
@@ -65,11 +68,9 @@ class Tagwright {
   std::deque<Connection>& Encoders() { return _encoders; }
 
  private:
-  static std::vector<std::string> Command(Component component, const std::string& name,
+  static std::vector<std::string> Command(const char* folder, const std::string& name,
                                           const char* option) {
-    const std::string folder =
-        ProgramFolder() + (component == Component::kInstant ? "/instant" : "");
-    std::vector<std::string> command = {folder + "/tagwright", "/n", name};
+    std::vector<std::string> command = {ProgramFolder() + folder + "/tagwright", "/n", name};
     if (option != nullptr) command.emplace_back(option);
     return command;
   }
@@ -110,7 +111,7 @@ void PrintRoundTrips() {
                                     {"64 KiB of payload", 64 * 1024, 500},
                                     {"4 MiB of payload", 4 * 1024 * 1024, 20},
                                     {"16 MiB of payload", 16 * 1024 * 1024, 6}};
-  Tagwright tagwright(Component::kInstant);
+  Tagwright tagwright(kInstant);
   EchoServer echo;
   for (const Case& size : kCases) {
     const std::string payload(size.payloadBytes, 'x');
@@ -131,7 +132,7 @@ std::string ExampleJob() {
 
 void PrintJobs() {
   const std::string job = ExampleJob();
-  Tagwright instant(Component::kInstant);
+  Tagwright instant(kInstant);
   const Subject instantJob = {
       "eEncode of examples/card.xml, instant component",
       [&] { instant.First().RoundTrip(::Tagwright::eEncode, job, ::Tagwright::eStatusSuccess); }};
@@ -139,13 +140,43 @@ void PrintJobs() {
       "round trip of the same bytes",
       [&] { instant.First().RoundTrip(kUnknownType, job, ::Tagwright::eStatusUnknownMessage); }};
   CompareDifference(instantJob, roundTrip, 1000, "20 us more");
-  Tagwright simulator(Component::kSimulator);
+  Tagwright simulator(kSimulator);
   CompareRatio({"job with two writes, simulated printer",
                 [&] {
                   simulator.First().RoundTrip(::Tagwright::eEncode, kSimulatorJob,
                                               ::Tagwright::eStatusSuccess);
                 }},
                instantJob, 100, "-");
+}
+
+/// From the start of a tagwright to the reply to its first job.
+void RunFirstJob(std::deque<Tagwright>& tagwrights, const char* folder) {
+  tagwrights.emplace_back(folder).First().RoundTrip(::Tagwright::eEncode, ExampleJob(),
+                                                    ::Tagwright::eStatusSuccess);
+}
+
+std::string MemoryAfterJob(const Tagwright& tagwright) {
+  return std::to_string(*ResidentMemoryKb(static_cast<DWORD>(tagwright.Id())) / 1024) + " MiB";
+}
+
+/// In builds that have the host of managed code.
+void PrintManagedCode() {
+  if (access((ProgramFolder() + kManaged + "/tagwright").c_str(), X_OK) != 0) return;
+  const std::string job = ExampleJob();
+  std::deque<Tagwright> managed, native;
+  RunFirstJob(managed, kManaged);
+  RunFirstJob(native, kInstant);
+  const auto encode = [&](Tagwright& tagwright) {
+    tagwright.First().RoundTrip(::Tagwright::eEncode, job, ::Tagwright::eStatusSuccess);
+  };
+  CompareDifference(
+      {"eEncode of examples/card.xml, instant managed component", [&] { encode(managed.front()); }},
+      {"the same, native", [&] { encode(native.front()); }}, 1000, "-");
+  PrintFigure("resident memory after these jobs, managed component",
+              MemoryAfterJob(managed.front()) + ", native " + MemoryAfterJob(native.front()), "-");
+  CompareDifference({"start to the first job's reply, managed component",
+                     [&] { RunFirstJob(managed, kManaged); }},
+                    {"the same, native", [&] { RunFirstJob(native, kInstant); }}, 1, "-");
 }
 
 void Spin(std::chrono::milliseconds duration) {
@@ -155,7 +186,7 @@ void Spin(std::chrono::milliseconds duration) {
 }
 
 void PrintEncoders() {
-  Tagwright control(Component::kInstant, "/c");
+  Tagwright control(kInstant, "/c");
   control.First().RoundTrip(::Tagwright::eKeepAlive, {}, ::Tagwright::eStatusSuccess);
   const auto before = ResidentMemoryKb(static_cast<DWORD>(control.Id()));
   for (int i = 0; i < kEncoders; ++i) control.AddEncoder();
@@ -176,9 +207,9 @@ void PrintEncoders() {
 void PrintStart() {
   std::deque<Tagwright> tagwrights;
   std::deque<EchoServer> servers;
-  CompareRatio({"start to the first accepted connection",
-                [&] { tagwrights.emplace_back(Component::kInstant); }},
-               {"a small server's", [&] { servers.emplace_back(); }}, 5, "3 ms");
+  CompareRatio(
+      {"start to the first accepted connection", [&] { tagwrights.emplace_back(kInstant); }},
+      {"a small server's", [&] { servers.emplace_back(); }}, 5, "3 ms");
 }
 
 void PrintEnd() {
@@ -226,6 +257,7 @@ void PrintLogLine() {
 void PrintRows() {
   PrintRoundTrips();
   PrintJobs();
+  PrintManagedCode();
   PrintEncoders();
   PrintStart();
   PrintEnd();
