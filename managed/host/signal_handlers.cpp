@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "managed/host/worker.h"
 #include "platform/posix/kernel/crash_site.h"
 
 namespace Managed {
@@ -23,35 +24,59 @@ bool IsAboutEnds(int signal) {
   return std::ranges::find(kSignals, signal) != std::end(kSignals);
 }
 
-/// What SIGSEGV had when the runtime was started: the program's handler, and then the runtime's.
-struct sigaction g_program;
-struct sigaction g_runtime;
+/// What each of those had when the runtime was started: the program's handler, then the runtime's.
+struct Handlers {
+  struct sigaction program;
+  struct sigaction runtime;
+};
+Handlers g_handlers[std::size(kSignalsOfRuntime)];
+
+Handlers& HandlersOf(int signal) {
+  return g_handlers[std::ranges::find(kSignalsOfRuntime, signal) - kSignalsOfRuntime];
+}
 
 /// How far beyond its end native code may touch its stack: more than a frame of ordinary size.
 constexpr ULONG_PTR kStackEndBytes = 256 * 1024;
 
 /// Whether native code has run beyond the end of its stack. The runtime would end the process.
-bool HasNativeStackOverflown(const siginfo_t& info, void* context) {
-  const platform::CrashSite* const site = platform::CurrentCrashSite();
+bool HasNativeStackOverflown(const platform::CrashSite& site, const siginfo_t& info,
+                             void* context) {
   const auto address = reinterpret_cast<ULONG_PTR>(info.si_addr);
-  if (site == nullptr || address >= site->stackLow || address + kStackEndBytes < site->stackLow) {
-    return false;
-  }
+  if (address >= site.stackLow || address + kStackEndBytes < site.stackLow) return false;
   auto* const code =
       reinterpret_cast<char*>(static_cast<const ucontext_t*>(context)->uc_mcontext.gregs[REG_RIP]);
   return mono_jit_info_table_find(mono_get_root_domain(), code) == nullptr;
 }
 
-void OnBadAccess(int signal, siginfo_t* info, void* context) {
-  const bool isForProgram = info->si_code > 0 && HasNativeStackOverflown(*info, context);
-  (isForProgram ? g_program : g_runtime).sa_sigaction(signal, info, context);
+/// The program's threads have a site each, and so have workers; the runtime's own have none.
+bool IsForProgram(int signal, const siginfo_t& info, void* context) {
+  const platform::CrashSite* const site = platform::CurrentCrashSite();
+  if (site == nullptr) return false;
+  return !Worker::IsCurrentThread() ||
+         (signal == SIGSEGV && info.si_code > 0 && HasNativeStackOverflown(*site, info, context));
 }
 
-void GoBeforeRuntime() {
-  sigaction(SIGSEGV, nullptr, &g_runtime);
-  struct sigaction action = g_runtime;
-  action.sa_sigaction = OnBadAccess;
-  sigaction(SIGSEGV, &action, nullptr);
+/// Installed as the program's was, whose handler is left by an exception: no signal is blocked.
+void OnFault(int signal, siginfo_t* info, void* context) {
+  const Handlers& handlers = HandlersOf(signal);
+  if (IsForProgram(signal, *info, context)) {
+    handlers.program.sa_sigaction(signal, info, context);
+    return;
+  }
+  sigset_t blocked = handlers.runtime.sa_mask;
+  sigaddset(&blocked, signal);
+  pthread_sigmask(SIG_BLOCK, &blocked, nullptr);  // Until the return from here.
+  handlers.runtime.sa_sigaction(signal, info, context);
+}
+
+void GoBeforeRuntime(int signal, const struct sigaction& program) {
+  if ((program.sa_flags & SA_SIGINFO) == 0) return;
+  Handlers& handlers = HandlersOf(signal);
+  handlers.program = program;
+  sigaction(signal, nullptr, &handlers.runtime);
+  struct sigaction action = program;
+  action.sa_sigaction = OnFault;
+  sigaction(signal, &action, nullptr);
 }
 
 }  // namespace
@@ -62,8 +87,7 @@ SignalHandlers::SignalHandlers() {
 
 void SignalHandlers::Share() const {
   GiveBack();
-  g_program = _before[SIGSEGV];
-  if ((g_program.sa_flags & SA_SIGINFO) != 0) GoBeforeRuntime();
+  for (const int signal : kSignalsOfRuntime) GoBeforeRuntime(signal, _before[signal]);
 }
 
 void SignalHandlers::GiveBack() const {

@@ -9,10 +9,10 @@ namespace Managed {
 
 /// The handlers that the process has before the runtime comes, and what becomes of them.
 ///
-/// Of what the runtime takes, it keeps SIGSEGV, SIGBUS and SIGFPE, of which it makes exceptions of
-/// managed code; what did not happen in managed code it hands on to the handlers that were there,
-/// as it has been told to. It also keeps the signals that nobody handled before, but for those by
-/// which processes end. All others are given back.
+/// Of what the runtime takes, it keeps SIGSEGV, SIGBUS and SIGFPE on threads that it knows: it
+/// makes exceptions of managed code of them, and hands on to the handlers that were there what did
+/// not happen in managed code, as it has been told to. It also keeps the signals that nobody
+/// handled before, but for those by which processes end. All others are given back.
 class SignalHandlers {
  public:
   /// Made before the runtime is started.

@@ -20,7 +20,8 @@ struct Pool {
   std::vector<Worker*> idle;
 };
 
-thread_local Worker* t_worker = nullptr;
+// Signal handlers read it: no lazy allocation of thread-local storage may stand behind it.
+[[gnu::tls_model("initial-exec")]] constinit thread_local Worker* t_worker = nullptr;
 
 Pool& ThePool() {
   static auto* const pool = new Pool;  // Used until the very end of the process.
@@ -56,6 +57,8 @@ void Worker::GiveBack() {
   const std::lock_guard guard(pool.lock);
   pool.idle.push_back(this);
 }
+
+bool Worker::IsCurrentThread() { return t_worker != nullptr; }
 
 void Worker::Run(ManagedCall& call) {
   _call = call;

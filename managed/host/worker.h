@@ -29,6 +29,9 @@ class Worker {
   void Run(ManagedCall& call);
   bool IsUsable() const { return _crash == nullptr; }
 
+  /// Whether the calling thread is a worker's. Signal handlers may ask.
+  static bool IsCurrentThread();
+
  private:
   Worker() = default;
   [[noreturn]] void Work();

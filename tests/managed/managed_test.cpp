@@ -2,6 +2,12 @@
 #include "common/dump_folder.h"
 #include "process/control_fixture.h"
 #include "process/driven.h"
+#include "sdk/component_api.h"
+#include "simulator/component/crash.h"
+#include "support/crash_guard.h"
+#include "support/oexception.h"
+#include "support/process_utility.h"
+#include "support/scoped_handle.h"
 
 namespace {
 
@@ -144,6 +150,22 @@ TEST_F(ManagedTest, ACrashBelowManagedCodeIsThatOfItsCallAndLeavesTheRuntimeWhol
   const std::string path = DumpFolder::Path("bkcrash_0000.dmp");
   EXPECT_TRUE(_log.Has("MiniDump File: " + path));
   EXPECT_FALSE(DumpFolder::Streams(DumpFolder::Content(path)).empty());
+}
+
+TEST_F(ManagedTest, ACrashOfAThreadThatTheRuntimeDoesNotKnowIsLeftToTheProgram) {
+  GuardCrashes([] {});  // The program's handlers come first.
+  const OString path = OString(ProcessUtility::GetCurrentModuleDirectory())
+                       << "\\managed_test\\Tagwright.Managed.dll";
+  const ScopedLibrary host(path.wstring());
+  const auto getInterface = host.Function<TagwrightGetInterface>(TAGWRIGHT_COMPONENT_ENTRY);
+  ASSERT_NE(getInterface, nullptr);
+  TagwrightCallResult result{};
+  getInterface(kTagwrightComponentVersion)->TestManagedCodeAccessible(&result);
+  EXPECT_EQ(result.outcome, kTagwrightReturned);
+  using namespace Simulator;
+  for (const auto crash : {CrashByReading, CrashByReading, CrashByDividing, CrashByDividing}) {
+    EXPECT_THROW(GuardCrashes(crash), OException);
+  }
 }
 
 TEST_F(ManagedTest, WhatEndsTheRuntimeEndsTheProcessWithADump) {
