@@ -1,6 +1,8 @@
 /// What is read of the logs: in the event log's own form and in the file's.
 #include <gmock/gmock.h>
 
+#include <ctime>
+
 #include "client/ctl/failure.h"
 #include "client/ctl/since.h"
 #include "client/log/event_log_reader.h"
@@ -20,6 +22,12 @@ using testing::HasSubstr;
 
 constexpr const char* kSource = "Brennick Tagwright.Native";
 
+/// Now, to a minute.
+auto IsNow() {
+  const std::int64_t nowMs = std::int64_t{std::time(nullptr)} * 1000;
+  return Field(&LogEvent::timeMs, AllOf(testing::Gt(nowMs - 60000), testing::Lt(nowMs + 60000)));
+}
+
 TEST(LogFileReader, ReadsWhatIsNewLineByLine) {
   ProductLog file(kSource, LogLevel::kDefaultMask | LogLevel::kCopyToFile);
   Tagwright::LogFileReader reader(kSource);
@@ -30,7 +38,7 @@ TEST(LogFileReader, ReadsWhatIsNewLineByLine) {
   EXPECT_THAT(reader.ReadNew(), ElementsAre(AllOf(Field(&LogEvent::text, "first, with a comma"),
                                                   Field(&LogEvent::level, LogLevel::kInfo),
                                                   Field(&LogEvent::threadId, GetCurrentThreadId()),
-                                                  Field(&LogEvent::source, kSource)),
+                                                  Field(&LogEvent::source, kSource), IsNow()),
                                             Field(&LogEvent::text, "second\nin two lines")));
   EXPECT_THAT(reader.ReadNew(), testing::IsEmpty());
 }
@@ -46,7 +54,7 @@ TEST(EventLogReader, ReadsWhatIsNewUnlessTheSystemKeepsNothing) {
   EXPECT_THAT(
       reader.ReadNew(),
       ElementsAre(AllOf(Field(&LogEvent::text, "second"), Field(&LogEvent::level, LogLevel::kInfo),
-                        Field(&LogEvent::processId, GetCurrentProcessId()))));
+                        Field(&LogEvent::processId, GetCurrentProcessId()), IsNow())));
 }
 
 TEST(LogSources, AreFoundByWordAndByName) {

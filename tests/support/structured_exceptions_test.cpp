@@ -133,6 +133,7 @@ void SurviveEveryCrash() {
   const OExceptionHandler outer("outer", 0);
   for (const Crash& crash : kCrashes) {
     { const OExceptionHandler inner("inner", 0); }
+    EXPECT_EQ(OExceptionHandler::Innermost(), &outer);
     bool isUnwound = false;
     try {
       const std::shared_ptr<void> local(nullptr, [&](void*) { isUnwound = true; });
