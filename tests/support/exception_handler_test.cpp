@@ -4,9 +4,12 @@
 
 #include <stdexcept>
 #include <string>
+#include <tuple>
 
 #include "common/product_log.h"
 #include "common/test_thread.h"
+#include "platform/framework_exceptions.h"
+#include "support/log.h"
 #include "support/oevent_log.h"
 #include "support/thread_procedure.h"
 
@@ -44,19 +47,33 @@ class ExceptionHandler : public testing::Test {
 };
 
 TEST_F(ExceptionHandler, ReportsTheTrimmedTextAndTheFunction) {
-  for (const auto& [text, reported] :
-       {std::pair{"\t went wrong \r\n", std::string("went wrong")}, {nullptr, SystemText(87)}}) {
-    const std::string report = ReportOf(
-        [&](OExceptionHandler& handler) { handler.Handle(OException(87, text, nullptr)); });
+  for (const auto& [code, text, reported] :
+       {std::tuple{87, "\t went wrong \r\n", std::string("went wrong")},
+        {1, nullptr, SystemText(1)}}) {
+    const auto fail = [code = code, text = text](OExceptionHandler& handler) {
+      handler.Handle(OException(code, text, nullptr));
+    };
+    const std::string report = ReportOf(fail);
     EXPECT_THAT(report, HasSubstr("Error: " + reported + "\r"));
     EXPECT_THAT(report, HasSubstr("\nCaught in [Worker::Run]\r"));
-    EXPECT_EQ(lastError, DWORD{ERROR_INVALID_PARAMETER});
+    EXPECT_EQ(lastError, static_cast<DWORD>(code));
   }
 }
 
+/// Says when it is deleted, which whoever takes it has to do.
+template <class Exception>
+struct Counted : Exception {
+  using Exception::Exception;
+  ~Counted() override { ++deleted; }
+  static inline int deleted = 0;
+};
+
 TEST_F(ExceptionHandler, KnowsWhatStandsForOtherFailures) {
-  EXPECT_THAT(ReportOf([](OExceptionHandler& handler) { handler.OutOfMemory(); }),
-              HasSubstr("Error: " + SystemText(14) + "\r"));
+  const auto exhaust = [](OExceptionHandler& handler) {
+    RunGuarded(handler, [] { throw new Counted<CMemoryException>; });
+  };
+  EXPECT_THAT(ReportOf(exhaust), HasSubstr("Error: " + SystemText(14) + "\r"));
+  EXPECT_EQ(Counted<CMemoryException>::deleted, 1);
   EXPECT_EQ(lastError, DWORD{ERROR_OUTOFMEMORY});
   const auto fail = [](OExceptionHandler& handler) {
     handler.HandleStandardException(OStdException(nullptr));
@@ -75,7 +92,7 @@ TEST_F(ExceptionHandler, LeavesALineOfWhateverEndsAThread) {
       {[] { throw 42; }, OtherExceptions::kReport, "Error: Exception of unknown type."},
       {[] { throw 42; }, OtherExceptions::kWereLogged, nullptr},
       {[] { throw std::runtime_error("logged"); }, OtherExceptions::kWereLogged, nullptr},
-      {[] { throw new CException(TEXT("logged")); }, OtherExceptions::kReport, nullptr},
+      {[] { throw new Counted<CException>(TEXT("logged")); }, OtherExceptions::kReport, nullptr},
   };
   for (const auto& expected : cases) {
     const std::string report = ReportOf([&](OExceptionHandler& handler) {
@@ -88,6 +105,9 @@ TEST_F(ExceptionHandler, LeavesALineOfWhateverEndsAThread) {
                   HasSubstr(std::string(expected.reported) + "\r\r\nCaught in [Worker::Run]\r"));
     }
   }
+  EXPECT_EQ(Counted<CException>::deleted, 1);
+  LogFrameworkException(Tracer("Worker"), [] { throw new Counted<CException>(TEXT("logged")); });
+  EXPECT_EQ(Counted<CException>::deleted, 2);
 }
 
 TEST_F(ExceptionHandler, AnApartmentThatIsThereAlreadyIsTold) {

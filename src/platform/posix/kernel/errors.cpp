@@ -89,10 +89,10 @@ DWORD GetLastError() { return t_lastError; }
 
 void SetLastError(DWORD code) { t_lastError = code; }
 
-DWORD FormatMessageA(DWORD flags, LPCVOID source, DWORD messageId, DWORD, LPSTR buffer,
+DWORD FormatMessageA(DWORD flags, LPCVOID source, DWORD messageId, DWORD languageId, LPSTR buffer,
                      DWORD bufferSize, void* arguments) {
   if ((flags & FORMAT_MESSAGE_FROM_SYSTEM) == 0 || (flags & ~kProvidedFlags) != 0 ||
-      source != nullptr || arguments != nullptr || buffer == nullptr) {
+      source != nullptr || languageId != 0 || arguments != nullptr || buffer == nullptr) {
     return FailWith(ERROR_INVALID_PARAMETER);
   }
   const auto* const message =
