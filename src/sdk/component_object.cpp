@@ -10,10 +10,7 @@ ComponentObject::ComponentObject(ComponentObject&& other) noexcept
     : _object(std::exchange(other._object, nullptr)) {}
 
 ComponentObject& ComponentObject::operator=(ComponentObject&& other) noexcept {
-  if (this != &other) {
-    Dispose();
-    _object = std::exchange(other._object, nullptr);
-  }
+  std::swap(_object, other._object);
   return *this;
 }
 

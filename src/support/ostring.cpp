@@ -37,9 +37,9 @@ OString::OString(const char* text) : OString() { AssignText(text); }
 
 OString::OString(const WCHAR* text) : OString() { AssignText(text); }
 
-OString::OString(char character) : OString(FromCharacters(&character, 1)) {}
+OString::OString(char character) : OString(std::array{character, '\0'}.data()) {}
 
-OString::OString(WCHAR character) : OString(FromCharacters(&character, 1)) {}
+OString::OString(WCHAR character) : OString(std::array{character, TEXT('\0')}.data()) {}
 
 OString::~OString() {
   if (_buffer != nullptr) _buffer->Release();
