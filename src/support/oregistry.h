@@ -44,14 +44,16 @@ class ORegistry {
   /// is true. Null when all failed; the caller closes the key with RegCloseKey.
   virtual HKEY OpenKey(const OString& keyPath, bool create);
 
+ protected:
+  /// What a value path without a root of its own is put behind; empty unless a derived class says
+  /// otherwise.
+  OString _basePath;
+  /// Access rights asked for in addition, with every key.
+  DWORD _extraAccess = 0;
+
  private:
   bool SplitPath(OString& keyPath, OString& valueName);
   void ReplaceRootPrefix(OString& path, const OString& prefix, const OString& replacement);
   bool ParseKeyPath(const OString& keyPath, HKEY& root, OString& subKey);
   static OString DecodeEscapes(const OString& text);
-
-  /// What a value path without a root of its own is put behind.
-  OString _basePath;
-  /// Access rights asked for in addition, with every key.
-  DWORD _extraAccess = 0;
 };

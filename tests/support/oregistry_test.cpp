@@ -74,6 +74,20 @@ TEST_F(ORegistryTest, OneValueHasManyPaths) {
   }
 }
 
+TEST_F(ORegistryTest, ABasePathStandsBeforeWhatHasNoRoot) {
+  struct Based : ORegistry {
+    explicit Based(const OString& path) { _basePath = path; }
+  };
+  Store(TEXT("A"), TEXT("V"), TEXT("found"));
+  for (const auto& [base, path] : {std::pair{Value("A"), OString("V")},
+                                   {Value("A/"), "V"},
+                                   {Value(""), "A/V"},
+                                   {"1:", OString(scratch.Path(TEXT("")).c_str()) + "/A/V"},
+                                   {"0:Nothing", Value("A/V")}}) {
+    EXPECT_STREQ(Based(base).GetString(path, "").nstring(), "found") << path.nstring();
+  }
+}
+
 TEST_F(ORegistryTest, EscapesPutSeparatorsIntoNames) {
   const struct {
     LPCWSTR subKey, name;

@@ -125,6 +125,7 @@ TEST(SeTranslation, EveryCodeHasItsErrorCodeAndText) {
       EXPECT_EQ(exception.Pointers(), &pointers);
     }
   }
+  EXPECT_EQ(OException(4711, nullptr, nullptr).Message(), nullptr) << "a code without a text";
 }
 
 /// What a handler scope of this thread makes of each crash, one after another; destructors on the
