@@ -1,7 +1,6 @@
 #include "pipe/pipe_channel.h"
 
 #include "pipe/exact_transfer.h"
-#include "support/scoped_handle.h"
 
 namespace {
 
@@ -10,8 +9,6 @@ constexpr DWORD kFailedReadPauseMs = 500;
 
 /// How often, a millisecond apart, Shutdown cancels a call that was announced but not yet blocked.
 constexpr int kMaxCancelAttempts = 100;
-
-bool IsValid(HANDLE handle) { return handle != INVALID_HANDLE_VALUE && handle != nullptr; }
 
 class Announcement {
  public:
@@ -28,15 +25,11 @@ class Announcement {
 
 PipeChannel::PipeChannel() : _shutdownEvent(CreateEventW(nullptr, TRUE, FALSE, nullptr)) {}
 
-PipeChannel::~PipeChannel() {
-  if (IsValid(_pipe)) CloseHandle(_pipe);
-  if (IsValid(_shutdownEvent)) CloseHandle(_shutdownEvent);
-}
-
 bool PipeChannel::Create(const OString& path, SECURITY_ATTRIBUTES* security) {
-  _pipe = CreateNamedPipeW(path.wstring(), PIPE_ACCESS_DUPLEX,
-                           PIPE_TYPE_BYTE | PIPE_READMODE_BYTE | PIPE_WAIT, 1, 0, 0, 0, security);
-  return IsValid(_pipe);
+  _pipe = ScopedHandle(CreateNamedPipeW(path.wstring(), PIPE_ACCESS_DUPLEX,
+                                        PIPE_TYPE_BYTE | PIPE_READMODE_BYTE | PIPE_WAIT, 1, 0, 0, 0,
+                                        security));
+  return _pipe.IsValid();
 }
 
 template <class Call>
@@ -47,11 +40,11 @@ DWORD PipeChannel::RunBlocking(Call&& call) {
 }
 
 DWORD PipeChannel::Connect() {
-  return RunBlocking([&] { return ConnectNamedPipe(_pipe, nullptr); });
+  return RunBlocking([&] { return ConnectNamedPipe(_pipe.Get(), nullptr); });
 }
 
 void PipeChannel::Disconnect() {
-  if (IsValid(_pipe)) DisconnectNamedPipe(_pipe);
+  if (_pipe.IsValid()) DisconnectNamedPipe(_pipe.Get());
 }
 
 bool PipeChannel::ReadExactly(BYTE* bytes, DWORD sizeBytes, DWORD* totalBytes) {
@@ -64,7 +57,7 @@ bool PipeChannel::ReadExactly(BYTE* bytes, DWORD sizeBytes, DWORD* totalBytes) {
 DWORD PipeChannel::ReadPiece(BYTE* piece, DWORD sizeBytes, DWORD* doneBytes) {
   while (!IsShutdown()) {
     const DWORD error =
-        RunBlocking([&] { return ReadFile(_pipe, piece, sizeBytes, doneBytes, nullptr); });
+        RunBlocking([&] { return ReadFile(_pipe.Get(), piece, sizeBytes, doneBytes, nullptr); });
     // A client may write nothing: that wakes the reader, and is neither an end nor an error.
     if (error == ERROR_SUCCESS && *doneBytes > 0) return ERROR_SUCCESS;
     if (error != ERROR_SUCCESS && !IsShutdown()) PauseAfterFailedRead();
@@ -74,7 +67,7 @@ DWORD PipeChannel::ReadPiece(BYTE* piece, DWORD sizeBytes, DWORD* doneBytes) {
 
 void PipeChannel::PauseAfterFailedRead() const {
   // A wait on the shutdown event instead of a plain sleep, so that shutdown need not wait for it.
-  if (WaitForSingleObject(_shutdownEvent, kFailedReadPauseMs) == WAIT_FAILED) {
+  if (WaitForSingleObject(_shutdownEvent.Get(), kFailedReadPauseMs) == WAIT_FAILED) {
     Sleep(kFailedReadPauseMs);
   }
 }
@@ -82,27 +75,26 @@ void PipeChannel::PauseAfterFailedRead() const {
 bool PipeChannel::Write(const void* bytes, DWORD sizeBytes) {
   DWORD written = 0;
   const DWORD error =
-      RunBlocking([&] { return WriteFile(_pipe, bytes, sizeBytes, &written, nullptr); });
+      RunBlocking([&] { return WriteFile(_pipe.Get(), bytes, sizeBytes, &written, nullptr); });
   return error == ERROR_SUCCESS && written == sizeBytes;
 }
 
 void PipeChannel::Flush() {
-  RunBlocking([&] { return FlushFileBuffers(_pipe); });
+  RunBlocking([&] { return FlushFileBuffers(_pipe.Get()); });
 }
 
 void PipeChannel::Shutdown() {
   _shutdown.exchange(1);
-  if (IsValid(_shutdownEvent)) SetEvent(_shutdownEvent);
-  CancelAll();
+  if (_shutdownEvent.IsValid()) SetEvent(_shutdownEvent.Get());
   for (int attempt = 0; _announcedCalls > 0 && attempt < kMaxCancelAttempts; ++attempt) {
-    Sleep(1);
     CancelAll();
+    Sleep(1);
   }
 }
 
 bool PipeChannel::CancelAll() const {
-  if (!IsValid(_pipe)) return true;
+  if (!_pipe.IsValid()) return true;
   const ScopedLibrary kernel(TEXT("Kernel32.dll"));
   const auto cancelIoEx = kernel.Function<BOOL(WINAPI*)(HANDLE, LPOVERLAPPED)>("CancelIoEx");
-  return cancelIoEx != nullptr && cancelIoEx(_pipe, nullptr) != FALSE;
+  return cancelIoEx != nullptr && cancelIoEx(_pipe.Get(), nullptr) != FALSE;
 }

@@ -6,6 +6,7 @@
 
 #include "platform/windows_api.h"
 #include "support/ostring.h"
+#include "support/scoped_handle.h"
 
 /// Holds the pipe and its shutdown event and closes both. Calls are synchronous: Connect belongs to
 /// one thread, ReadExactly, Write and Flush to one thread after that; everything else may be called
@@ -18,7 +19,6 @@ class PipeChannel {
  public:
   /// Creates the shutdown event, no pipe.
   PipeChannel();
-  ~PipeChannel();
   PipeChannel(const PipeChannel&) = delete;
   PipeChannel& operator=(const PipeChannel&) = delete;
 
@@ -45,7 +45,7 @@ class PipeChannel {
   void Shutdown();
   bool IsShutdown() const { return _shutdown.load() != 0; }
   /// Signalled for good by Shutdown; owned by the channel.
-  HANDLE ShutdownEvent() const { return _shutdownEvent; }
+  HANDLE ShutdownEvent() const { return _shutdownEvent.Get(); }
 
   /// Cancels the pipe's pending calls, whichever thread made them. True as well without a pipe.
   bool CancelAll() const;
@@ -59,8 +59,8 @@ class PipeChannel {
   DWORD ReadPiece(BYTE* piece, DWORD sizeBytes, DWORD* doneBytes);
   void PauseAfterFailedRead() const;
 
-  HANDLE _pipe = INVALID_HANDLE_VALUE;
-  HANDLE _shutdownEvent;
+  ScopedHandle _shutdownEvent;
+  ScopedHandle _pipe;
   std::atomic<std::uint32_t> _shutdown{0};  // 0 or 1.
   std::atomic<int> _announcedCalls{0};
 };

@@ -85,7 +85,6 @@ unsigned __stdcall PipeServer::ConnectThreadProc(void* parameter) {
     kConnectThread("Exit");
   });
   _endthreadex(0);
-  return 0;
 }
 
 void PipeServer::ConnectClient() try {

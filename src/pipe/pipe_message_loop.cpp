@@ -56,7 +56,6 @@ bool PipeServer::StartProcessMessageThread(DWORD connectionTimeout) {
 unsigned __stdcall PipeServer::ProcessMessagesThreadProc(void* parameter) {
   static_cast<PipeServer*>(parameter)->ProcessMessagesThread();
   _endthreadex(0);
-  return 0;
 }
 
 void PipeServer::ProcessMessagesThread() {

@@ -56,7 +56,5 @@ OAutoLock::OAutoLock(OSynchronizer& synchronizer, InitialState initialState)
 }
 
 OAutoLock::~OAutoLock() {
-  if (!_locked) return;
-  _synchronizer->Release();
-  _locked = false;
+  if (_locked) _synchronizer->Release();
 }

@@ -112,6 +112,18 @@ TEST_F(ORegistryTest, RefusesPathsThatAddressNoKey) {
   EXPECT_EQ(registry.GetValue(Value("Missing/V"), &number, sizeof number), -1);
 }
 
+TEST_F(ORegistryTest, AFailedWriteIsTold) {
+  struct Reader : ORegistry {
+    HKEY OpenKey(const OString&, bool) override {
+      HKEY key = nullptr;
+      RegOpenKeyExW(HKEY_CURRENT_USER, TEXT("Software"), 0, KEY_READ, &key);
+      return key;
+    }
+  };
+  const DWORD number = 7;
+  EXPECT_EQ(Reader().SetValue("1:Software/TagwrightTest", &number), -1);
+}
+
 TEST_F(ORegistryTest, ReadsValuesThatFit) {
   Store(TEXT(""), TEXT("V"), TEXT("abc"));
   BYTE buffer[8] = {9};

@@ -33,6 +33,16 @@ TEST(Locks, ExcludeOtherThreads) {
   ExpectExclusion(section, section);
 }
 
+TEST(Locks, GiveTheirNamesBack) {
+  const OString name = UniqueName(TEXT("Tagwright Test ")).c_str();
+  for (int round = 0; round < 2; ++round) {
+    const ScopedHandle raw(CreateMutexW(nullptr, FALSE, name.wstring()));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_SUCCESS}) << "whoever had it before has gone";
+    OMutex mutex(name, INFINITE);
+    const OAutoLock lock(mutex);
+  }
+}
+
 TEST(Locks, AreHeldForTheirScopeWhateverAnImpatientThreadDoes) {
   const OString name = UniqueName(TEXT("Tagwright Test ")).c_str();
   OMutex mutex(name, INFINITE), foreign(name, 10);
