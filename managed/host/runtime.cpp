@@ -8,12 +8,11 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <mutex>
-#include <semaphore>
 #include <stdexcept>
 #include <string>
 #include <thread>
 
+#include "managed/host/semaphore.h"
 #include "managed/host/signal_handlers.h"
 #include "platform/posix/kernel/kernel_scope.h"
 
@@ -91,21 +90,21 @@ struct Runtime {
 /// the job that needs the runtime first ends with its pipe.
 Runtime StartOnThreadThatStays() {
   auto* const runtime = new Runtime;  // The thread has it, too.
-  static std::binary_semaphore started{0}, never{0};
+  static Semaphore started, never;
   const auto startAndStay = [runtime] {
     try {
       runtime->run = Start();
     } catch (const std::exception& exception) {
       runtime->problem = exception.what();
     }
-    started.release();
-    never.acquire();
+    started.Release();
+    never.Acquire();
   };
   {
     const platform::KernelScope keepsTheThreadsStartWhole;
     std::thread(startAndStay).detach();
   }
-  started.acquire();
+  started.Acquire();
   return *runtime;
 }
 

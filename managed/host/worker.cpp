@@ -62,8 +62,8 @@ bool Worker::IsCurrentThread() { return t_worker != nullptr; }
 
 void Worker::Run(ManagedCall& call) {
   _call = call;
-  _hasCall.release();
-  _hasEnded.acquire();
+  _hasCall.Release();
+  _hasEnded.Acquire();
   call = _call;
   if (_crash != nullptr) ThrowStructuredException(_crash->ExceptionRecord->ExceptionCode, _crash);
 }
@@ -76,9 +76,9 @@ void Worker::Work() {
   t_worker = this;
   _set_se_translator(OnCrash);
   for (;;) {
-    _hasCall.acquire();
+    _hasCall.Acquire();
     Execute();
-    _hasEnded.release();
+    _hasEnded.Release();
   }
 }
 

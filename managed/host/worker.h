@@ -7,9 +7,8 @@
 /// runtime can stop it whenever it wants to.
 #pragma once
 
-#include <semaphore>
-
 #include "managed/host/managed_call.h"
+#include "managed/host/semaphore.h"
 #include "platform/landing.h"
 #include "platform/windows_api.h"
 
@@ -46,8 +45,8 @@ class Worker {
   RunManaged _run = nullptr;
   platform::Landing _landing;
   EXCEPTION_POINTERS* _crash = nullptr;
-  std::binary_semaphore _hasCall{0};
-  std::binary_semaphore _hasEnded{0};
+  Semaphore _hasCall;
+  Semaphore _hasEnded;
 };
 
 }  // namespace Managed
