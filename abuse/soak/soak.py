@@ -43,6 +43,7 @@ class Soak:
         self.faults = []
         self.lock = threading.Lock()
         self.names = collections.deque(maxlen=4)  # pipes that the stranger may try
+        self.short_until = 0  # when there are descriptors for everybody again
         self.victims = {}  # why each process was started
         self.killed = []  # the names of processes that could not end in order
         simulator = pathlib.Path(root, "simulator")
@@ -79,7 +80,8 @@ class Soak:
                     with pipe:
                         self.misbehave(chance, pipe, place)
             except (wire.Closed, OSError) as error:
-                if place == 0:
+                # Who is promised a pipe when there is no descriptor for him a moment later is not let in.
+                if place == 0 and time.monotonic() > self.short_until:
                     self.report("a pipe of the controller that lives on is gone: {!r}".format(error))
                 self.count("clients told by a closed pipe")
                 time.sleep(0.05)
@@ -219,11 +221,15 @@ class Soak:
             if os.path.ismount(self.root) and chance.random() < 0.5:
                 self.fill_disk(chance)
             else:
-                controller = self.controllers[0]
-                controller.limit_descriptors(chance.randrange(4))
-                self.pause(chance.random() * 2)
-                controller.limit_descriptors(None)
+                self.take_descriptors(chance, self.controllers[0])
                 self.count("descriptor shortages")
+
+    def take_descriptors(self, chance, controller):
+        self.short_until = float("inf")
+        controller.limit_descriptors(chance.randrange(4))
+        self.pause(chance.random() * 2)
+        controller.limit_descriptors(None)
+        self.short_until = time.monotonic() + 1
 
     def fill_disk(self, chance):
         filler = pathlib.Path(self.root, "filler")
