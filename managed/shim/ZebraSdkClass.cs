@@ -1,4 +1,5 @@
 using System;
+using System.IO;
 using System.Reflection;
 
 namespace Tagwright.Host
@@ -66,8 +67,10 @@ namespace Tagwright.Host
         /// A load that failed is tried again.
         Type Load()
         {
-            if (type == null) type = Assembly.LoadFrom(path).GetType("Tagwright.Managed.ZebraSDK", true);
-            return type;
+            if (type != null) return type;
+            // The runtime would go on to look elsewhere, and meet the host, which has the same name.
+            if (!File.Exists(path)) throw new FileNotFoundException("There is no " + path);
+            return type = Assembly.LoadFrom(path).GetType("Tagwright.Managed.ZebraSDK", true);
         }
 
         /// Not MethodInfo.Invoke, which would wrap the member's exceptions in its own.
