@@ -5,6 +5,7 @@
 #include <mono/metadata/assembly.h>
 #include <mono/metadata/exception.h>
 #include <mono/metadata/mono-config.h>
+#include <signal.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -64,7 +65,12 @@ RunManaged CallStart(MonoDomain* domain, MonoAssembly* assembly, const std::stri
 
 /// Of a thread that the component has started itself. The runtime has printed it, and would end the
 /// process without a report.
-void OnUnhandledException(MonoObject*, void*) { std::abort(); }
+void OnUnhandledException(MonoObject*, void*) {
+  // The signal stacks of the runtime's threads are too small for the report.
+  const stack_t none{.ss_sp = nullptr, .ss_flags = SS_DISABLE, .ss_size = 0};
+  sigaltstack(&none, nullptr);
+  std::abort();
+}
 
 RunManaged Start() {
   const SignalHandlers handlers;

@@ -181,7 +181,7 @@ TEST_F(ManagedTest, WhatEndsTheRuntimeEndsTheProcessWithADump) {
     client.Expect(0, 0x200, Job(Write("collect")));
     client.Send(0x200, Job(Write(action)));
     client.ExpectClosed();
-    EXPECT_NE(program.ExitCode(), 0U);
+    EXPECT_EQ(program.ExitCode(), DWORD{128 + SIGABRT});
     const std::string path = DumpFolder::Path("bkcrash_0000.dmp");
     EXPECT_TRUE(log.Has("MiniDump File: " + path));
     EXPECT_FALSE(DumpFolder::Streams(DumpFolder::Content(path)).empty());
