@@ -27,7 +27,8 @@ bool PipeServer::WaitClientConnection(DWORD timeout) {
   const DWORD result = WaitForMultipleObjects(2, handles, FALSE, timeout);
   // Shutdown has cancelled the wait for the client: the thread is on its way out.
   if (result == WAIT_OBJECT_0) end.timeMs = kCancelledConnectionEndMs;
-  return ReportConnectionWait(result);
+  ReportConnectionWait(result);
+  return result == WAIT_OBJECT_0 + 1 && _connected;
 }
 
 bool PipeServer::StartConnectionThread() {
@@ -52,29 +53,21 @@ void PipeServer::EndConnectionThread(DWORD endTimeMs) {
   if (_hConnectThread.exchange(INVALID_HANDLE_VALUE) != INVALID_HANDLE_VALUE) CloseHandle(thread);
 }
 
-bool PipeServer::ReportConnectionWait(DWORD waitResult) const {
-  switch (waitResult) {
-    case WAIT_OBJECT_0:
-      Trace(kWaitClient, "Shutdown detected");
-      return false;
-    case WAIT_OBJECT_0 + 1:
-      if (_connected) {
-        Trace(kWaitClient, "Successfully Connected");
-        return true;
-      }
-      Log::Warning(
-          [&] {
-            return LogIntro(kWaitClient)
-                   << "Connection thread exited without connecting. _shutdown = "
-                   << static_cast<int>(_channel.IsShutdown());
-          },
-          LogLevel::kDetailInfo);
-      return false;
-    case WAIT_TIMEOUT:
-      Log::Warning([&] { return LogIntro(kWaitClient) << "Connection attempt timed out"; });
-      return false;
-    default:
-      return false;
+void PipeServer::ReportConnectionWait(DWORD waitResult) const {
+  if (waitResult == WAIT_OBJECT_0) {
+    Trace(kWaitClient, "Shutdown detected");
+  } else if (waitResult == WAIT_TIMEOUT) {
+    Log::Warning([&] { return LogIntro(kWaitClient) << "Connection attempt timed out"; });
+  } else if (waitResult == WAIT_OBJECT_0 + 1 && _connected) {
+    Trace(kWaitClient, "Successfully Connected");
+  } else if (waitResult == WAIT_OBJECT_0 + 1) {
+    Log::Warning(
+        [&] {
+          return LogIntro(kWaitClient)
+                 << "Connection thread exited without connecting. _shutdown = "
+                 << static_cast<int>(_channel.IsShutdown());
+        },
+        LogLevel::kDetailInfo);
   }
 }
 

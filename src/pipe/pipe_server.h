@@ -105,7 +105,7 @@ class PipeServer {
   // Connecting (pipe_connection.cpp)
   bool WaitClientConnection(DWORD timeout);
   bool StartConnectionThread();
-  bool ReportConnectionWait(DWORD waitResult) const;
+  void ReportConnectionWait(DWORD waitResult) const;
   void EndConnectionThread(DWORD endTimeMs);
   static unsigned __stdcall ConnectThreadProc(void* parameter);
   void ConnectClient();
