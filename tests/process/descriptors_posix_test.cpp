@@ -1,6 +1,8 @@
 // A control process that may have few descriptors.
 #include <sys/resource.h>
 
+#include <algorithm>
+
 #include "process/control_fixture.h"
 
 namespace {
@@ -16,9 +18,13 @@ class Descriptors : public ControlTest {
     ASSERT_EQ(prlimit(static_cast<pid_t>(_tagwright.Id()), RLIMIT_NOFILE, &few, nullptr), 0);
   }
   std::ptrdiff_t Count() const {
-    const std::filesystem::path folder = "/proc/" + std::to_string(_tagwright.Id()) + "/fd";
-    return std::distance(std::filesystem::directory_iterator(folder), {});
+    return std::distance(std::filesystem::directory_iterator(OwnFolder() / "fd"), {});
   }
+  std::ptrdiff_t CountMappings() const {
+    const std::string mappings = ReadWholeFile(OwnFolder() / "maps");
+    return std::ranges::count(mappings, '\n');
+  }
+  std::filesystem::path OwnFolder() const { return "/proc/" + std::to_string(_tagwright.Id()); }
   void StartAndEndEncoders(int count) {
     for (int number = 0; number < count; ++number) {
       PipeClient& encoder = AddEncoder();
@@ -29,10 +35,13 @@ class Descriptors : public ControlTest {
   }
 };
 
-TEST_F(Descriptors, EndedEncodersKeepFewWhenThereArePlenty) {
-  const auto atFirst = Count();
+TEST_F(Descriptors, EndedEncodersKeepFewAndLittleMemoryWhenThereArePlenty) {
+  StartAndEndEncoders(1);
+  const auto descriptors = Count();
+  const auto mappings = CountMappings();
   StartAndEndEncoders(200);
-  EXPECT_LT(Count(), atFirst + 80);
+  EXPECT_LT(Count(), descriptors + 80);
+  EXPECT_LT(CountMappings(), mappings + 80);
 }
 
 TEST_F(Descriptors, EndedEncodersNeedNone) {
