@@ -105,10 +105,10 @@ const VictimRole kMaker("maker-of-state", [](VictimSide&, const std::string& roo
 TEST(Access, HoldsWhateverTheUmaskIs) {
   for (const std::string umask : {"000", "077"}) {
     const std::string root = platform::StateRootPath() + "/umask" + umask + "/root";
+    std::string setting = "umask " + umask;
+    setting.append("; TAGWRIGHT_ROOT=").append(root).append(" ");
     std::string errors;
-    EXPECT_EQ(RunRole("umask " + umask + "; TAGWRIGHT_ROOT=" + root + " ", "maker-of-state", root,
-                      &errors),
-              0)
+    EXPECT_EQ(RunRole(setting, "maker-of-state", root, &errors), 0)
         << "umask " << umask << ": " << errors;
   }
 }
