@@ -5,7 +5,6 @@
 #include <mono/metadata/assembly.h>
 #include <mono/metadata/exception.h>
 #include <mono/metadata/mono-config.h>
-#include <signal.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -15,6 +14,7 @@
 
 #include "managed/host/semaphore.h"
 #include "managed/host/signal_handlers.h"
+#include "managed/host/signal_stack.h"
 #include "platform/posix/kernel/kernel_scope.h"
 
 namespace Managed {
@@ -65,16 +65,12 @@ RunManaged CallStart(MonoDomain* domain, MonoAssembly* assembly, const std::stri
 
 /// Of a thread that the component has started itself. The runtime has printed it, and would end the
 /// process without a report.
-void OnUnhandledException(MonoObject*, void*) {
-  // The signal stacks of the runtime's threads are too small for the report.
-  const stack_t none{.ss_sp = nullptr, .ss_flags = SS_DISABLE, .ss_size = 0};
-  sigaltstack(&none, nullptr);
-  std::abort();
-}
+void OnUnhandledException(MonoObject*, void*) { std::abort(); }
 
 RunManaged Start() {
   const SignalHandlers handlers;
   ShowRuntimeToItsLibraries();
+  GiveThreadsRoomForHandlers();
   mono_set_signal_chaining(1);
   mono_config_parse(nullptr);
   MonoDomain* const domain = mono_jit_init_version("Tagwright", "v4.0.30319");

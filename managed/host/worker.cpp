@@ -69,8 +69,8 @@ void Worker::Run(ManagedCall& call) {
 }
 
 void Worker::Work() {
-  // The runtime gives a thread that it takes in a signal stack of its own, too small for the
-  // program's handlers. With the translator the program's comes in its place, enough for both.
+  // The runtime gives a thread that it takes in a signal stack. The translator, which needs the
+  // program's, comes after it.
   ManagedCall attach;
   _run(&attach);
   t_worker = this;

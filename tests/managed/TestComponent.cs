@@ -110,6 +110,10 @@ namespace Tagwright.Managed
                     new Thread(() => { throw new TestException("a thread"); }).Start();
                     Thread.Sleep(Timeout.Infinite);
                     return true;
+                case "crash in a thread":
+                    new Thread(() => strlen((IntPtr)8)).Start();
+                    Thread.Sleep(Timeout.Infinite);
+                    return true;
                 case "sleep":
                     Thread.Sleep(Timeout.Infinite);
                     return true;

@@ -169,7 +169,9 @@ TEST_F(ManagedTest, ACrashOfAThreadThatTheRuntimeDoesNotKnowIsLeftToTheProgram) 
 }
 
 TEST_F(ManagedTest, WhatEndsTheRuntimeEndsTheProcessWithADump) {
-  for (const char* action : {"abort", "throw in a thread"}) {
+  for (const auto& [action, signal] :
+       {std::pair{"abort", SIGABRT}, std::pair{"throw in a thread", SIGABRT},
+        std::pair{"crash in a thread", SIGSEGV}}) {
     SCOPED_TRACE(action);
     const DumpFolder dumps;
     const ProductLog log;
@@ -181,7 +183,7 @@ TEST_F(ManagedTest, WhatEndsTheRuntimeEndsTheProcessWithADump) {
     client.Expect(0, 0x200, Job(Write("collect")));
     client.Send(0x200, Job(Write(action)));
     client.ExpectClosed();
-    EXPECT_EQ(program.ExitCode(), DWORD{128 + SIGABRT});
+    EXPECT_EQ(program.ExitCode(), static_cast<DWORD>(128 + signal));
     const std::string path = DumpFolder::Path("bkcrash_0000.dmp");
     EXPECT_TRUE(log.Has("MiniDump File: " + path));
     EXPECT_FALSE(DumpFolder::Streams(DumpFolder::Content(path)).empty());
