@@ -103,10 +103,10 @@ int ORegistry::SetValue(const OString& valuePath, const void* data) {
 OString ORegistry::GetString(const OString& valuePath, const OString& defaultValue) {
   // One character more than is asked for stays zero and ends the text.
   WCHAR text[kShortTextBytes / sizeof(WCHAR)] = {};
-  if (GetValue(valuePath, text, kShortTextBytes - sizeof(WCHAR)) >= 1) return OString(text);
+  if (GetValue(valuePath, text, kShortTextBytes - sizeof(WCHAR)) > 0) return OString(text);
 
   std::vector<WCHAR> longText(kLongTextBytes / sizeof(WCHAR));
-  if (GetValue(valuePath, longText.data(), kLongTextBytes - sizeof(WCHAR)) >= 1) {
+  if (GetValue(valuePath, longText.data(), kLongTextBytes - sizeof(WCHAR)) > 0) {
     return OString(longText.data());
   }
   return defaultValue;

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <ctime>
 #include <string>
 
 #include "pipe/server_fixture.h"
@@ -56,6 +57,17 @@ TEST_F(UnreadReplyTest, FindsThePayloadWiped) {
   char first = 0;
   ASSERT_NO_FATAL_FAILURE(_client.ReadBytes(&first, 1));
   EXPECT_EQ(MemoryAt(payload, secret.size()).find("SSSSSSSS"), std::string::npos);
+}
+
+/// The pipe of a client that has gone is looked at twice a second, and not all the time.
+TEST_F(UnreadReplyTest, OfAClientThatHasGoneCostsNoTime) {
+  Serve(Acknowledge);
+  _client.Expect(0, 0x302);
+  _client.Close();
+  Sleep(100);
+  const std::clock_t before = std::clock();
+  Sleep(1000);
+  EXPECT_LT(std::clock() - before, CLOCKS_PER_SEC / 50);
 }
 
 }  // namespace

@@ -154,6 +154,9 @@ TEST_P(OStringEditing, InsertsAndDeletesWithinTheString) {
   text.Delete(0, 1);
   text.Delete(1, -4);
   EXPECT_STREQ(text.nstring(), "a-bc");
+  OString empty = Text("");
+  EXPECT_EQ(empty.Insert(0, "ab", 9), 2);
+  EXPECT_STREQ(empty.nstring(), "ab");
 }
 
 TEST_P(OStringEditing, ReplacesWithoutOverlap) {
