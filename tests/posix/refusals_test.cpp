@@ -1,8 +1,10 @@
 /// What the layer does not provide, it refuses at once, with the system error that tells why.
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <cstdint>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "platform/windows_api.h"
@@ -195,6 +197,12 @@ TEST(Refusals, NameTheReason) {
   for (const Case& one : cases) {
     EXPECT_TRUE(one.isRefused) << "line " << one.line;
     EXPECT_EQ(one.error, one.expected) << "line " << one.line;
+  }
+  for (const auto& [path, mode, reason] :
+       {std::tuple{"D:\\drive", "a", ENOENT}, {"C:\\mode", "w", EINVAL}}) {
+    errno = 0;
+    EXPECT_EQ(_fsopen(path, mode, _SH_DENYNO), nullptr) << path;
+    EXPECT_EQ(errno, reason) << path;
   }
   for (const HANDLE handle : {file, pipe, events[0], events[1]}) CloseHandle(handle);
   DeregisterEventSource(log);
