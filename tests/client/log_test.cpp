@@ -18,7 +18,6 @@ using Tagwright::LogEvent;
 using testing::AllOf;
 using testing::ElementsAre;
 using testing::Field;
-using testing::HasSubstr;
 
 constexpr const char* kSource = "Brennick Tagwright.Native";
 

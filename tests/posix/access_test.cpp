@@ -152,14 +152,14 @@ TEST(Access, OtherUsersReachWhatIsForEveryoneAndNothingElse) {
   }
   std::string errors;
   EXPECT_EQ(RunRole(kAsAnotherUser, "registry-user", "-", &errors), kRefusedRoot);
-  EXPECT_NE(errors.find("belongs to another user"), errors.npos) << errors;
+  EXPECT_NE(errors.find(": it belongs to another user\n"), errors.npos) << errors;
 }
 
 TEST(Access, RootsThatOthersMayWriteOrThatCannotBeMadeAreRefused) {
   const std::string folder = platform::StateRootPath();
   const struct {
     std::string before;
-    const char* reason;
+    std::string reason;
     std::string removedFolder = "-";
   } cases[] = {
       {"mkdir -m 777 " + folder + "/open; TAGWRIGHT_ROOT=" + folder + "/open ",
@@ -172,7 +172,7 @@ TEST(Access, RootsThatOthersMayWriteOrThatCannotBeMadeAreRefused) {
     std::string errors;
     EXPECT_EQ(RunRole(one.before, "registry-user", one.removedFolder, &errors), kRefusedRoot)
         << one.before;
-    EXPECT_NE(errors.find(one.reason), errors.npos) << errors;
+    EXPECT_NE(errors.find(": " + one.reason + "\n"), errors.npos) << errors;
     EXPECT_EQ(std::ranges::count(errors, '\n'), 1) << errors;
   }
 }
