@@ -94,7 +94,7 @@ TEST(Refusals, NameTheReason) {
   WCHAR wide[4];
   char narrow[4];
   BOOL flag = FALSE;
-  DWORD size = 0;
+  DWORD size = 99;
   const HANDLE file =
       CreateFileW(kFile, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_ALWAYS, 0, nullptr);
   const HANDLE pipe = CreateNamedPipeW(TEXT("\\\\.\\pipe\\there"), PIPE_ACCESS_DUPLEX, PIPE_WAIT, 1,
@@ -198,6 +198,7 @@ TEST(Refusals, NameTheReason) {
     EXPECT_TRUE(one.isRefused) << "line " << one.line;
     EXPECT_EQ(one.error, one.expected) << "line " << one.line;
   }
+  EXPECT_EQ(size, 0U) << "a call that fails counts no bytes";
   for (const auto& [path, mode, reason] :
        {std::tuple{"D:\\drive", "a", ENOENT}, {"C:\\mode", "w", EINVAL}}) {
     errno = 0;
