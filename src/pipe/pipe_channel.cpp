@@ -86,9 +86,10 @@ void PipeChannel::Flush() {
 void PipeChannel::Shutdown() {
   _shutdown.exchange(1);
   if (_shutdownEvent.IsValid()) SetEvent(_shutdownEvent.Get());
+  CancelAll();
   for (int attempt = 0; _announcedCalls > 0 && attempt < kMaxCancelAttempts; ++attempt) {
-    CancelAll();
     Sleep(1);
+    CancelAll();
   }
 }
 

@@ -10,7 +10,9 @@ ComponentObject::ComponentObject(ComponentObject&& other) noexcept
     : _object(std::exchange(other._object, nullptr)) {}
 
 ComponentObject& ComponentObject::operator=(ComponentObject&& other) noexcept {
-  std::swap(_object, other._object);
+  auto* const taken = std::exchange(other._object, nullptr);
+  Dispose();
+  _object = taken;
   return *this;
 }
 
