@@ -11,9 +11,7 @@
 ///   InitLogging, Connect                   for each `printer` element
 ///   LogErrorEvent                          when Connect ended with an exception
 ///   the members that encode                one for each other element, in the document's order,
-///   with
-///                                          or without a Connect before; the first that fails is
-///                                          the last
+///                                          connected or not; the first that fails is the last
 ///   Disconnect                             at the end, when the last Connect returned true
 ///   DisposeObject                          once
 ///
@@ -66,11 +64,12 @@
 #include <stdint.h>
 #include <wchar.h>
 
-/// What makes a function one that a library exports; the entry below has it already.
-#ifdef _WIN32
-#define TAGWRIGHT_COMPONENT_EXPORT __declspec(dllexport)
-#else
+/// What makes a function one that a library exports, by the form of its file; the entry below has
+/// it already.
+#ifdef __ELF__
 #define TAGWRIGHT_COMPONENT_EXPORT __attribute__((visibility("default")))
+#else
+#define TAGWRIGHT_COMPONENT_EXPORT __declspec(dllexport)
 #endif
 
 /// One UTF-16 code unit: wchar_t where that has 16 bits, else char16_t.
