@@ -159,7 +159,7 @@ void Examination::Dispose(TagwrightComponentObject* object) {
   if (result.IsException()) Fault("DisposeObject raises an exception: " + result.Describe());
 }
 
-void Examination::TestAccess() {
+bool Examination::TestAccess() {
   const WitnessedResult result = Call("TestManagedCodeAccessible", [&](auto* into) {
     _component->TestManagedCodeAccessible(into);
   });
@@ -167,6 +167,7 @@ void Examination::TestAccess() {
     Fault("TestManagedCodeAccessible raises an exception, so nothing would be encoded: " +
           result.Describe());
   }
+  return !result.IsException();
 }
 
 void Examination::CallWithoutPrinter() {

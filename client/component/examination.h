@@ -39,7 +39,8 @@ class Examination {
   /// The object, or ExaminationEnded without one.
   TagwrightComponentObject* Create();
   void Dispose(TagwrightComponentObject* object);
-  void TestAccess();
+  /// False when it raises an exception, which is a fault.
+  bool TestAccess();
 
   void Fault(const std::string& text) { _report.Write(ReportKind::kFault, text); }
   void Refused(const std::string& text) { _report.Write(ReportKind::kRefused, text); }

@@ -32,12 +32,17 @@ class JobCalls {
 
  private:
   template <class CallOfMember>
-  bool Member(const std::string& label, CallOfMember&& call,
-              std::initializer_list<const WitnessedText*> texts = {}) {
-    const WitnessedResult result = _examination.Call(label, call, texts);
+  WitnessedResult Try(const std::string& label, CallOfMember&& call,
+                      std::initializer_list<const WitnessedText*> texts = {}) {
+    WitnessedResult result = _examination.Call(label, call, texts);
     if (result.IsException())
       _examination.Refused(label + " raises an exception: " + result.Describe());
-    return result.Succeeded();
+    return result;
+  }
+  template <class CallOfMember>
+  bool Member(const std::string& label, CallOfMember&& call,
+              std::initializer_list<const WitnessedText*> texts = {}) {
+    return Try(label, call, texts).Succeeded();
   }
 
   bool RunElement(const TiXmlElement& element) {
@@ -57,16 +62,26 @@ class JobCalls {
   bool Connect(const TiXmlElement& element) {
     const Printer printer(&element);
     const WitnessedText address(printer.get_PortAddress());
-    _examination.TestAccess();
-    _examination.Call("InitLogging", [&](auto* into) { _component.InitLogging(_object, into); });
-    _isConnected = Member(
+    _isConnected = false;
+    if (!_examination.TestAccess()) return false;
+    const auto initLogging = [&](auto* into) { _component.InitLogging(_object, into); };
+    if (Try("InitLogging", initLogging).IsException()) return false;
+    const WitnessedResult result = Try(
         "Connect (port type " + Number(printer.get_PortType()) + ", " + Characters(address) + ")",
         [&](auto* into) {
           _component.Connect(_object, printer.get_PortType(), address.Text(),
                              printer.get_IsReaderConnectPerCardEnabled() ? 1 : 0, into);
         },
         {&address});
+    if (result.IsException()) LogError(OString("Connect: ") << result.Describe().c_str());
+    _isConnected = result.Succeeded();
     return _isConnected;
+  }
+
+  void LogError(const OString& error) {
+    const WitnessedText text(error);
+    Try("LogErrorEvent (" + Characters(text) + ")",
+        [&](auto* into) { _component.LogErrorEvent(_object, text.Text(), into); }, {&text});
   }
 
   bool Write(const TiXmlElement& element) {

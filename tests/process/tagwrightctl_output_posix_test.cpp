@@ -73,6 +73,9 @@ TEST_F(TagwrightctlOutput, SaysWhatIsWrongWithAComponent) {
   EXPECT_THAT(output, HasSubstr("WriteEPC (24 characters) writes through the text"));
   EXPECT_EQ(Run("TAGWRIGHT_FAULT=refuse " + faulty + " --call encode-epc.xml"), 1);
   EXPECT_THAT(output, AllOf(HasSubstr("the job fails at <write>"), HasSubstr("nothing is wrong")));
+  EXPECT_EQ(Run("TAGWRIGHT_FAULT='no printer' " + faulty + " --call card.xml"), 1);
+  EXPECT_THAT(output, AllOf(HasSubstr("LogErrorEvent (27 characters): "),
+                            HasSubstr("the job fails at <printer>")));
   EXPECT_EQ(Run(faulty + " --call card.xml"), 1) << "its LockTag returns false";
   EXPECT_EQ(Run("$ctl component \"${ctl%/*}/needy_component.dll\""), 9);
   EXPECT_THAT(output, HasSubstr("does not load: libabsent_library.so"));

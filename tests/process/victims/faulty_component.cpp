@@ -48,6 +48,7 @@ void WithText(Object*, TagwrightText text, Result* result) {
   result->returned = Has("refuse") ? 0 : 1;
 }
 void Connect(Object*, std::int32_t, TagwrightText, std::uint32_t, Result* result) {
+  result->outcome = Has("no printer") ? kTagwrightStandardException : kTagwrightReturned;
   result->returned = 1;
 }
 
