@@ -41,7 +41,7 @@ TEST_F(Descriptors, EndedEncodersKeepFewAndLittleMemoryWhenThereArePlenty) {
   const auto mappings = CountMappings();
   StartAndEndEncoders(200);
   EXPECT_LT(Count(), descriptors + 80);
-  EXPECT_LT(CountMappings(), mappings + 80);
+  EXPECT_LT(CountMappings(), mappings + 200);  // Of a sanitizer, too.
 }
 
 TEST_F(Descriptors, EndedEncodersNeedNone) {
