@@ -61,7 +61,6 @@ void SetGrowthLimit(rlim_t bytes) {
 }
 
 void ProtectStackReserve(const CrashSite& site, int protection) {
-  if (site.reserveBytes == 0) return;
   mprotect(reinterpret_cast<void*>(site.stackLow - site.reserveBytes), site.reserveBytes,
            protection);
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bit>
 #include <iterator>
+#include <string>
 
 #include "platform/posix/api/code_pages.h"
 
@@ -14,20 +15,27 @@ constexpr const char* kWide = "UTF-16LE";
 
 /// The most bytes that a character takes in any of the pages.
 constexpr std::size_t kMaxBytes = 4;
-/// What Windows puts in place of invalid bytes in page 932.
-constexpr WCHAR kKatakanaMiddleDot = 0x30FB;
-
 constinit IconvPage g_pages[] = {
-    {437, "CP437", false},     {850, "CP850", false},
-    {874, "CP874", true},      {932, "CP932", false, kKatakanaMiddleDot},
-    {936, "GBK", false},       {949, "UHC", false},
-    {950, "CP950", false},     {1250, "CP1250", true},
-    {1251, "CP1251", true},    {1252, "CP1252", true},
-    {1253, "CP1253", true},    {1254, "CP1254", true},
-    {1255, "CP1255", true},    {1256, "CP1256", true},
-    {1257, "CP1257", true},    {1258, "CP1258", true},
-    {1361, "JOHAB", false},    {20127, "ASCII", false},
-    {54936, "GB18030", false}, {CP_UTF8, "UTF-8", false},
+    {437, false},
+    {850, false},
+    {874, true},
+    {932, false},
+    {936, false},
+    {949, false},
+    {950, false},
+    {1250, true},
+    {1251, true},
+    {1252, true},
+    {1253, true},
+    {1254, true},
+    {1255, true},
+    {1256, true},
+    {1257, true},
+    {1258, true},
+    {1361, false, "JOHAB"},
+    {20127, false, "ASCII"},
+    {54936, false, "GB18030"},
+    {CP_UTF8, false, "UTF-8"},
 };
 
 bool IsHighSurrogate(WCHAR unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
@@ -57,10 +65,19 @@ IconvPage* IconvPage::Find(UINT number) {
   return page == std::end(g_pages) ? nullptr : page;
 }
 
+WCHAR IconvPage::Invalid() const {
+  constexpr UINT kJapanese = 932;
+  constexpr WCHAR kKatakanaMiddleDot = 0x30FB, kReplacement = 0xFFFD;
+  return _number == kJapanese ? kKatakanaMiddleDot : kReplacement;
+}
+
 bool IconvPage::Open() {
   const auto none = reinterpret_cast<iconv_t>(-1);
-  if (_decoder == nullptr) _decoder = iconv_open(kWide, _name);
-  if (_encoder == nullptr) _encoder = iconv_open(_name, kWide);
+  if (_decoder == nullptr) {
+    const std::string name = _name != nullptr ? _name : "CP" + std::to_string(_number);
+    _decoder = iconv_open(kWide, name.c_str());
+    _encoder = iconv_open(name.c_str(), kWide);
+  }
   return _decoder != none && _encoder != none;
 }
 
@@ -81,7 +98,7 @@ IconvPage::Piece<WCHAR> IconvPage::ToWide(const char* text, std::size_t count) {
   for (std::size_t length = 1; length <= std::min(count, kMaxBytes); ++length) {
     if (Decode(text, length, piece)) return piece;
   }
-  const WCHAR replacement = _keepsC1 && first < 0xA0 ? WCHAR{first} : _invalid;
+  const WCHAR replacement = _keepsC1 && first < 0xA0 ? WCHAR{first} : Invalid();
   return {{replacement}, 1, 1};
 }
 

@@ -28,9 +28,9 @@ class IconvPage {
   static IconvPage* Find(UINT number);
 
   /// `keepsC1`: bytes 0x80 to 0x9F without a character of their own stand for U+0080 to U+009F, as
-  /// in the Windows pages. `invalid` is the character for invalid bytes.
-  constexpr IconvPage(UINT number, const char* name, bool keepsC1, WCHAR invalid = 0xFFFD)
-      : _number(number), _name(name), _keepsC1(keepsC1), _invalid(invalid) {}
+  /// in the Windows pages. `name` is that of iconv, where that is not "CP" and the number.
+  constexpr IconvPage(UINT number, bool keepsC1, const char* name = nullptr)
+      : _number(number), _keepsC1(keepsC1), _name(name) {}
 
   /// Takes the first character of `text`, which has `count` > 0 units.
   Piece<WCHAR> ToWide(const char* text, std::size_t count);
@@ -38,14 +38,15 @@ class IconvPage {
 
  private:
   bool Open();
+  /// What stands for invalid bytes.
+  WCHAR Invalid() const;
   bool Decode(const char* bytes, std::size_t count, Piece<WCHAR>& piece);
   bool Encode(const WCHAR* units, std::size_t count, Piece<char>& piece);
   bool IsC1Byte(WCHAR character);
 
   const UINT _number;
-  const char* const _name;
   const bool _keepsC1;
-  const WCHAR _invalid;
+  const char* const _name;
   std::mutex _lock;
   iconv_t _decoder = nullptr;
   iconv_t _encoder = nullptr;
