@@ -79,49 +79,42 @@ void InsertAndTakeOut(OString& text, const OString& inserted, int at) {
   }
 }
 
-void Edit(OString& text, Input& input, std::uint8_t operation) {
-  const int length = text.GetLength();
-  const OString other = NextText(input);
-  switch (operation % 12) {
-    case 0:
-      text << other;
-      break;
-    case 1:
-      InsertAndTakeOut(text, other, NextPosition(input, length));
-      break;
-    case 2:
-      text.Delete(NextPosition(input, length), NextPosition(input, length));
-      break;
-    case 3:
-      text.Replace(other, NextText(input));
-      break;
-    case 4:
-      text.TrimLeft(other).TrimRight(other);
-      break;
-    case 5:
-      text.PadLeft(NextPosition(input, length), static_cast<char>(input.Byte()));
-      break;
-    case 6:
-      CheckParts(text, NextPosition(input, length));
-      break;
-    case 7:
-      CheckSearch(text, input.Byte());
-      break;
-    case 8:
-      Require(text.Compare(other) == -other.Compare(text), "comparing is antisymmetric");
-      Require(text.CompareNoCase(other) == -other.CompareNoCase(text), "without case too");
-      break;
-    case 9:
-      static_cast<void>(input.Byte() % 2 == 0 ? text.nstring()[0] == 0 : text.wstring()[0] == 0);
-      break;
-    case 10:
-      text = OString(text.wstring());
-      break;
-    default:
-      text.FormatNumber(static_cast<int>(input.Number(UINT32_MAX)), NextPosition(input, 16));
-      break;
-  }
+void Compare(const OString& text, const OString& other) {
+  Require(text.Compare(other) == -other.Compare(text), "comparing is antisymmetric");
+  Require(text.CompareNoCase(other) == -other.CompareNoCase(text), "without case too");
 }
+
+/// What is done with `text`, another one, and what follows in the input.
+using Edit = void (*)(OString& text, const OString& other, Input& input);
+constexpr Edit kEdits[] = {
+    [](OString& text, const OString& other, Input&) { text << other; },
+    [](OString& text, const OString& other, Input& input) {
+      InsertAndTakeOut(text, other, NextPosition(input, text.GetLength()));
+    },
+    [](OString& text, const OString&, Input& input) {
+      const int length = text.GetLength(), at = NextPosition(input, length);
+      text.Delete(at, NextPosition(input, length));
+    },
+    [](OString& text, const OString& other, Input& input) { text.Replace(other, NextText(input)); },
+    [](OString& text, const OString& other, Input&) { text.TrimLeft(other).TrimRight(other); },
+    [](OString& text, const OString&, Input& input) {
+      const int length = NextPosition(input, text.GetLength());
+      text.PadLeft(length, static_cast<char>(input.Byte()));
+    },
+    [](OString& text, const OString&, Input& input) {
+      CheckParts(text, NextPosition(input, text.GetLength()));
+    },
+    [](OString& text, const OString&, Input& input) { CheckSearch(text, input.Byte()); },
+    [](OString& text, const OString& other, Input&) { Compare(text, other); },
+    [](OString& text, const OString&, Input& input) {
+      static_cast<void>(input.Byte() % 2 == 0 ? text.nstring()[0] == 0 : text.wstring()[0] == 0);
+    },
+    [](OString& text, const OString&, Input&) { text = OString(text.wstring()); },
+    [](OString& text, const OString&, Input& input) {
+      const auto number = static_cast<int>(input.Number(UINT32_MAX));
+      text.FormatNumber(number, NextPosition(input, 16));
+    },
+};
 
 }  // namespace
 
@@ -132,7 +125,9 @@ void Fuzz::StringEditing(Bytes bytes) {
   for (int i = 0; i < kMaxOperations && !input.IsAtEnd() && text.GetLength() < kMaxLength; ++i) {
     const OString before = text;
     const std::u16string kept = before.wstring();
-    Edit(text, input, input.Byte());
+    const Edit edit = kEdits[input.Byte() % std::size(kEdits)];
+    const OString other = NextText(input);
+    edit(text, other, input);
     Require(kept == before.wstring(), "a copy stays as it is");
     Require(text.IsEmpty() == (text.GetLength() == 0), "only an empty string has no length");
   }
