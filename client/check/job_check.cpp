@@ -99,7 +99,7 @@ class JobChecker {
     ExplainOperation(operation);
     // What stands behind a failure is checked all the same, but never done.
     if (_failed) _report.steps.resize(before);
-    if (!element.NoChildren() && element.FirstChildElement() != nullptr) {
+    if (element.FirstChildElement() != nullptr) {
       Doubt(*element.FirstChildElement(), "elements inside an operation are ignored");
     }
   }
