@@ -10,8 +10,10 @@
 #include <cstdint>
 #include <cstring>
 #include <filesystem>
+#include <string>
 #include <vector>
 
+#include "platform/posix/kernel/process_ids.h"
 #include "platform/posix/kernel/unique_fd.h"
 
 namespace platform {
@@ -78,21 +80,17 @@ bool ForEachSocket(Take take) {
 
 bool HasSocket(const std::filesystem::path& process, std::uint32_t socket) {
   const std::string wanted = "socket:[" + std::to_string(socket) + "]";
-  std::error_code ignored;
-  for (const auto& descriptor : std::filesystem::directory_iterator(process / "fd", ignored)) {
-    if (std::filesystem::read_symlink(descriptor.path(), ignored) == wanted) return true;
+  std::error_code ignored;  // The process may end at any moment.
+  for (std::filesystem::directory_iterator descriptor(process / "fd", ignored), end;
+       descriptor != end; descriptor.increment(ignored)) {
+    if (std::filesystem::read_symlink(descriptor->path(), ignored) == wanted) return true;
   }
   return false;
 }
 
 std::optional<DWORD> OwnerOf(std::uint32_t socket) {
-  std::error_code ignored;
-  for (const auto& process : std::filesystem::directory_iterator("/proc", ignored)) {
-    const std::string name = process.path().filename();
-    if (name.find_first_not_of("0123456789") == std::string::npos &&
-        HasSocket(process.path(), socket)) {
-      return static_cast<DWORD>(std::stoul(name));
-    }
+  for (const DWORD id : ProcessIds()) {
+    if (HasSocket("/proc/" + std::to_string(id), socket)) return id;
   }
   return std::nullopt;
 }

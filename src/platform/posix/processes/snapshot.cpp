@@ -1,6 +1,5 @@
 /// CreateToolhelp32Snapshot and its walk, from /proc.
 #include <algorithm>
-#include <charconv>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -14,6 +13,7 @@
 #include "platform/posix/kernel/error_translation.h"
 #include "platform/posix/kernel/kernel_scope.h"
 #include "platform/posix/kernel/object.h"
+#include "platform/posix/kernel/process_ids.h"
 #include "platform/posix/kernel/text.h"
 #include "platform/posix/processes/parent_process.h"
 
@@ -59,14 +59,10 @@ std::optional<ProcessLine> ReadProcess(const fs::path& folder, DWORD id) {
 
 std::vector<ProcessLine> ReadOtherProcesses() {
   std::vector<ProcessLine> lines;
-  std::error_code error;
-  for (fs::directory_iterator entry("/proc", error), end; !error && entry != end;
-       entry.increment(error)) {
-    const std::string name = entry->path().filename().string();
-    DWORD id = 0;
-    const auto parsed = std::from_chars(name.data(), name.data() + name.size(), id);
-    if (parsed.ptr != name.data() + name.size() || id == GetCurrentProcessId()) continue;
-    if (auto line = ReadProcess(entry->path(), id)) lines.push_back(std::move(*line));
+  for (const DWORD id : platform::ProcessIds()) {
+    if (id == GetCurrentProcessId()) continue;
+    if (auto line = ReadProcess("/proc/" + std::to_string(id), id))
+      lines.push_back(std::move(*line));
   }
   return lines;
 }
