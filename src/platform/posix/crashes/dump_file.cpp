@@ -7,6 +7,8 @@
 #include <cerrno>
 #include <iterator>
 
+#include "platform/posix/kernel/unique_fd.h"
+
 namespace platform {
 
 using minidump::Location;
@@ -47,17 +49,14 @@ DWORD DumpFile::AppendText(const char* text) {
 }
 
 Location DumpFile::AppendFile(const char* path) {
-  const int source = open(path, O_RDONLY | O_CLOEXEC);
-  if (source < 0) return {0, 0};
+  const UniqueFd source(open(path, O_RDONLY | O_CLOEXEC));
   Align();
   const DWORD start = _end;
   char piece[4096];
-  for (ssize_t count = read(source, piece, sizeof piece); count > 0;
-       count = read(source, piece, sizeof piece)) {
+  for (ssize_t count; (count = read(source.Get(), piece, sizeof piece)) > 0;) {
     OverwriteAt(_end, piece, static_cast<std::size_t>(count));
     _end += static_cast<DWORD>(count);
   }
-  close(source);
   return {_end - start, start};
 }
 

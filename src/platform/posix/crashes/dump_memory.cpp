@@ -15,10 +15,7 @@ constexpr std::size_t kMaxModuleDataBytes = 256 * 1024;
 
 }  // namespace
 
-void DumpMemory::Begin(std::span<const Mapping> mappings) {
-  _mappings = mappings;
-  _count = 0;
-}
+void DumpMemory::Begin(std::span<const Mapping> mappings) { _mappings = mappings; }
 
 const Mapping* DumpMemory::Find(ULONG_PTR address) const {
   const auto after =

@@ -19,7 +19,7 @@ struct MemoryRange {
 /// Too large for a stack.
 class DumpMemory {
  public:
-  /// Starts over with the mappings of the process.
+  /// Called first, with the mappings of the process.
   void Begin(std::span<const Mapping> mappings);
 
   /// A copy takes part even where nothing is mapped any more. Null when there is no room.

@@ -59,7 +59,8 @@ DWORD SignalOf(DWORD code) {
 /// thread's stack.
 class DumpWriter {
  public:
-  void Begin(int file, DWORD types, const MINIDUMP_EXCEPTION_INFORMATION* exception);
+  DumpWriter(int file, DWORD types, const MINIDUMP_EXCEPTION_INFORMATION* exception)
+      : _file(file), _types(types), _exception(exception) {}
   bool Write();
 
  private:
@@ -75,11 +76,11 @@ class DumpWriter {
   void AddMemory();
   void AddHeader();
 
-  DumpFile _file{-1};
-  DWORD _types = 0;
-  const MINIDUMP_EXCEPTION_INFORMATION* _exception = nullptr;
-  DWORD _directoryOffset = 0;
-  DWORD _headerOffset = 0;
+  DumpFile _file;
+  const DWORD _types;
+  const MINIDUMP_EXCEPTION_INFORMATION* const _exception;
+  const DWORD _headerOffset = _file.Reserve(sizeof(Header));
+  const DWORD _directoryOffset = _file.Reserve(sizeof _directory);
   DWORD _streamCount = 0;
   DirectoryEntry _directory[16];
   Location _exceptionContext{};
@@ -87,29 +88,16 @@ class DumpWriter {
   ProcessMaps _maps;
   DumpMemory _memory;
   struct {
-    DWORD count;
+    DWORD count = 0;
     ThreadRecord records[kMaxThreads];
   } _threads;
   struct {
-    DWORD count;
+    DWORD count = 0;
     MemoryDescriptor descriptors[4096];
   } _memoryList;
 };
 
-void DumpWriter::Begin(int file, DWORD types, const MINIDUMP_EXCEPTION_INFORMATION* exception) {
-  _file = DumpFile(file);
-  _types = types;
-  _exception = exception;
-  _streamCount = 0;
-  _threads.count = 0;
-  _memoryList.count = 0;
-  _exceptionContext = {};
-  _crashedStack = nullptr;
-}
-
 bool DumpWriter::Write() {
-  _headerOffset = _file.Reserve(sizeof(Header));
-  _directoryOffset = _file.Reserve(sizeof _directory);
   {
     const ThreadCapture capture;
     const auto mappings = _maps.Read();
@@ -250,15 +238,11 @@ void DumpWriter::AddHeader() {
   _file.OverwriteAt(_headerOffset, &header, sizeof header);
 }
 
-/// Null when there is no memory. It has memory of its own, because that of the layer's module is in
-/// every dump.
-DumpWriter* TheWriter() {
-  static DumpWriter* const writer = [] {
-    void* const memory = mmap(nullptr, sizeof(DumpWriter), PROT_READ | PROT_WRITE,
-                              MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    return memory == MAP_FAILED ? nullptr : new (memory) DumpWriter;
-  }();
-  return writer;
+/// MAP_FAILED when there is none. Not the layer's module's, because that is in every dump.
+void* MemoryForWriter() {
+  static void* const memory =
+      mmap(nullptr, sizeof(DumpWriter), PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  return memory;
 }
 
 }  // namespace
@@ -266,10 +250,9 @@ DumpWriter* TheWriter() {
 bool WriteDump(int file, DWORD types, const MINIDUMP_EXCEPTION_INFORMATION* exception) {
   static std::timed_mutex oneAtATime;
   const std::unique_lock turn(oneAtATime, kLongestWait);
-  DumpWriter* const writer = TheWriter();
-  if (!turn || writer == nullptr) return false;
-  writer->Begin(file, types, exception);
-  return writer->Write();
+  void* const memory = MemoryForWriter();
+  if (!turn || memory == MAP_FAILED) return false;
+  return (new (memory) DumpWriter(file, types, exception))->Write();
 }
 
 }  // namespace platform

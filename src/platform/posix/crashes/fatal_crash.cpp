@@ -9,6 +9,7 @@
 
 #include "platform/posix/kernel/crash_site.h"
 #include "platform/posix/kernel/kernel_scope.h"
+#include "platform/posix/kernel/signals.h"
 
 namespace platform {
 namespace {
@@ -48,13 +49,7 @@ void OnAbort(int signal, siginfo_t* info, void* registers) {
   raise(signal);
 }
 
-void InstallAbortHandler() {
-  struct sigaction action {};
-  action.sa_sigaction = OnAbort;
-  action.sa_flags = SA_SIGINFO | SA_ONSTACK | SA_NODEFER;
-  sigemptyset(&action.sa_mask);
-  sigaction(SIGABRT, &action, &g_previousAbort);
-}
+void InstallAbortHandler() { HandleSignal(SIGABRT, OnAbort, SA_NODEFER, &g_previousAbort); }
 
 }  // namespace
 

@@ -6,14 +6,13 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <climits>
-#include <cstring>
-#include <iterator>
 #include <string>
+#include <vector>
 
 #include "platform/posix/crashes/dump_writer.h"
 #include "platform/posix/kernel/state_paths.h"
 #include "platform/posix/kernel/text.h"
+#include "platform/posix/kernel/unique_fd.h"
 #include "platform/posix/system/event_line.h"
 #include "platform/posix/system/event_log_file.h"
 
@@ -37,11 +36,8 @@ class Line {
     constexpr mode_t kNewFileMode = 0600;
     // A file that is none, such as a FIFO, must not keep the process here.
     const int flags = O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK;
-    const int file = open(path, flags, kNewFileMode);
-    if (file < 0) return false;
-    const bool isWritten = write(file, _bytes, _size) == static_cast<ssize_t>(_size);
-    close(file);
-    return isWritten;
+    const UniqueFd file(open(path, flags, kNewFileMode));
+    return write(file.Get(), _bytes, _size) == static_cast<ssize_t>(_size);
   }
 
  private:
@@ -107,6 +103,7 @@ bool LastOutput::AppendToFile(std::string_view text) const {
 
 struct LastDumpFolder::Names {
   std::string folder;
+  std::vector<std::string> withParents = FoldersTo(folder);
 };
 
 LastDumpFolder::LastDumpFolder(LPCWSTR path) : _names(new Names{NativePath(path)}) {}
@@ -115,29 +112,18 @@ LastDumpFolder::~LastDumpFolder() = default;
 
 void LastDumpFolder::Create() const {
   constexpr mode_t kFolderMode = 0700;
-  const std::string& folder = _names->folder;
-  char part[PATH_MAX];
-  for (std::size_t i = 0; i < folder.size() && i < sizeof part - 1; ++i) {
-    part[i] = folder[i];
-    part[i + 1] = 0;
-    const bool isWhole = i + 1 == folder.size() || folder[i + 1] == '/';
-    if (isWhole) mkdir(part, kFolderMode);
-  }
+  for (const std::string& folder : _names->withParents) mkdir(folder.c_str(), kFolderMode);
 }
 
 LastDumpFolder::Result LastDumpFolder::Write(const char* fileName, MINIDUMP_TYPE type,
                                              EXCEPTION_POINTERS* pointers) const {
-  const int folder = open(_names->folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
-  if (folder < 0) return Result::kFailed;
+  const UniqueFd folder(open(_names->folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
   constexpr mode_t kOwnersAlone = 0600;
-  const int file = openat(folder, fileName, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, kOwnersAlone);
-  const Result refused = errno == EEXIST ? Result::kExists : Result::kFailed;
-  close(folder);
-  if (file < 0) return refused;
+  const UniqueFd file(
+      openat(folder.Get(), fileName, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, kOwnersAlone));
+  if (!file) return errno == EEXIST ? Result::kExists : Result::kFailed;
   const MINIDUMP_EXCEPTION_INFORMATION exception{static_cast<DWORD>(gettid()), pointers, TRUE};
-  const bool isWritten = WriteDump(file, type, &exception);
-  close(file);
-  return isWritten ? Result::kWritten : Result::kFailed;
+  return WriteDump(file.Get(), type, &exception) ? Result::kWritten : Result::kFailed;
 }
 
 }  // namespace platform

@@ -7,19 +7,19 @@
 #include <cstring>
 #include <iterator>
 
+#include "platform/posix/kernel/unique_fd.h"
+
 namespace platform {
 namespace {
 
 /// Through raw system calls; the number of bytes.
 std::size_t ReadFileInto(const char* path, void* buffer, std::size_t sizeBytes) {
-  const int file = open(path, O_RDONLY | O_CLOEXEC);
-  if (file < 0) return 0;
+  const UniqueFd file(open(path, O_RDONLY | O_CLOEXEC));
   std::size_t done = 0;
-  for (ssize_t count = 1; count > 0 && done < sizeBytes; done += static_cast<std::size_t>(count)) {
-    count = read(file, static_cast<char*>(buffer) + done, sizeBytes - done);
-    if (count < 0) break;
+  for (ssize_t count;
+       (count = read(file.Get(), static_cast<char*>(buffer) + done, sizeBytes - done)) > 0;) {
+    done += static_cast<std::size_t>(count);
   }
-  close(file);
   return done;
 }
 

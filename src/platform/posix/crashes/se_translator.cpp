@@ -16,6 +16,7 @@
 #include "platform/posix/kernel/crash_site.h"
 #include "platform/posix/kernel/kernel_scope.h"
 #include "platform/posix/kernel/no_throw_scope.h"
+#include "platform/posix/kernel/signals.h"
 #include "platform/posix/kernel/thread.h"
 
 using platform::CrashSite;
@@ -179,13 +180,9 @@ void OnCrash(int signal, siginfo_t* info, void* context) {
 }
 
 void InstallSignalHandlers() {
-  struct sigaction action {};
-  action.sa_sigaction = OnCrash;
-  // The handler is left by an exception, so the signal must not be blocked while it runs.
-  action.sa_flags = SA_SIGINFO | SA_ONSTACK | SA_NODEFER;
-  sigemptyset(&action.sa_mask);
   for (std::size_t i = 0; i < std::size(kSignals); ++i) {
-    sigaction(kSignals[i], &action, &g_previous[i]);
+    // The handler is left by an exception, so the signal must not be blocked while it runs.
+    platform::HandleSignal(kSignals[i], OnCrash, SA_NODEFER, &g_previous[i]);
   }
 }
 

@@ -15,6 +15,7 @@
 
 #include "platform/posix/kernel/crash_site.h"
 #include "platform/posix/kernel/signals.h"
+#include "platform/posix/kernel/unique_fd.h"
 
 namespace platform {
 namespace {
@@ -89,19 +90,17 @@ struct DirectoryEntry {  // what getdents64 delivers
 /// Not opendir, which takes memory from the heap.
 void ListThreads() {
   g_threadCount = 0;
-  const int folder = open("/proc/self/task", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (folder < 0) return;
+  const UniqueFd folder(open("/proc/self/task", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   alignas(DirectoryEntry) char buffer[4096];
   for (;;) {
-    const long size = syscall(SYS_getdents64, folder, buffer, sizeof buffer);
-    if (size <= 0) break;
+    const long size = syscall(SYS_getdents64, folder.Get(), buffer, sizeof buffer);
+    if (size <= 0) return;
     for (long at = 0; at < size;) {
       const auto* entry = reinterpret_cast<const DirectoryEntry*>(buffer + at);
       AddThread(entry->name);
       at += entry->length;
     }
   }
-  close(folder);
 }
 
 int AskThreads() {

@@ -23,18 +23,12 @@ void ForgetThreadSpecificValues() {
   for (pthread_key_t key = 0; key < PTHREAD_KEYS_MAX; ++key) pthread_setspecific(key, nullptr);
 }
 
-void OnTerminationSignal(int) {
+void OnTerminationSignal(int, siginfo_t*, void*) {
   if (t_kernelDepth.Get() == 0) EndIfPending();
 }
 
-void InstallSignalHandler() {
-  struct sigaction action {};
-  action.sa_handler = OnTerminationSignal;
-  // Calls in a scope go on after the signal; the sleeps of the layer are woken by other means.
-  action.sa_flags = SA_RESTART | SA_ONSTACK;
-  sigemptyset(&action.sa_mask);
-  sigaction(TerminationSignal(), &action, nullptr);
-}
+/// Calls in a scope go on after the signal; the sleeps of the layer are woken by other means.
+void InstallSignalHandler() { HandleSignal(TerminationSignal(), OnTerminationSignal); }
 
 }  // namespace
 

@@ -22,4 +22,12 @@ inline int ClosingTimerSignal() { return SIGRTMIN + 11; }
 /// receives the urgent data that it is meant for.
 constexpr int kWakeSignal = SIGURG;
 
+using SignalHandler = void (*)(int signal, siginfo_t* info, void* registers);
+
+/// Installs a handler for the process; what was there goes to `before`, if that is given. It runs
+/// on the thread's alternate stack where there is one, and calls that it interrupts go on. `flags`
+/// are more of sigaction's.
+void HandleSignal(int signal, SignalHandler handler, int flags = 0,
+                  struct sigaction* before = nullptr);
+
 }  // namespace platform

@@ -53,10 +53,8 @@ const std::string& UncheckedStateRoot() {
 
 /// Creates what is missing of the path; the new folders have the mode, whatever the umask is.
 void CreateFolders(const std::string& path, mode_t mode) {
-  for (std::size_t end = path.find('/', 1);; end = path.find('/', end + 1)) {
-    const std::string folder = path.substr(0, end);
+  for (const std::string& folder : FoldersTo(path)) {
     if (mkdir(folder.c_str(), mode) == 0) chmod(folder.c_str(), mode);
-    if (end == path.npos) return;
   }
 }
 
@@ -186,6 +184,13 @@ DWORD OnDrive(char drive, std::string_view path, std::string& nativePath) {
 const std::string& StateRootPath() {
   static const auto* const root = new std::string(PrepareStateRoot());
   return *root;
+}
+
+std::vector<std::string> FoldersTo(const std::string& path) {
+  std::vector<std::string> folders;
+  std::filesystem::path folder;
+  for (const auto& name : std::filesystem::path(path)) folders.push_back(folder /= name);
+  return folders;
 }
 
 std::string StateFolder(const std::string& name) {

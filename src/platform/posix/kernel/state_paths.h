@@ -8,6 +8,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/posix/api/base.h"
 
@@ -19,6 +20,9 @@ namespace platform {
 /// A root that another user owns, that its group or others may write, or that is no folder and can
 /// be made none ends the process with exit code 78 (EX_CONFIG) and a line on standard error.
 const std::string& StateRootPath();
+
+/// A folder behind all folders that lead to it, from the outermost one on.
+std::vector<std::string> FoldersTo(const std::string& path);
 
 /// `name` as a private folder under the state root, created when missing.
 std::string StateFolder(const std::string& name);

@@ -63,14 +63,10 @@ timer_t g_closingTimer{};
 std::atomic<bool> g_isClosing{false};
 static_assert(std::atomic<bool>::is_always_lock_free);
 
-void OnClosingTimer(int) { _exit(static_cast<int>(kEndedByControlEvent)); }
+void OnClosingTimer(int, siginfo_t*, void*) { _exit(static_cast<int>(kEndedByControlEvent)); }
 
 bool PrepareClosingTimer() {
-  struct sigaction action {};
-  action.sa_handler = OnClosingTimer;
-  action.sa_flags = SA_ONSTACK;
-  sigemptyset(&action.sa_mask);
-  sigaction(platform::ClosingTimerSignal(), &action, nullptr);
+  platform::HandleSignal(platform::ClosingTimerSignal(), OnClosingTimer);
   sigevent event{};
   event.sigev_notify = SIGEV_SIGNAL;
   event.sigev_signo = platform::ClosingTimerSignal();
@@ -114,7 +110,7 @@ void OnSignalsReady() {
   }
 }
 
-void OnControlSignal(int signal) {
+void OnControlSignal(int signal, siginfo_t*, void*) {
   const int before = errno;
   if (FindEvent(signal)->endsProcess) StartClosingTimer();
   const auto byte = static_cast<unsigned char>(signal);
@@ -127,11 +123,7 @@ bool ListenForSignals() {
   if (pipe2(g_signalPipe, O_CLOEXEC | O_NONBLOCK) != 0 || !PrepareClosingTimer()) return false;
   platform::WatchDescriptor(g_signalPipe[0], EPOLLIN, OnSignalsReady);
   for (const ControlEvent& event : kControlEvents) {
-    struct sigaction action {};
-    action.sa_handler = OnControlSignal;
-    action.sa_flags = SA_RESTART | SA_ONSTACK;
-    sigemptyset(&action.sa_mask);
-    sigaction(event.signal, &action, nullptr);
+    platform::HandleSignal(event.signal, OnControlSignal);
   }
   return true;
 }
