@@ -8,13 +8,16 @@
 #include "platform/posix/kernel/error_translation.h"
 
 namespace platform {
+namespace {
+
+/// A file that is open for the other direction is a bad descriptor to the system.
+DWORD ErrorOfTransfer() { return errno == EBADF ? ERROR_ACCESS_DENIED : ErrorFromErrno(errno); }
+
+}  // namespace
 
 DWORD DiskFile::Read(void* buffer, DWORD size, DWORD& done) {
-  ssize_t count = 0;
-  do {
-    count = read(_file.Get(), buffer, size);
-  } while (count < 0 && errno == EINTR);
-  if (count < 0) return errno == EBADF ? ERROR_ACCESS_DENIED : ErrorFromErrno(errno);
+  const ssize_t count = TEMP_FAILURE_RETRY(read(_file.Get(), buffer, size));
+  if (count < 0) return ErrorOfTransfer();
   done = static_cast<DWORD>(count);
   return 0;
 }
@@ -22,12 +25,9 @@ DWORD DiskFile::Read(void* buffer, DWORD size, DWORD& done) {
 DWORD DiskFile::Write(const void* buffer, DWORD size, DWORD& done) {
   const char* const bytes = static_cast<const char*>(buffer);
   while (done < size) {
-    const ssize_t count = write(_file.Get(), bytes + done, size - done);
-    if (count >= 0) {
-      done += static_cast<DWORD>(count);
-    } else if (errno != EINTR) {
-      return errno == EBADF ? ERROR_ACCESS_DENIED : ErrorFromErrno(errno);
-    }
+    const ssize_t count = TEMP_FAILURE_RETRY(write(_file.Get(), bytes + done, size - done));
+    if (count < 0) return ErrorOfTransfer();
+    done += static_cast<DWORD>(count);
   }
   return 0;
 }

@@ -33,17 +33,17 @@ UniqueFd OpenToAppend(const std::string& path) {
 
 int AppendWhole(int file, std::string_view bytes) {
   std::size_t written = 0;
-  int error = 0;
-  while (written < bytes.size() && error == 0) {
-    const ssize_t count = write(file, bytes.data() + written, bytes.size() - written);
-    if (count > 0) {
-      written += static_cast<std::size_t>(count);
-    } else if (count == 0 || errno != EINTR) {
-      error = count == 0 ? ENOSPC : errno;
+  while (written < bytes.size()) {
+    const ssize_t count =
+        TEMP_FAILURE_RETRY(write(file, bytes.data() + written, bytes.size() - written));
+    if (count < 0) {
+      const int error = errno;
+      if (written > 0) TakeBack(file, written);
+      return error;
     }
+    written += static_cast<std::size_t>(count);
   }
-  if (error != 0 && written > 0) TakeBack(file, written);
-  return error;
+  return 0;
 }
 
 }  // namespace platform

@@ -18,11 +18,7 @@ struct flock Range(short type, off_t at, off_t size) {
 }
 
 bool Set(int file, int command, struct flock range) {
-  int result = 0;
-  do {
-    result = fcntl(file, command, &range);
-  } while (result == -1 && errno == EINTR);
-  return result == 0;
+  return TEMP_FAILURE_RETRY(fcntl(file, command, &range)) == 0;
 }
 
 short TypeOf(ByteLock kind) { return kind == ByteLock::kExclusive ? F_WRLCK : F_RDLCK; }

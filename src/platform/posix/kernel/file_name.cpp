@@ -2,6 +2,8 @@
 
 #include <cstdio>
 
+#include "platform/posix/kernel/text.h"
+
 namespace platform {
 namespace {
 
@@ -21,16 +23,12 @@ std::string Escape(const std::string& name) {
   return escaped;
 }
 
-bool IsContinuationByte(char byte) { return (byte & 0xC0) == 0x80; }
-
 }  // namespace
 
 std::string FileNameFor(const std::string& name) {
   std::string escaped = Escape(name);
   if (escaped.size() <= kMaxPlainBytes) return escaped;
-  std::size_t size = kCutBytes;
-  while (IsContinuationByte(escaped[size])) --size;
-  return escaped.substr(0, size) + '~' + HashText(escaped);
+  return escaped.substr(0, SizeOfWholeCharacters(escaped, kCutBytes)) + '~' + HashText(escaped);
 }
 
 std::uint64_t HashName(const std::string& name) {

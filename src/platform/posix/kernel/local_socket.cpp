@@ -13,10 +13,12 @@ LocalAddress::LocalAddress(int descriptor, const std::string& name) {
                 name.empty() ? "" : "/", name.c_str());
 }
 
+UniqueFd NewLocalSocket(int type) { return UniqueFd(::socket(AF_UNIX, type | SOCK_CLOEXEC, 0)); }
+
 int ConnectLocal(const std::string& path, int type, UniqueFd& socket) {
   const UniqueFd file(open(path.c_str(), O_PATH | O_CLOEXEC));
   if (!file) return errno;
-  UniqueFd connecting(::socket(AF_UNIX, type | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+  UniqueFd connecting = NewLocalSocket(type | SOCK_NONBLOCK);
   if (!connecting) return errno;
   const LocalAddress address(file.Get());
   if (connect(connecting.Get(), address.Get(), address.Size()) != 0) return errno;

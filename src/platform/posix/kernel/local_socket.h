@@ -23,6 +23,9 @@ class LocalAddress {
   sockaddr_un _address{};
 };
 
+/// A new socket of `type`; without a descriptor, and with errno set, when there is none.
+UniqueFd NewLocalSocket(int type);
+
 /// Connects a new non-blocking socket of `type` to the socket file at `path`. 0 or an errno value:
 /// ENOENT (no such file), ECONNREFUSED (nobody listens), EAGAIN (the listener is full), ...
 int ConnectLocal(const std::string& path, int type, UniqueFd& socket);

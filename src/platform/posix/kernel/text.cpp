@@ -19,7 +19,16 @@ std::u16string Fold(std::u16string_view text, wint_t (*fold)(wint_t, locale_t)) 
   return folded;
 }
 
+bool IsContinuationByte(char byte) { return (byte & 0xC0) == 0x80; }
+
 }  // namespace
+
+std::size_t SizeOfWholeCharacters(std::string_view text, std::size_t maxBytes) {
+  if (text.size() <= maxBytes) return text.size();
+  std::size_t size = maxBytes;
+  while (IsContinuationByte(text[size])) --size;
+  return size;
+}
 
 std::u16string ToLower(std::u16string_view text) { return Fold(text, towlower_l); }
 

@@ -92,7 +92,7 @@ UniqueFd PipeAddress::Listen() {
   const std::string path = SocketPath(_fileName);
   const std::string folderPath = path.substr(0, path.size() - _fileName.size());
   const UniqueFd folder(open(folderPath.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
-  UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+  UniqueFd socket = NewLocalSocket(SOCK_STREAM | SOCK_NONBLOCK);
   // A pipe's file name never starts with a dot, and the claim keeps others off this one.
   const std::string temporaryName = ".~" + HashText(_fileName);
   if (!folder || !socket || !Publish(folder.Get(), socket.Get(), temporaryName)) {

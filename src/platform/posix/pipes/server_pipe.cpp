@@ -11,6 +11,7 @@
 #include <set>
 
 #include "platform/posix/api/errors.h"
+#include "platform/posix/kernel/descriptor_event.h"
 #include "platform/posix/kernel/error_translation.h"
 #include "platform/posix/kernel/reactor.h"
 
@@ -54,11 +55,6 @@ bool AreDescriptorsScarce() {
 bool IsSweepDue() {
   const std::lock_guard guard(AllPipes().lock);
   return ++AllPipes().madeSinceSweep >= kPipesBetweenSweeps;
-}
-
-bool HasWaitingClient(int listener) {
-  pollfd state{listener, POLLIN, 0};
-  return poll(&state, 1, 0) == 1 && (state.revents & POLLIN) != 0;
 }
 
 }  // namespace
@@ -109,7 +105,7 @@ void ServerPipe::AdmitWaitingClient() {
 }
 
 void ServerPipe::AdmitWaitingClient(std::unique_lock<std::mutex>& guard) {
-  if (_state != State::kListening || !HasWaitingClient(_listener.socket.Get())) return;
+  if (_state != State::kListening || !HasEvent(_listener.socket.Get(), POLLIN)) return;
   Listener finished = std::exchange(_listener, {});
   Accept(finished.socket.Get());
   guard.unlock();

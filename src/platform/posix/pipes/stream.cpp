@@ -11,6 +11,7 @@
 #include <cstring>
 
 #include "platform/posix/api/errors.h"
+#include "platform/posix/kernel/descriptor_event.h"
 #include "platform/posix/kernel/error_translation.h"
 
 namespace platform {
@@ -156,11 +157,7 @@ DWORD PipeStream::PeerProcessId() const {
   return result == 0 ? static_cast<DWORD>(peer.pid) : 0;
 }
 
-bool PipeStream::PeerHasGone() const {
-  if (!_socket) return true;
-  pollfd state{_socket.Get(), 0, 0};
-  return poll(&state, 1, 0) == 1 && (state.revents & POLLHUP) != 0;
-}
+bool PipeStream::PeerHasGone() const { return !_socket || HasEvent(_socket.Get(), POLLHUP); }
 
 bool PipeStream::IsOver() {
   char next = 0;

@@ -13,6 +13,7 @@
 
 #include "platform/posix/api/processes.h"
 #include "platform/posix/api/threads.h"
+#include "platform/posix/kernel/descriptor_event.h"
 #include "platform/posix/kernel/error_translation.h"
 #include "platform/posix/kernel/kernel_scope.h"
 #include "platform/posix/kernel/process_exit.h"
@@ -67,10 +68,7 @@ void Process::OnEnded() {
   StopWatching(watchId);
 }
 
-bool Process::HasEnded() const {
-  pollfd descriptor{_pidFd.Get(), POLLIN, 0};
-  return poll(&descriptor, 1, 0) == 1;
-}
+bool Process::HasEnded() const { return HasEvent(_pidFd.Get(), POLLIN); }
 
 void Process::Reap() {
   if (std::exchange(_hasEnded, true)) return;

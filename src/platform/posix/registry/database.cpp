@@ -60,8 +60,9 @@ void Execute(sqlite3* connection, const char* sql) {
 /// One prepared statement; parameters are bound in order, and must outlive it.
 class Statement {
  public:
-  Statement(sqlite3* connection, const char* sql) {
-    Require(sqlite3_prepare_v2(connection, sql, -1, &_statement, nullptr));
+  Statement(sqlite3* connection, std::string_view sql) {
+    Require(sqlite3_prepare_v2(connection, sql.data(), static_cast<int>(sql.size()), &_statement,
+                               nullptr));
   }
   ~Statement() { sqlite3_finalize(_statement); }
   Statement(const Statement&) = delete;
@@ -233,7 +234,6 @@ RegistryKeyId RegistryDatabase::CreateKey(RegistryKeyId from, const std::vector<
   Transaction transaction(_connection);
   if (!KeyExists(from)) throw RegistryError{ERROR_KEY_DELETED};
   RegistryKeyId key = from;
-  created = false;
   for (const RegistryName& name : path) {
     const std::optional<RegistryKeyId> found = FindSubKey(key, name);
     created = !found;

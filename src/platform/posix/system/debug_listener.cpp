@@ -60,7 +60,7 @@ std::unique_ptr<DebugListener> DebugListener::Open() {
     return nullptr;
   }
   UniqueFd folder(open(StateRootPath().c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
-  UniqueFd socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+  UniqueFd socket = NewLocalSocket(SOCK_DGRAM);
   // One that a dead listener left behind.
   if (folder) unlinkat(folder.Get(), kName, 0);
   const LocalAddress address(folder.Get(), kName);
