@@ -6,7 +6,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -152,28 +151,29 @@ TEST(Access, OtherUsersReachWhatIsForEveryoneAndNothingElse) {
   }
   std::string errors;
   EXPECT_EQ(RunRole(kAsAnotherUser, "registry-user", "-", &errors), kRefusedRoot);
-  EXPECT_NE(errors.find(": it belongs to another user\n"), errors.npos) << errors;
+  EXPECT_EQ(errors, "test_posix: the state root " + platform::StateRootPath() +
+                        " cannot be used: it belongs to another user\n");
 }
 
 TEST(Access, RootsThatOthersMayWriteOrThatCannotBeMadeAreRefused) {
   const std::string folder = platform::StateRootPath();
   const struct {
     std::string before;
+    std::string root;
     std::string reason;
     std::string removedFolder = "-";
   } cases[] = {
-      {"mkdir -m 777 " + folder + "/open; TAGWRIGHT_ROOT=" + folder + "/open ",
-       "other users may write to it"},
-      {"mkdir " + folder + "/gone; TAGWRIGHT_ROOT=relative ", "No such file or directory",
-       folder + "/gone"},
-      {"touch " + folder + "/file; TAGWRIGHT_ROOT=" + folder + "/file ", "Not a directory"},
+      {"mkdir -m 777 " + folder + "/open; ", folder + "/open", "other users may write to it"},
+      {"mkdir " + folder + "/gone; ", "relative", "No such file or directory", folder + "/gone"},
+      {"touch " + folder + "/file; ", folder + "/file", "Not a directory"},
   };
   for (const auto& one : cases) {
     std::string errors;
-    EXPECT_EQ(RunRole(one.before, "registry-user", one.removedFolder, &errors), kRefusedRoot)
-        << one.before;
-    EXPECT_NE(errors.find(": " + one.reason + "\n"), errors.npos) << errors;
-    EXPECT_EQ(std::ranges::count(errors, '\n'), 1) << errors;
+    EXPECT_EQ(RunRole(one.before + "TAGWRIGHT_ROOT=" + one.root + " ", "registry-user",
+                      one.removedFolder, &errors),
+              kRefusedRoot);
+    EXPECT_EQ(errors,
+              "test_posix: the state root " + one.root + " cannot be used: " + one.reason + "\n");
   }
 }
 
@@ -196,7 +196,8 @@ TEST(Access, RegistryThatAnotherProgramLocksCostsItsTimeOutOnce) {
   // Of ten calls one waits; that each of them does is what the bound excludes.
   std::string errors;
   EXPECT_EQ(RunRole("TAGWRIGHT_ROOT=" + root + " timeout 25 ", "registry-user", "-", &errors), 10);
-  EXPECT_EQ(std::ranges::count(errors, '\n'), 1) << errors;
+  EXPECT_EQ(errors,
+            "test_posix: the registry " + root + "/registry.db cannot be used: error 1016\n");
 }
 
 /// Does what anybody may do to a mutex file that everyone may write.

@@ -53,6 +53,11 @@ TEST_F(AnsiCodePage, IsTheRegistrysOrElseWestern) {
 TEST_F(AnsiCodePage, MultiBytePagesAreWorkedWithWide) {
   SetPage(TEXT("932"));
   EXPECT_EQ(Victim("ansi-932").ExitCode(), DWORD{0});
+  for (const UINT page : {932, 936, 949, 950, 1361, 20127, 54936, 65001}) {
+    WCHAR replacement = 0;
+    EXPECT_EQ(MultiByteToWideChar(page, 0, "\x81", 1, &replacement, 1), 1);
+    EXPECT_EQ(replacement, page == 932 ? u'\u30FB' : u'\uFFFD') << page;
+  }
   WCHAR fourBytes = 0;
   EXPECT_EQ(MultiByteToWideChar(54936, 0, "\x81\x31\x81\x32", 4, &fourBytes, 1), 1);
   EXPECT_EQ(fourBytes, u'\u060c');

@@ -54,8 +54,8 @@ bool Report(HANDLE log, WORD type, void* user, WORD count, const WCHAR* text, DW
   return !ReportEventW(log, type, 0, 1, user, count, dataSize, &text, nullptr);
 }
 
-bool Dump(HANDLE process, DWORD id, DWORD type, bool withStreams) {
-  return !MiniDumpWriteDump(process, id, nullptr, static_cast<MINIDUMP_TYPE>(type), nullptr,
+bool Dump(HANDLE process, HANDLE file, DWORD id, DWORD type, bool withStreams) {
+  return !MiniDumpWriteDump(process, id, file, static_cast<MINIDUMP_TYPE>(type), nullptr,
                             withStreams ? Something<MINIDUMP_USER_STREAM_INFORMATION>() : nullptr,
                             nullptr);
 }
@@ -94,7 +94,9 @@ TEST(Refusals, NameTheReason) {
   WCHAR wide[4];
   char narrow[4];
   BOOL flag = FALSE;
-  DWORD size = 99;
+  DWORD size = 99, needed = 0;
+  PROCESSENTRY32W entry{};
+  entry.dwSize = sizeof entry;
   const HANDLE file =
       CreateFileW(kFile, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_ALWAYS, 0, nullptr);
   const HANDLE pipe = CreateNamedPipeW(TEXT("\\\\.\\pipe\\there"), PIPE_ACCESS_DUPLEX, PIPE_WAIT, 1,
@@ -106,7 +108,9 @@ TEST(Refusals, NameTheReason) {
   const std::basic_string<WCHAR> tooLong(31840, u'x');
   const HANDLE self = GetCurrentProcess();
   const DWORD id = GetCurrentProcessId();
-  constexpr DWORD kParameter = ERROR_INVALID_PARAMETER;
+  constexpr DWORD kParameter = ERROR_INVALID_PARAMETER, kHandle = ERROR_INVALID_HANDLE;
+  constexpr DWORD kRead = EVENTLOG_SEEK_READ | EVENTLOG_FORWARDS_READ;
+  const HANDLE wrong = events[0];
 
   const std::vector<Case> cases = {
       {File(0, 0, 0), kParameter},
@@ -121,8 +125,6 @@ TEST(Refusals, NameTheReason) {
       {!SetFilePointerEx(file, zero, nullptr, FILE_END + 1), kParameter},
       {!SetFilePointerEx(file, before, nullptr, FILE_BEGIN), ERROR_NEGATIVE_SEEK},
       {!ReadFile(file, buffer, 1, &size, Something<OVERLAPPED>()), kParameter},
-      {!ReadFile(events[0], buffer, 1, &size, nullptr), ERROR_INVALID_HANDLE},
-      {!GetFileSizeEx(events[0], &zero), ERROR_INVALID_HANDLE},
       {!CreateDirectoryW(TEXT("C:\\refused"), &attributes), kParameter},
       {!MoveFileExW(kFile, TEXT("C:\\other"), 2), kParameter},
 
@@ -134,7 +136,6 @@ TEST(Refusals, NameTheReason) {
       {Pipe(PIPE_ACCESS_DUPLEX, PIPE_WAIT, 1, TEXT("\\\\.\\pipe\\a\\b")), ERROR_INVALID_NAME},
       {Pipe(PIPE_ACCESS_DUPLEX, PIPE_WAIT, 1, nullptr), ERROR_INVALID_NAME},
       {!ConnectNamedPipe(pipe, Something<OVERLAPPED>()), kParameter},
-      {!ConnectNamedPipe(file, nullptr), ERROR_INVALID_HANDLE},
       {!CancelIoEx(pipe, Something<OVERLAPPED>()), kParameter},
       {!CancelIoEx(pipe, nullptr), ERROR_NOT_FOUND},
 
@@ -152,7 +153,33 @@ TEST(Refusals, NameTheReason) {
 
       {IsRefused(CreateEventW(nullptr, TRUE, TRUE, TEXT("named"))), ERROR_NOT_SUPPORTED},
       {WaitForMultipleObjects(2, twice, TRUE, 0) == WAIT_FAILED, kParameter},
-      {!CloseHandle(nullptr), ERROR_INVALID_HANDLE},
+
+      {!ReadFile(wrong, buffer, 1, &size, nullptr), kHandle},
+      {!WriteFile(wrong, buffer, 1, &size, nullptr), kHandle},
+      {!FlushFileBuffers(wrong), kHandle},
+      {!GetFileSizeEx(wrong, &zero), kHandle},
+      {!SetFilePointerEx(wrong, zero, nullptr, FILE_BEGIN), kHandle},
+      {!ConnectNamedPipe(wrong, nullptr), kHandle},
+      {!DisconnectNamedPipe(wrong), kHandle},
+      {!CancelIoEx(wrong, nullptr), kHandle},
+      {!GetNamedPipeServerProcessId(wrong, &size), kHandle},
+      {!GetExitCodeProcess(wrong, &size), kHandle},
+      {!TerminateProcess(wrong, 0), kHandle},
+      {!Process32NextW(wrong, &entry), kHandle},
+      {!GetExitCodeThread(wrong, &size), kHandle},
+      {!TerminateThread(wrong, 0), kHandle},
+      {!SetEvent(log), kHandle},
+      {!ResetEvent(log), kHandle},
+      {!ReleaseMutex(wrong), kHandle},
+      {WaitForSingleObject(log, 0) == WAIT_FAILED, kHandle},
+      {!CloseHandle(nullptr), kHandle},
+      {!DeregisterEventSource(wrong), kHandle},
+      {Report(wrong, EVENTLOG_ERROR_TYPE, nullptr, 1, TEXT("x"), 0), kHandle},
+      {!CloseEventLog(wrong), kHandle},
+      {!GetNumberOfEventLogRecords(wrong, &size), kHandle},
+      {!GetOldestEventLogRecord(wrong, &size), kHandle},
+      {!ReadEventLogW(wrong, kRead, 1, buffer, sizeof buffer, &size, &needed), kHandle},
+      {Dump(self, wrong, id, 0, false), kHandle},
 
       {Widen(1252, 8, "a", 1, wide, 4), ERROR_INVALID_FLAGS},
       {Widen(4711, 0, "a", 1, wide, 4), kParameter},
@@ -178,18 +205,17 @@ TEST(Refusals, NameTheReason) {
       {Report(log, EVENTLOG_ERROR_TYPE, nullptr, 1, nullptr, 0), kParameter},
       {Report(log, EVENTLOG_ERROR_TYPE, nullptr, 1, TEXT("x"), 4), kParameter},
       {Report(log, EVENTLOG_ERROR_TYPE, nullptr, 1, tooLong.c_str(), 0), kParameter},
-      {!DeregisterEventSource(file), ERROR_INVALID_HANDLE},
       {IsRefused(OpenEventLogW(TEXT("other"), TEXT("System"))), kParameter},
       {IsRefused(OpenEventLogW(nullptr, nullptr)), kParameter},
 
       {LoadLibraryW(nullptr) == nullptr, kParameter},
       {LoadLibraryW(TEXT("")) == nullptr, kParameter},
       {!FreeLibrary(nullptr), ERROR_MOD_NOT_FOUND},
-      {Dump(events[0], id, 0, false), ERROR_NOT_SUPPORTED},
-      {Dump(self, id + 1, 0, false), ERROR_NOT_SUPPORTED},
-      {Dump(self, id, 0x2, false), ERROR_NOT_SUPPORTED},
-      {Dump(self, id, 0, true), ERROR_NOT_SUPPORTED},
-      {Dump(self, id, 0, false), ERROR_INVALID_HANDLE},
+      {Dump(wrong, file, id, 0, false), ERROR_NOT_SUPPORTED},
+      {Dump(self, file, id + 1, 0, false), ERROR_NOT_SUPPORTED},
+      {Dump(self, file, id, 0x2, false), ERROR_NOT_SUPPORTED},
+      {Dump(self, file, id, 0, true), ERROR_NOT_SUPPORTED},
+      {Dump(self, file, id, 0, false), ERROR_WRITE_FAULT},
       {Format(0, 5), kParameter},
       {Format(FORMAT_MESSAGE_FROM_SYSTEM, 5), ERROR_INSUFFICIENT_BUFFER},
       {Format(FORMAT_MESSAGE_FROM_SYSTEM, 4711), ERROR_MR_MID_NOT_FOUND},
