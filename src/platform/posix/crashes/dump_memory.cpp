@@ -3,15 +3,17 @@
 #include <algorithm>
 #include <iterator>
 
+#include "platform/posix/kernel/sizes.h"
+
 namespace platform {
 namespace {
 
 /// What is taken of memory that something points to: the block of this size the address lies in.
 /// As much as the field's dump writers take.
-constexpr ULONG_PTR kReferencedBytes = 1024;
+constexpr ULONG_PTR kReferencedBytes = kKiB;
 
 /// Of one mapping with data. Ours have a few pages.
-constexpr std::size_t kMaxModuleDataBytes = 256 * 1024;
+constexpr std::size_t kMaxModuleDataBytes = 256 * kKiB;
 
 }  // namespace
 

@@ -17,6 +17,7 @@
 #include "platform/posix/crashes/dump_modules.h"
 #include "platform/posix/crashes/thread_capture.h"
 #include "platform/posix/kernel/crash_site.h"
+#include "platform/posix/kernel/sizes.h"
 
 namespace platform {
 namespace {
@@ -24,9 +25,9 @@ namespace {
 using namespace minidump;
 
 /// Bytes of stack saved for a thread that did not crash.
-constexpr std::size_t kOtherStackBytes = 64 * 1024;
+constexpr std::size_t kOtherStackBytes = 64 * kKiB;
 /// Bytes of the crashed thread's stack that are searched for pointers.
-constexpr std::size_t kSearchedStackBytes = 32 * 1024;
+constexpr std::size_t kSearchedStackBytes = 32 * kKiB;
 /// Bytes of code saved on both sides of the instruction that failed.
 constexpr ULONG_PTR kCodeBytes = 128;
 /// How long a dump waits for the one before; that one has failed then.

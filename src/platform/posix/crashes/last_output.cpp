@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "platform/posix/crashes/dump_writer.h"
+#include "platform/posix/kernel/file_modes.h"
 #include "platform/posix/kernel/state_paths.h"
 #include "platform/posix/kernel/text.h"
 #include "platform/posix/kernel/unique_fd.h"
@@ -33,10 +34,9 @@ class Line {
 
   /// One write, so that the line is whole among those of other processes.
   bool AppendTo(const char* path) const {
-    constexpr mode_t kNewFileMode = 0600;
     // A file that is none, such as a FIFO, must not keep the process here.
     const int flags = O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK;
-    const UniqueFd file(open(path, flags, kNewFileMode));
+    const UniqueFd file(open(path, flags, kPrivateFile));
     return write(file.Get(), _bytes, _size) == static_cast<ssize_t>(_size);
   }
 
@@ -111,16 +111,14 @@ LastDumpFolder::LastDumpFolder(LPCWSTR path) : _names(new Names{NativePath(path)
 LastDumpFolder::~LastDumpFolder() = default;
 
 void LastDumpFolder::Create() const {
-  constexpr mode_t kFolderMode = 0700;
-  for (const std::string& folder : _names->withParents) mkdir(folder.c_str(), kFolderMode);
+  for (const std::string& folder : _names->withParents) mkdir(folder.c_str(), kPrivateFolder);
 }
 
 LastDumpFolder::Result LastDumpFolder::Write(const char* fileName, MINIDUMP_TYPE type,
                                              EXCEPTION_POINTERS* pointers) const {
   const UniqueFd folder(open(_names->folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
-  constexpr mode_t kOwnersAlone = 0600;
   const UniqueFd file(
-      openat(folder.Get(), fileName, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, kOwnersAlone));
+      openat(folder.Get(), fileName, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, kPrivateFile));
   if (!file) return errno == EEXIST ? Result::kExists : Result::kFailed;
   const MINIDUMP_EXCEPTION_INFORMATION exception{static_cast<DWORD>(gettid()), pointers, TRUE};
   return WriteDump(file.Get(), type, &exception) ? Result::kWritten : Result::kFailed;

@@ -17,6 +17,7 @@
 #include "platform/posix/kernel/kernel_scope.h"
 #include "platform/posix/kernel/no_throw_scope.h"
 #include "platform/posix/kernel/signals.h"
+#include "platform/posix/kernel/sizes.h"
 #include "platform/posix/kernel/thread.h"
 
 using platform::CrashSite;
@@ -37,7 +38,7 @@ struct sigaction g_previous[std::size(kSignals)];
 
 /// How far from the end of the stack an overflowing thread may be, and how far beyond its stack
 /// pointer it may touch memory: more than a frame of ordinary size.
-constexpr ULONG_PTR kStackEndBytes = 256 * 1024;
+constexpr ULONG_PTR kStackEndBytes = 256 * platform::kKiB;
 
 bool HasStackOverflown(const CrashSite& site, ULONG_PTR stackPointer, ULONG_PTR address) {
   return site.stackLow != 0 && stackPointer < site.stackLow + kStackEndBytes &&

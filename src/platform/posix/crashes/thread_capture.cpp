@@ -2,10 +2,8 @@
 
 #include <dirent.h>
 #include <fcntl.h>
-#include <linux/futex.h>
 #include <signal.h>
 #include <sys/syscall.h>
-#include <time.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -14,6 +12,7 @@
 #include <mutex>
 
 #include "platform/posix/kernel/crash_site.h"
+#include "platform/posix/kernel/futex.h"
 #include "platform/posix/kernel/signals.h"
 #include "platform/posix/kernel/unique_fd.h"
 
@@ -21,26 +20,16 @@ namespace platform {
 namespace {
 
 /// How long the threads have to answer, all of them together: those that answer do so at once.
-constexpr int kAnswerTimeMs = 2000;
+constexpr DWORD kAnswerTimeMs = 2000;
 /// How long a thread waits at most for the capture's end.
-constexpr int kStandStillMs = 10000;
+constexpr DWORD kStandStillMs = 10000;
 
 CapturedThread g_threads[kMaxCapturedThreads];
 std::size_t g_threadCount = 0;
 /// Odd while threads stand still; they wait for it to change.
-std::atomic<int> g_phase{0};
+FutexWord g_phase{0};
 /// How many have answered; the capturing thread waits for it to change.
-std::atomic<int> g_answers{0};
-
-void FutexWait(std::atomic<int>& word, int value, int timeoutMs) {
-  const timespec timeout{timeoutMs / 1000, timeoutMs % 1000 * 1000000L};
-  syscall(SYS_futex, &word, FUTEX_WAIT_PRIVATE, value, &timeout, nullptr, 0);
-}
-
-void FutexWake(std::atomic<int>& word) {
-  constexpr int kEveryone = 0x7FFFFFFF;
-  syscall(SYS_futex, &word, FUTEX_WAKE_PRIVATE, kEveryone, nullptr, nullptr, 0);
-}
+FutexWord g_answers{0};
 
 void Answer(const void* registers) {
   const pid_t id = gettid();
@@ -55,10 +44,10 @@ void Answer(const void* registers) {
 
 void OnCaptureSignal(int, siginfo_t*, void* registers) {
   const int error = errno;
-  const int phase = g_phase;
+  const std::uint32_t phase = g_phase;
   if (phase % 2 == 1) {
     Answer(registers);
-    FutexWait(g_phase, phase, kStandStillMs);
+    FutexWait(g_phase, phase, Deadline(kStandStillMs));
   }
   errno = error;
 }
@@ -103,24 +92,20 @@ void ListThreads() {
   }
 }
 
-int AskThreads() {
-  int asked = 0;
+std::uint32_t AskThreads() {
+  std::uint32_t asked = 0;
   for (std::size_t i = 0; i < g_threadCount; ++i) {
     if (syscall(SYS_tgkill, getpid(), g_threads[i].id, CaptureSignal()) == 0) ++asked;
   }
   return asked;
 }
 
-long NowMs() {
-  timespec now{};
-  clock_gettime(CLOCK_MONOTONIC, &now);
-  return now.tv_sec * 1000 + now.tv_nsec / 1000000;
-}
-
-void AwaitAnswers(int count) {
-  const long end = NowMs() + kAnswerTimeMs;
-  for (int answers = g_answers; answers < count && NowMs() < end; answers = g_answers) {
-    FutexWait(g_answers, answers, static_cast<int>(end - NowMs()) + 1);
+void AwaitAnswers(std::uint32_t count) {
+  const Deadline deadline(kAnswerTimeMs);
+  for (bool isInTime = true; isInTime;) {
+    const std::uint32_t answers = g_answers;
+    if (answers >= count) return;
+    isInTime = FutexWait(g_answers, answers, deadline);
   }
 }
 

@@ -9,6 +9,7 @@
 #include "platform/posix/api/files.h"
 #include "platform/posix/kernel/append_file.h"
 #include "platform/posix/kernel/kernel_scope.h"
+#include "platform/posix/kernel/sizes.h"
 #include "platform/posix/kernel/state_paths.h"
 #include "platform/posix/kernel/unique_fd.h"
 
@@ -19,7 +20,7 @@ namespace {
 
 // What is printed between two flushes goes to the file in one write, up to this size, so that the
 // lines of several processes that append to one file stay whole.
-constexpr std::size_t kBufferBytes = 64 * 1024;
+constexpr std::size_t kBufferBytes = 64 * platform::kKiB;
 
 /// A file whose lines end in CR LF while the program sees LF. The stream owns it.
 struct TextFile {

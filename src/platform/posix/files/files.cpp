@@ -8,6 +8,7 @@
 
 #include "platform/posix/files/disk_file.h"
 #include "platform/posix/kernel/error_translation.h"
+#include "platform/posix/kernel/file_modes.h"
 #include "platform/posix/kernel/kernel_scope.h"
 #include "platform/posix/kernel/state_paths.h"
 #include "platform/posix/pipes/address.h"
@@ -26,8 +27,6 @@ using platform::UniqueFd;
 
 namespace {
 
-/// Default security: the owner alone.
-constexpr mode_t kNewFileMode = 0600;
 constexpr DWORD kKnownAccess = GENERIC_READ | GENERIC_WRITE;
 constexpr DWORD kKnownSharing = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 constexpr DWORD kKnownFlags = FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN |
@@ -41,9 +40,10 @@ int AccessMode(DWORD access) {
 
 // Creates the file, or opens it when it is already there; tells which.
 int CreateOrOpen(const std::string& path, int mode, int modeWhenThere, bool& wasThere) {
-  const int created = open(path.c_str(), mode | O_CREAT | O_EXCL, kNewFileMode);
+  const int created = open(path.c_str(), mode | O_CREAT | O_EXCL, platform::kPrivateFile);
   wasThere = created < 0 && errno == EEXIST;
-  return wasThere ? open(path.c_str(), mode | modeWhenThere | O_CREAT, kNewFileMode) : created;
+  return wasThere ? open(path.c_str(), mode | modeWhenThere | O_CREAT, platform::kPrivateFile)
+                  : created;
 }
 
 int OpenBy(DWORD disposition, const std::string& path, int mode, bool& wasThere) {
@@ -51,7 +51,7 @@ int OpenBy(DWORD disposition, const std::string& path, int mode, bool& wasThere)
     case OPEN_EXISTING:
       return open(path.c_str(), mode);
     case CREATE_NEW:
-      return open(path.c_str(), mode | O_CREAT | O_EXCL, kNewFileMode);
+      return open(path.c_str(), mode | O_CREAT | O_EXCL, platform::kPrivateFile);
     case CREATE_ALWAYS:
       return CreateOrOpen(path, mode, O_TRUNC, wasThere);
     case OPEN_ALWAYS:

@@ -9,6 +9,7 @@
 #include "platform/posix/api/files.h"
 #include "platform/posix/files/disk_file.h"
 #include "platform/posix/kernel/error_translation.h"
+#include "platform/posix/kernel/file_modes.h"
 #include "platform/posix/kernel/kernel_scope.h"
 #include "platform/posix/kernel/state_paths.h"
 
@@ -49,8 +50,8 @@ BOOL RemoveDirectoryW(LPCWSTR path) {
 BOOL CreateDirectoryW(LPCWSTR path, LPSECURITY_ATTRIBUTES attributes) {
   const KernelScope scope;
   if (attributes != nullptr) return Fail(ERROR_INVALID_PARAMETER);
-  constexpr mode_t kNewFolderMode = 0700;  // Default security: the owner alone.
-  return OnPath(path, [](const char* nativePath) { return mkdir(nativePath, kNewFolderMode); });
+  return OnPath(path,
+                [](const char* nativePath) { return mkdir(nativePath, platform::kPrivateFolder); });
 }
 
 DWORD GetFileAttributesW(LPCWSTR path) {

@@ -6,6 +6,7 @@
 
 #include "platform/posix/api/com.h"
 #include "platform/posix/api/files.h"
+#include "platform/posix/kernel/file_modes.h"
 #include "platform/posix/kernel/kernel_scope.h"
 #include "platform/posix/kernel/state_paths.h"
 
@@ -24,8 +25,7 @@ void CopyWithNul(std::u16string_view text, LPWSTR buffer) {
 bool EnsureFolder(const char16_t* windowsPath, bool create) {
   std::string path;
   if (platform::NativePathOf(windowsPath, path) != 0) return false;
-  constexpr mode_t kFolderMode = 0700;
-  if (create) mkdir(path.c_str(), kFolderMode);
+  if (create) mkdir(path.c_str(), platform::kPrivateFolder);
   return access(path.c_str(), F_OK) == 0;
 }
 

@@ -6,6 +6,8 @@
 
 #include <cerrno>
 
+#include "platform/posix/kernel/file_modes.h"
+
 namespace platform {
 namespace {
 
@@ -20,9 +22,9 @@ void TakeBack(int file, std::size_t sizeBytes) {
 }  // namespace
 
 UniqueFd OpenToAppend(const std::string& path) {
-  constexpr mode_t kMode = 0600;
-  UniqueFd file(
-      open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, kMode));
+  UniqueFd file(open(path.c_str(),
+                     O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY | O_NONBLOCK,
+                     kPrivateFile));
   struct stat status {};
   if (file && (fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode))) {
     file.Reset();

@@ -11,6 +11,7 @@
 #include <span>
 
 #include "platform/posix/api/exceptions.h"
+#include "platform/posix/kernel/sizes.h"
 
 namespace platform {
 
@@ -20,13 +21,13 @@ constexpr ULONG_PTR kRedZoneBytes = 128;
 
 /// The guard of a thread's stack: a page that nothing may ever touch, and above it the room in
 /// which the exception of a stack overflow finds its way.
-constexpr std::size_t kStackGuardBytes = 132 * 1024;
+constexpr std::size_t kStackGuardBytes = 132 * kKiB;
 
 struct CrashSite {
   /// Enough for all the frames that matter; of an overflowing stack only the innermost frames fit.
-  static constexpr std::size_t kStackCopyBytes = 512 * 1024;
+  static constexpr std::size_t kStackCopyBytes = 512 * kKiB;
   /// The handler runs on it, and the unwinder, and what the translator calls.
-  static constexpr std::size_t kAlternateStackBytes = 128 * 1024;
+  static constexpr std::size_t kAlternateStackBytes = 128 * kKiB;
 
   EXCEPTION_POINTERS pointers;
   EXCEPTION_RECORD record;

@@ -12,6 +12,7 @@
 #include <filesystem>
 
 #include "platform/posix/api/errors.h"
+#include "platform/posix/kernel/file_modes.h"
 #include "platform/posix/kernel/notice.h"
 #include "platform/posix/kernel/text.h"
 #include "platform/posix/kernel/unique_fd.h"
@@ -20,7 +21,6 @@ namespace platform {
 namespace {
 
 constexpr std::string_view kSystemDrive = "drive_c";
-constexpr mode_t kPrivateMode = 0700;
 constexpr mode_t kSharedMode = 0711;
 constexpr mode_t kWrittenByOthers = S_IWGRP | S_IWOTH;
 
@@ -195,7 +195,7 @@ std::vector<std::string> FoldersTo(const std::string& path) {
 
 std::string StateFolder(const std::string& name) {
   std::string folder = StateRootPath() + '/' + name;
-  CreateFolders(folder, kPrivateMode);
+  CreateFolders(folder, kPrivateFolder);
   return folder;
 }
 

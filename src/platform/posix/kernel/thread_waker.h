@@ -1,28 +1,9 @@
 /// How a thread sleeps until another thread or the clock wakes it.
 #pragma once
 
-#include <time.h>
-
-#include <atomic>
-#include <cstdint>
-
-#include "platform/posix/api/base.h"
+#include "platform/posix/kernel/futex.h"
 
 namespace platform {
-
-/// A moment of the monotonic clock, or never.
-class Deadline {
- public:
-  /// `timeoutMs` from now; INFINITE: never.
-  explicit Deadline(DWORD timeoutMs);
-
-  /// Null for never.
-  const timespec* When() const { return _never ? nullptr : &_when; }
-
- private:
-  bool _never;
-  timespec _when{};
-};
 
 /// A futex word: one thread sleeps on it, any thread wakes it. Read Sequence, then check what is
 /// waited for, then sleep: a Wake in between is not lost.
@@ -32,12 +13,17 @@ class ThreadWaker {
 
   /// Sleeps until the sequence differs from `sequence`; may also return before that. False when the
   /// deadline has passed.
-  bool Sleep(std::uint32_t sequence, const Deadline& deadline);
+  bool Sleep(std::uint32_t sequence, const Deadline& deadline) {
+    return FutexWait(_word, sequence, deadline);
+  }
 
-  void Wake();
+  void Wake() {
+    ++_word;
+    FutexWake(_word);
+  }
 
  private:
-  std::atomic<std::uint32_t> _word{0};
+  FutexWord _word{0};
 };
 
 }  // namespace platform

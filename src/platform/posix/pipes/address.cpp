@@ -10,15 +10,13 @@
 
 #include "platform/posix/api/errors.h"
 #include "platform/posix/kernel/error_translation.h"
+#include "platform/posix/kernel/file_modes.h"
 #include "platform/posix/kernel/file_name.h"
 #include "platform/posix/kernel/local_socket.h"
 #include "platform/posix/kernel/process_exit.h"
 
 namespace platform {
 namespace {
-
-constexpr mode_t kModeForEveryone = 0666;
-constexpr mode_t kModeForUser = 0600;
 
 // What the end of the process has to clean up.
 struct ClaimedAddresses {
@@ -109,9 +107,9 @@ UniqueFd PipeAddress::Listen() {
 bool PipeAddress::Publish(int folder, int socket, const std::string& temporaryName) {
   unlinkat(folder, temporaryName.c_str(), 0);
   const LocalAddress address(folder, temporaryName);
-  const mode_t mode = _forEveryone ? kModeForEveryone : kModeForUser;
+  const mode_t mode = _forEveryone ? kFileForEveryone : kPrivateFile;
   struct stat created {};
-  if (fchmod(socket, kModeForUser) != 0 || bind(socket, address.Get(), address.Size()) != 0 ||
+  if (fchmod(socket, kPrivateFile) != 0 || bind(socket, address.Get(), address.Size()) != 0 ||
       fchmodat(folder, temporaryName.c_str(), mode, 0) != 0 ||
       fstatat(folder, temporaryName.c_str(), &created, AT_SYMLINK_NOFOLLOW) != 0 ||
       listen(socket, 0) != 0 ||

@@ -13,6 +13,7 @@
 #include "platform/posix/api/errors.h"
 #include "platform/posix/kernel/descriptor_event.h"
 #include "platform/posix/kernel/error_translation.h"
+#include "platform/posix/kernel/sizes.h"
 
 namespace platform {
 namespace {
@@ -24,7 +25,7 @@ constexpr int kSmallestUnreadBuffer = 64;
 
 // As much as a request's payload may have to come with its header; only the part that has been
 // used takes memory.
-constexpr std::size_t kReadAheadBytes = 64 * 1024;
+constexpr std::size_t kReadAheadBytes = 64 * kKiB;
 
 bool IsTransient(int error) { return error == EAGAIN || error == EINTR; }
 

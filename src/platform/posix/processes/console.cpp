@@ -55,7 +55,7 @@ Handlers& TheHandlers() {
 }
 
 /// From the signal handler to the reactor: one byte a signal, its number.
-int g_signalPipe[2] = {-1, -1};
+int g_signalPipe[2];
 
 /// The end of kClosingGrace. A timer of the system and a signal handler need neither a thread nor
 /// the heap, which the threads that do not end may have damaged or locked.

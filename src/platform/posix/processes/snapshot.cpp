@@ -25,8 +25,8 @@ namespace {
 namespace fs = std::filesystem;
 
 struct ProcessLine {
-  DWORD id = 0;
-  DWORD parentId = 0;
+  DWORD id;
+  DWORD parentId;
   std::u16string program;
 };
 
@@ -49,12 +49,11 @@ std::optional<ProcessLine> ReadProcess(const fs::path& folder, DWORD id) {
   std::istringstream words(text.substr(close + 1));
   const std::vector<std::string> fields{std::istream_iterator<std::string>(words), {}};
   if (fields.size() <= kParent) return std::nullopt;
-  ProcessLine line;
-  line.id = id;
-  line.parentId = id == GetCurrentProcessId() ? static_cast<DWORD>(platform::ParentId())
-                                              : static_cast<DWORD>(std::stoul(fields[kParent]));
-  line.program = platform::ToUtf16(ProgramName(folder, text.substr(open + 1, close - open - 1)));
-  return line;
+  const std::string shortName = text.substr(open + 1, close - open - 1);
+  const auto parentId = id == GetCurrentProcessId()
+                            ? static_cast<DWORD>(platform::ParentId())
+                            : static_cast<DWORD>(std::stoul(fields[kParent]));
+  return ProcessLine{id, parentId, platform::ToUtf16(ProgramName(folder, shortName))};
 }
 
 std::vector<ProcessLine> ReadOtherProcesses() {

@@ -9,6 +9,7 @@
 #include <thread>
 
 #include "platform/posix/api/errors.h"
+#include "platform/posix/kernel/file_modes.h"
 #include "platform/posix/kernel/unique_fd.h"
 
 namespace platform {
@@ -127,8 +128,8 @@ class Transaction {
 /// SQLite gives the files beside it the same mode. An existing file is not opened: closing it would
 /// take the locks from a connection that this process has.
 void CreatePrivately(const std::string& path) {
-  constexpr mode_t kMode = 0600;
-  if (const UniqueFd created{open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, kMode)}) {
+  if (const UniqueFd created{
+          open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, kPrivateFile)}) {
     return;
   }
   struct stat status {};

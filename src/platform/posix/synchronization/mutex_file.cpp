@@ -10,6 +10,7 @@
 #include "platform/posix/api/errors.h"
 #include "platform/posix/kernel/byte_lock.h"
 #include "platform/posix/kernel/error_translation.h"
+#include "platform/posix/kernel/file_modes.h"
 #include "platform/posix/kernel/file_name.h"
 #include "platform/posix/kernel/state_paths.h"
 
@@ -19,8 +20,6 @@ namespace {
 constexpr const char* kFolder = "mutex";
 constexpr off_t kOwnership = 0;
 constexpr off_t kExistence = 1;
-constexpr mode_t kModeForEveryone = 0666;
-constexpr mode_t kModeForUser = 0600;
 /// How often a process that creates the mutex is given the processor to finish.
 constexpr int kCreationYields = 100;
 
@@ -32,7 +31,7 @@ UniqueFd OpenFile(const std::string& name) {
   UniqueFd file(open(path.c_str(), kFlags));
   if (file || errno != ENOENT) return file;
   MakeSharedStateFolder(kFolder);
-  return UniqueFd(open(path.c_str(), kFlags | O_CREAT, kModeForUser));
+  return UniqueFd(open(path.c_str(), kFlags | O_CREAT, kPrivateFile));
 }
 
 /// Whatever the umask is, and whatever the mutex before was for. Only the file's owner can.
@@ -56,7 +55,7 @@ DWORD MutexFile::Open(const std::string& name, bool isForEveryone, bool lockWhen
   opening.file.reset(new MutexFile(std::move(file)));
   if (opening.file->TryBecomeFirst()) {
     opening.isLocked =
-        opening.file->Initialise(isForEveryone ? kModeForEveryone : kModeForUser, lockWhenNew);
+        opening.file->Initialise(isForEveryone ? kFileForEveryone : kPrivateFile, lockWhenNew);
     return 0;
   }
   if (errno != EAGAIN) return ErrorFromErrno(errno);

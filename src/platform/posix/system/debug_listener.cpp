@@ -12,6 +12,7 @@
 #include "platform/posix/api/debug_output.h"
 #include "platform/posix/api/errors.h"
 #include "platform/posix/kernel/error_translation.h"
+#include "platform/posix/kernel/file_modes.h"
 #include "platform/posix/kernel/kernel_scope.h"
 #include "platform/posix/kernel/local_socket.h"
 #include "platform/posix/kernel/state_paths.h"
@@ -20,8 +21,6 @@ namespace platform {
 namespace {
 
 constexpr const char* kName = "debug";
-/// Another user's programs have a state root, and a listener, of their own.
-constexpr mode_t kMode = 0600;
 
 class SocketListener : public DebugListener {
  public:
@@ -64,7 +63,7 @@ std::unique_ptr<DebugListener> DebugListener::Open() {
   // One that a dead listener left behind.
   if (folder) unlinkat(folder.Get(), kName, 0);
   const LocalAddress address(folder.Get(), kName);
-  if (!folder || !socket || fchmod(socket.Get(), kMode) != 0 ||
+  if (!folder || !socket || fchmod(socket.Get(), kPrivateFile) != 0 ||
       bind(socket.Get(), address.Get(), address.Size()) != 0) {
     SetLastError(ErrorFromErrno(errno));
     return nullptr;

@@ -18,6 +18,7 @@
 #include "platform/posix/kernel/error_translation.h"
 #include "platform/posix/kernel/kernel_scope.h"
 #include "platform/posix/kernel/object.h"
+#include "platform/posix/kernel/sizes.h"
 #include "platform/posix/kernel/state_paths.h"
 #include "platform/posix/kernel/text.h"
 #include "platform/posix/kernel/unique_fd.h"
@@ -28,7 +29,7 @@ using platform::KernelScope;
 namespace {
 
 constexpr DWORD kRecordSignature = 0x654C664C;
-constexpr std::size_t kBlockBytes = std::size_t{64} * 1024;
+constexpr std::size_t kBlockBytes = 64 * platform::kKiB;
 
 /// A log's file, read line by line. A line that is not complete yet does not count.
 class EventLogFile : public platform::Object {
