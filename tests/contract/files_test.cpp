@@ -1,5 +1,5 @@
-/// Files as the program relies on them: how opening follows the disposition, and the line ends of
-/// texts.
+/// Files and folders as the program relies on them: how opening follows the disposition, the line
+/// ends of texts, what lies where.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -11,6 +11,8 @@
 namespace {
 
 using Text = std::basic_string<WCHAR>;
+
+DWORD ErrorOf(BOOL succeeded) { return succeeded ? ERROR_SUCCESS : GetLastError(); }
 
 /// The last error of opening, which also tells about success.
 DWORD ErrorOfOpening(const Text& path, DWORD disposition) {
@@ -32,6 +34,16 @@ class Files : public testing::Test {
   }
 
   const Text _folder = UniqueName(TEXT("C:\\Tagwright Test "));
+  HANDLE Open(DWORD access, DWORD disposition) const {
+    return CreateFileW(_file.c_str(), access, 0, nullptr, disposition, 0, nullptr);
+  }
+  static DWORD Move(const Text& from, const Text& to, DWORD flags) {
+    return ErrorOf(MoveFileExW(from.c_str(), to.c_str(), flags));
+  }
+  static DWORD AttributesOf(const Text& path) {
+    return GetFileAttributesW(path.c_str()) &
+           (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_ARCHIVE | FILE_ATTRIBUTE_READONLY);
+  }
   const Text _file = _folder + TEXT("\\file.txt");
 };
 
@@ -49,6 +61,52 @@ TEST_F(Files, OpeningFollowsTheDisposition) {
   EXPECT_EQ(ReadSharedFile(_file), "kept\r\n");
   EXPECT_EQ(ErrorOfOpening(_file, CREATE_ALWAYS), ERROR_ALREADY_EXISTS);
   EXPECT_EQ(ReadSharedFile(_file), "");
+}
+
+TEST_F(Files, AreReadAndWrittenWhereThePositionIs) {
+  DWORD count = 0;
+  char byte = 0;
+  HANDLE file = Open(GENERIC_WRITE, CREATE_NEW);
+  EXPECT_TRUE(WriteFile(file, "12345678", 8, &count, nullptr) && count == 8);
+  EXPECT_EQ(ErrorOf(ReadFile(file, &byte, 1, &count, nullptr)), ERROR_ACCESS_DENIED);
+  EXPECT_TRUE(FlushFileBuffers(file));
+  CloseHandle(file);
+  file = Open(GENERIC_READ, OPEN_EXISTING);
+  EXPECT_EQ(ErrorOf(WriteFile(file, "9", 1, &count, nullptr)), ERROR_ACCESS_DENIED);
+  LARGE_INTEGER number{};
+  for (const auto& [distance, origin, position] : {std::tuple{2, DWORD{FILE_BEGIN}, 2},
+                                                   {3, DWORD{FILE_CURRENT}, 5},
+                                                   {-1, DWORD{FILE_END}, 7}}) {
+    number.QuadPart = distance;
+    EXPECT_TRUE(SetFilePointerEx(file, number, &number, origin));
+    EXPECT_EQ(number.QuadPart, position);
+  }
+  for (const DWORD expected : {1U, 0U}) {
+    EXPECT_TRUE(ReadFile(file, &byte, 1, &count, nullptr) && count == expected && byte == '8');
+  }
+  EXPECT_TRUE(GetFileSizeEx(file, &number) && number.QuadPart == 8);
+  CloseHandle(file);
+}
+
+TEST_F(Files, AreMovedAndDeletedOnlyWhereThatHarmsNothing) {
+  const Text other = _folder + TEXT("\\other");
+  CloseHandle(Open(GENERIC_WRITE, CREATE_NEW));
+  EXPECT_EQ(AttributesOf(_file), DWORD{FILE_ATTRIBUTE_ARCHIVE});
+  EXPECT_EQ(AttributesOf(_folder), DWORD{FILE_ATTRIBUTE_DIRECTORY});
+  EXPECT_EQ(Move(_file, other, 0), ERROR_SUCCESS);
+  EXPECT_EQ(GetFileAttributesW(_file.c_str()), INVALID_FILE_ATTRIBUTES);
+  EXPECT_EQ(GetLastError(), ERROR_FILE_NOT_FOUND);
+  CloseHandle(Open(GENERIC_WRITE, CREATE_NEW));
+  EXPECT_EQ(Move(other, _file, 0), ERROR_ALREADY_EXISTS);
+  EXPECT_EQ(Move(other, _file, MOVEFILE_REPLACE_EXISTING), ERROR_SUCCESS);
+  EXPECT_EQ(ErrorOf(DeleteFileW(other.c_str())), ERROR_FILE_NOT_FOUND);
+  EXPECT_EQ(ErrorOf(DeleteFileW(_folder.c_str())), ERROR_ACCESS_DENIED);
+  EXPECT_EQ(ErrorOf(RemoveDirectoryW(_folder.c_str())), ERROR_DIR_NOT_EMPTY);
+  EXPECT_EQ(ErrorOf(CreateDirectoryW(_folder.c_str(), nullptr)), ERROR_ALREADY_EXISTS);
+  WCHAR folder[MAX_PATH] = {};
+  const UINT length = GetSystemDirectoryW(folder, MAX_PATH);
+  EXPECT_EQ(Text(folder).size(), length);
+  EXPECT_EQ(GetSystemDirectoryW(folder, length), length + 1) << "too small by the NUL";
 }
 
 }  // namespace

@@ -46,8 +46,10 @@ class AnsiCodePage : public testing::Test {
 
 TEST_F(AnsiCodePage, IsTheRegistrysOrElseWestern) {
   EXPECT_EQ(Victim("ansi-page", "1252").ExitCode(), DWORD{0});
-  SetPage(TEXT("4711"));
-  EXPECT_EQ(Victim("ansi-page", "1252").ExitCode(), DWORD{0});
+  for (const WCHAR* const unusable : {TEXT("4711"), TEXT("932x"), TEXT("932/"), TEXT("")}) {
+    SetPage(unusable);
+    EXPECT_EQ(Victim("ansi-page", "1252").ExitCode(), DWORD{0});
+  }
 }
 
 TEST_F(AnsiCodePage, MultiBytePagesAreWorkedWithWide) {

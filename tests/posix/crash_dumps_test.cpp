@@ -2,6 +2,7 @@
 #include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <signal.h>
+#include <sys/mman.h>
 #include <sys/utsname.h>
 #include <unistd.h>
 #include <unwind.h>
@@ -110,15 +111,17 @@ struct Dump {
   }
 };
 
-/// Crashes with numbers of their own in the registers, writing to 0x4321.
-[[gnu::noinline]] void CrashWithMarkedRegisters() {
+/// Crashes with numbers of their own in the registers, and a pointer in the last one, writing to
+/// 0x4321.
+[[gnu::noinline]] void CrashWithMarkedRegisters(const char* pointer) {
   asm volatile(
-      "push $0x15; push $0x14; push $0x13; push $0x12; push $0x11; push $0x10; push $9; push $8\n"
-      "pop %%r8; pop %%r9; pop %%r10; pop %%r11; pop %%r12; pop %%r13; pop %%r14; pop %%r15\n"
+      "mov %0, %%r15; push $0x14; push $0x13; push $0x12; push $0x11; push $0x10; push $9; push "
+      "$8\n"
+      "pop %%r8; pop %%r9; pop %%r10; pop %%r11; pop %%r12; pop %%r13; pop %%r14\n"
       "mov $1, %%eax; mov $2, %%ebx; mov $3, %%ecx; mov $4, %%edx; mov $5, %%esi\n"
       "mov $0x4321, %%edi; movl $0, (%%rdi)"
       :
-      :
+      : "m"(pointer)
       : "rax", "rbx", "rcx", "rdx", "rsi", "rdi", "r8", "r9", "r10", "r11", "r12", "r13", "r14",
         "r15", "memory");
 }
@@ -128,43 +131,46 @@ std::string ContentOf(const std::filesystem::path& path) {
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
-TEST(CrashDumps, TellTheCrashRecordByRecord) {
-  const DumpFolder dumps;
-  const HANDLE done = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-  const HANDLE waits = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-  char onStack[32];
-  std::uint64_t placeOnStack = 0;
-  TestThread other([&] {
+/// A thread that waits, with a mark on its stack, while it lives.
+class WaitingThread {
+ public:
+  WaitingThread() { EXPECT_EQ(WaitForSingleObject(_waits, TestThread::kBoundMs), WAIT_OBJECT_0); }
+  ~WaitingThread() { SetEvent(_done); }
+  std::uint64_t Place() const { return _place; }
+  std::string Mark() const { return {_mark, sizeof _mark}; }
+
+ private:
+  const HANDLE _done = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+  const HANDLE _waits = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+  char _mark[32];
+  std::uint64_t _place = 0;
+  TestThread _thread{[this] {
     char mark[32];
-    Mark(mark, 1);
-    std::memcpy(onStack, mark, sizeof mark);
-    placeOnStack = reinterpret_cast<std::uint64_t>(mark);
-    SetEvent(waits);
-    return WaitForSingleObject(done, TestThread::kBoundMs);
-  });
-  ASSERT_EQ(WaitForSingleObject(waits, TestThread::kBoundMs), WAIT_OBJECT_0);
-  std::vector<std::string> tasks;
-  for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
-    tasks.push_back(task.path().filename());
+    ::Mark(mark, 1);
+    std::memcpy(_mark, mark, sizeof mark);
+    _place = reinterpret_cast<std::uint64_t>(mark);
+    SetEvent(_waits);
+    return WaitForSingleObject(_done, TestThread::kBoundMs);
+  }};
+};
+
+/// Two pages, of which the first may only be read: so the second is a mapping of its own.
+class MarkedPage {
+ public:
+  MarkedPage() {
+    mprotect(_pages, kBytes, PROT_READ);
+    Mark(*reinterpret_cast<char(*)[32]>(Data()), 2);
   }
-  const auto before = static_cast<DWORD>(time(nullptr));
-  Mark(inData, 3);
-  OExceptionHandler handler("Worker::Run", 0);
-  EXPECT_FALSE(RunGuarded(handler, [&] {
-    // What points there must not keep more than itself out of the dump.
-    const std::uint64_t pointers[] = {placeOnStack + 2048, reinterpret_cast<std::uint64_t>(inData)};
-    sink = static_cast<int>(pointers[0] + pointers[1]);
-    CrashWithMarkedRegisters();
-  }));
-  SetEvent(done);
+  ~MarkedPage() { munmap(_pages, 2 * kBytes); }
+  char* Data() const { return _pages + kBytes; }
 
-  Dump dump;
-  const auto header = Dump::Read<format::Header>(dump.bytes);
-  EXPECT_EQ(header.version, 0xA793U);
-  EXPECT_EQ(header.flags, ULONGLONG{kDumpType});
-  EXPECT_LE(header.timeSeconds - before, static_cast<DWORD>(time(nullptr)) - before);
-  EXPECT_EQ(dump.streams.size(), 8U);
+ private:
+  static constexpr std::size_t kBytes = 4096;
+  char* const _pages = static_cast<char*>(
+      mmap(nullptr, 2 * kBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+};
 
+void ExpectSystem(Dump& dump) {
   const auto system = Dump::Read<format::SystemInfo>(dump.Stream(StreamType::kSystemInfo));
   utsname name{};
   uname(&name);
@@ -172,21 +178,35 @@ TEST(CrashDumps, TellTheCrashRecordByRecord) {
   EXPECT_EQ(system.processorCount, sysconf(_SC_NPROCESSORS_ONLN));
   EXPECT_EQ(system.platformId, 0x8201U);
   EXPECT_EQ(dump.Text(system.servicePackOffset), name.version + std::string(1, 0));
+  const std::string maps = ContentOf("/proc/self/maps");
+  EXPECT_THAT(dump.Stream(StreamType::kLinuxMaps), StartsWith(maps.substr(0, maps.find('\n'))));
+  EXPECT_THAT(dump.Stream(StreamType::kLinuxProcStatus), StartsWith("Name:\ttest_posix\n"));
+  EXPECT_THAT(dump.Stream(StreamType::kLinuxCpuInfo), StartsWith("processor\t: 0\n"));
+}
 
+/// The exception; its registers.
+CONTEXT ExpectException(Dump& dump) {
   const auto exception = Dump::Read<format::ExceptionStream>(dump.Stream(StreamType::kException));
-  const auto context = Dump::Read<CONTEXT>(dump.At(exception.context));
   EXPECT_EQ(exception.threadId, GetCurrentThreadId());
   EXPECT_EQ(exception.code, DWORD{SIGSEGV});
   EXPECT_EQ(exception.flags, EXCEPTION_ACCESS_VIOLATION);
   EXPECT_EQ(exception.address, 0x4321U);
-  ASSERT_EQ(exception.parameterCount, 2U);
+  EXPECT_EQ(exception.parameterCount, 2U);
   EXPECT_EQ(exception.parameters[0], 1U);
   EXPECT_EQ(exception.parameters[1], 0x4321U);
+  const auto crashed = Dump::Read<format::ThreadRecord>(dump.Stream(StreamType::kThreadList), 4);
+  EXPECT_EQ(crashed.id, exception.threadId);
+  EXPECT_EQ(crashed.context.offset, exception.context.offset);
+  return Dump::Read<CONTEXT>(dump.At(exception.context));
+}
+
+void ExpectRegisters(const CONTEXT& context, const char* pointer) {
   EXPECT_THAT(
       (std::vector<ULONGLONG>{context.Rax, context.Rbx, context.Rcx, context.Rdx, context.Rsi,
                               context.Rdi, context.R8, context.R9, context.R10, context.R11,
                               context.R12, context.R13, context.R14, context.R15}),
-      ElementsAre(1, 2, 3, 4, 5, 0x4321, 8, 9, 0x10, 0x11, 0x12, 0x13, 0x14, 0x15));
+      ElementsAre(1, 2, 3, 4, 5, 0x4321, 8, 9, 0x10, 0x11, 0x12, 0x13, 0x14,
+                  reinterpret_cast<ULONGLONG>(pointer)));
   WORD segments[4];
   asm("mov %%cs, %0; mov %%ss, %1; mov %%fs, %2; mov %%gs, %3"
       : "=r"(segments[0]), "=r"(segments[1]), "=r"(segments[2]), "=r"(segments[3]));
@@ -195,10 +215,13 @@ TEST(CrashDumps, TellTheCrashRecordByRecord) {
   EXPECT_EQ(context.MxCsr & 0x1F80, 0x1F80U);
   EXPECT_EQ(Dump::Read<WORD>(std::string(reinterpret_cast<const char*>(context.FltSave), 2)),
             0x37F);
-  const std::string code(reinterpret_cast<const char*>(context.Rip - 128), 256);
-  EXPECT_EQ(dump.Memory(context.Rip - 128, 256), code);
+}
 
-  std::vector<std::string> threads;
+void ExpectThreads(Dump& dump) {
+  std::vector<std::string> threads, tasks;
+  for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
+    tasks.push_back(task.path().filename());
+  }
   for (const auto& thread : dump.List<format::ThreadRecord>(StreamType::kThreadList)) {
     threads.push_back(std::to_string(thread.id));
     const auto registers = Dump::Read<CONTEXT>(dump.At(thread.context));
@@ -206,19 +229,15 @@ TEST(CrashDumps, TellTheCrashRecordByRecord) {
     EXPECT_GT(dump.At(thread.stack.memory).size(), 256U);
   }
   EXPECT_THAT(threads, testing::UnorderedElementsAreArray(tasks));
-  EXPECT_EQ(threads.at(0), std::to_string(exception.threadId));
-  const auto crashed = Dump::Read<format::ThreadRecord>(dump.Stream(StreamType::kThreadList), 4);
-  EXPECT_EQ(crashed.context.offset, exception.context.offset);
-  const auto data = reinterpret_cast<std::uint64_t>(inData);
-  EXPECT_EQ(dump.Memory(placeOnStack, sizeof onStack), std::string(onStack, sizeof onStack));
-  EXPECT_EQ(dump.Memory(data, sizeof inData), std::string(inData, sizeof inData));
+}
 
-  const std::string maps = ContentOf("/proc/self/maps");
+void ExpectModules(Dump& dump) {
+  const std::string maps = '\n' + ContentOf("/proc/self/maps");
   bool isOwnThere = false;
   for (const auto& module : dump.List<format::ModuleRecord>(StreamType::kModuleList)) {
     char line[32];
     std::snprintf(line, sizeof line, "\n%llx-", static_cast<unsigned long long>(module.base));
-    EXPECT_THAT('\n' + maps, HasSubstr(line));
+    EXPECT_THAT(maps, HasSubstr(line));
     std::snprintf(line, sizeof line, "-%llx ",
                   static_cast<unsigned long long>(module.base + module.sizeBytes));
     EXPECT_THAT(maps, HasSubstr(line));
@@ -231,9 +250,40 @@ TEST(CrashDumps, TellTheCrashRecordByRecord) {
     isOwnThere |= path == std::filesystem::read_symlink("/proc/self/exe");
   }
   EXPECT_TRUE(isOwnThere);
-  EXPECT_THAT(dump.Stream(StreamType::kLinuxMaps), StartsWith(maps.substr(0, maps.find('\n'))));
-  EXPECT_THAT(dump.Stream(StreamType::kLinuxProcStatus), StartsWith("Name:\ttest_posix\n"));
-  EXPECT_THAT(dump.Stream(StreamType::kLinuxCpuInfo), StartsWith("processor\t: 0\n"));
+}
+
+TEST(CrashDumps, TellTheCrashRecordByRecord) {
+  const DumpFolder dumps;
+  const WaitingThread other;
+  const MarkedPage page;
+  const auto before = static_cast<DWORD>(time(nullptr));
+  Mark(inData, 3);
+  const auto data = reinterpret_cast<std::uint64_t>(inData);
+  OExceptionHandler handler("Worker::Run", 0);
+  EXPECT_FALSE(RunGuarded(handler, [&] {
+    // What points there must not keep more than itself out of the dump.
+    const std::uint64_t pointers[] = {other.Place() + 2048, data};
+    sink = static_cast<int>(pointers[0] + pointers[1]);
+    CrashWithMarkedRegisters(page.Data());
+  }));
+
+  Dump dump;
+  const auto header = Dump::Read<format::Header>(dump.bytes);
+  EXPECT_EQ(header.version, 0xA793U);
+  EXPECT_EQ(header.flags, ULONGLONG{kDumpType});
+  EXPECT_LE(header.timeSeconds - before, static_cast<DWORD>(time(nullptr)) - before);
+  EXPECT_EQ(dump.streams.size(), 8U);
+  ExpectSystem(dump);
+  const CONTEXT context = ExpectException(dump);
+  ExpectRegisters(context, page.Data());
+  ExpectThreads(dump);
+  ExpectModules(dump);
+  const std::string code(reinterpret_cast<const char*>(context.Rip - 128), 256);
+  EXPECT_EQ(dump.Memory(context.Rip - 128, 256), code);
+  EXPECT_EQ(dump.Memory(other.Place(), other.Mark().size()), other.Mark());
+  EXPECT_EQ(dump.Memory(data, sizeof inData), std::string(inData, sizeof inData));
+  EXPECT_EQ(dump.Memory(reinterpret_cast<std::uint64_t>(page.Data()), 32),
+            std::string(page.Data(), 32));
 }
 
 /// A library is loaded from a file that becomes empty; then the process crashes.

@@ -153,6 +153,11 @@ TEST_F(EventLogReading, PassesOverLinesThatAreNoEvents) {
   EXPECT_EQ(record.EventType, EVENTLOG_INFORMATION_TYPE);
   EXPECT_EQ(Text(record.StringOffset), u"behind them");
   EXPECT_EQ(done, record.Length);
+  std::ofstream(std::string(std::getenv("TAGWRIGHT_ROOT")) + "/eventlog/System.jsonl") << "{}\n";
+  const HANDLE other = OpenEventLogW(nullptr, u"System");
+  DWORD number = 0;
+  EXPECT_TRUE(GetNumberOfEventLogRecords(other, &number) && number == 1);
+  EXPECT_TRUE(CloseEventLog(other));
   file << "an end that is none\n" << std::flush;
   EXPECT_EQ(Read(before + 6, 4096), DWORD{ERROR_HANDLE_EOF});
 }

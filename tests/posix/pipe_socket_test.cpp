@@ -2,7 +2,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -20,6 +19,7 @@
 #include "common/victim.h"
 #include "platform/posix/kernel/text.h"
 #include "platform/windows_api.h"
+#include "posix/descriptor_limit.h"
 
 namespace {
 
@@ -62,22 +62,6 @@ class UnixClient {
 
  private:
   const int _socket = socket(AF_UNIX, SOCK_STREAM, 0);
-};
-
-/// How many descriptors this process may have while it lives.
-class DescriptorLimit {
- public:
-  explicit DescriptorLimit(rlim_t limit) {
-    getrlimit(RLIMIT_NOFILE, &_before);
-    const rlimit lowered{limit, _before.rlim_max};
-    setrlimit(RLIMIT_NOFILE, &lowered);
-  }
-  ~DescriptorLimit() { setrlimit(RLIMIT_NOFILE, &_before); }
-  DescriptorLimit(const DescriptorLimit&) = delete;
-  DescriptorLimit& operator=(const DescriptorLimit&) = delete;
-
- private:
-  rlimit _before{};
 };
 
 class PipeSocket : public testing::Test {

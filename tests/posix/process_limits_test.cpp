@@ -4,6 +4,7 @@
 
 #include "common/victim.h"
 #include "platform/windows_api.h"
+#include "posix/descriptor_limit.h"
 
 namespace {
 
@@ -24,13 +25,17 @@ const VictimRole kLimited("limited", [](VictimSide&, const std::string&) {
 });
 
 TEST(ProcessLimits, DescriptorsAreManyAndAFileSizeLimitIsAnError) {
-  rlimit before{};
-  ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
-  const rlimit few{256, before.rlim_max};
-  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &few), 0);
-  Victim victim("limited");
-  setrlimit(RLIMIT_NOFILE, &before);
-  EXPECT_EQ(victim.ExitCode(), 0U);
+  const DescriptorLimit few(256);
+  EXPECT_EQ(Victim("limited").ExitCode(), 0U);
+}
+
+TEST(ProcessLimits, EndedChildrenKeepNoDescriptors) {
+  const DescriptorLimit few(64);
+  for (int number = 0; number < 128; ++number) {
+    ChildProcess child;
+    child.Start(u"/bin/true");
+    ASSERT_EQ(child.ExitCode(), 0U) << number;
+  }
 }
 
 }  // namespace
