@@ -24,6 +24,9 @@ class CommandArguments {
   /// The value of the last "/n", taken verbatim. Valid while this object lives.
   const OString& GetPipeName() const { return _pipeName; }
 
+  /// The last component of the program's path. Valid while this object lives.
+  const OString& GetProgramName() const { return _programName; }
+
   bool IsUsingControlChannel() const { return _usesControlChannel; }
 
  private:
@@ -47,5 +50,5 @@ int xstrcmp(const Character* a, const Character* b) {
   }
   const auto left = static_cast<Unsigned>(*a);
   const auto right = static_cast<Unsigned>(*b);
-  return left == right ? 0 : left < right ? -1 : 1;
+  return left < right ? -1 : left > right;
 }

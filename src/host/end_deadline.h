@@ -4,13 +4,16 @@
 /// does not answer, a loader that a terminated thread has left locked.
 #pragma once
 
-#include "platform/windows_api.h"
+#include "host/watchers.h"
+#include "service/time_limits.h"
+
+/// How long the work between the waits of the orderly end may take.
+constexpr DWORD kMaxOtherEndMs = 5000;
 
 /// How long the orderly end may take: the time that the message thread (with a control channel: the
-/// encoder pipes) and then the watchers are given, and as much again as the watchers for the work
-/// in between.
-constexpr DWORD kMaxEndMs = 5000 + 2000 + 5000;
-constexpr DWORD kMaxControlEndMs = 15000 + 2000 + 5000;
+/// encoder pipes) and then the watchers are given, and the work in between.
+constexpr DWORD kMaxEndMs = kMaxShutdownTimeMs + Watchers::kMaxEndMs + kMaxOtherEndMs;
+constexpr DWORD kMaxControlEndMs = kMaxControlShutdownTimeMs + Watchers::kMaxEndMs + kMaxOtherEndMs;
 
 /// Starts the thread that keeps the deadline, and returns when it runs; to be called once. Where
 /// the thread cannot be started the process does without. The parent's end is the beginning of the

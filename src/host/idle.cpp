@@ -2,6 +2,7 @@
 
 #include "host/main_log.h"
 #include "host/process_state.h"
+#include "support/scoped_handle.h"
 #include "support/thread_procedure.h"
 
 namespace {
@@ -12,7 +13,7 @@ void WatchIdle(WatchIdleParameters* parameters) {
   kTrace(" Idle Thread started");
   const auto [abortEvent, idleEvent] = *parameters;
   delete parameters;
-  if (abortEvent == nullptr || abortEvent == INVALID_HANDLE_VALUE) return;
+  if (!HandleTraits::IsValid(abortEvent)) return;
   WatchForIdleness({
       [abort = abortEvent](DWORD timeoutMs) { return WaitForSingleObject(abort, timeoutMs); },
       [] { return PipeActivity.exchange(0) != 0; },

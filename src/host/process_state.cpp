@@ -3,9 +3,9 @@
 #include "host/end_deadline.h"
 #include "service/tagwright_controller.h"
 
-PipeServer* pServer = nullptr;
-bool g_IsUsingControlChannel = false;
-std::atomic<std::uint32_t> PipeActivity{0};
+PipeServer* pServer;
+bool g_IsUsingControlChannel;
+std::atomic<std::uint32_t> PipeActivity;
 OCriticalSection serverCritical;
 
 void OnPipeActivityCallback() { PipeActivity.exchange(1); }

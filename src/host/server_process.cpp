@@ -12,12 +12,6 @@
 
 namespace {
 
-/// How long the first pipe waits for the parent to connect.
-constexpr DWORD kConnectionTimeoutMs = 5000;
-
-/// How long the first pipe's message thread may take to end.
-constexpr DWORD kMaxShutdownTimeMs = 5000;
-
 /// What outlives an exception of the run, because threads that still run refer to it.
 struct ProcessMain {
   OMutex shutdownMutex{"Tagwright_Shutdown_Mutex", INFINITE};
@@ -44,12 +38,13 @@ void StopUnwatchedServer() {
 
 void ServeUntilStopped(ProcessMain& main) {
   if (!pServer->StartProcessMessageThread(kConnectionTimeoutMs)) return;
+  const HANDLE idleEvent = main.watchers.IdleEvent();
   for (;;) {
-    const auto result = pServer->WaitForMultipeObjectsOrPipeTermination(
-        1, main.watchers.IdleEventAddress(), INFINITE, kMaxShutdownTimeMs);
+    const auto result = pServer->WaitForMultipeObjectsOrPipeTermination(1, &idleEvent, INFINITE,
+                                                                        kMaxShutdownTimeMs);
     if (result == PipeServer::kWaitFailed) StopUnwatchedServer();
     if (result != PipeServer::kUserEvent) return;
-    DecideIdleShutdown(main.shutdownMutex, main.watchers.IdleEvent());
+    DecideIdleShutdown(main.shutdownMutex, idleEvent);
   }
 }
 

@@ -1,6 +1,7 @@
 #include "host/watch_parent.h"
 
-#include "host/end_deadline.h"
+#include <iterator>
+
 #include "host/process_state.h"
 #include "support/process_utility.h"
 #include "support/thread_procedure.h"
@@ -9,14 +10,15 @@ namespace {
 
 constexpr Tracer kTrace{"WatchParentProcessThreadProc"};
 
-void WaitForEnd(HANDLE abortEvent, const ScopedHandle& parent) {
+/// Returns at once where one of the two is missing.
+void WatchParent(HANDLE abortEvent) {
+  const ScopedHandle parent = OpenParent();
   const HANDLE handles[] = {abortEvent, parent.Get()};
-  switch (WaitForMultipleObjects(2, handles, FALSE, INFINITE)) {
+  switch (WaitForMultipleObjects(std::size(handles), handles, FALSE, INFINITE)) {
     case WAIT_OBJECT_0:
       kTrace("Exiting Watch Parent thread due to abort event");
       break;
     case WAIT_OBJECT_0 + 1:
-      BeginEnd();
       kTrace("The parent process has terminated");
       ShutdownTagwrightServer();
       break;
@@ -25,18 +27,11 @@ void WaitForEnd(HANDLE abortEvent, const ScopedHandle& parent) {
   }
 }
 
-void WatchParent(HANDLE abortEvent) {
-  if (abortEvent == nullptr) return;
-  const ScopedHandle parent = OpenParent();
-  if (parent.IsValid()) WaitForEnd(abortEvent, parent);
-}
-
 }  // namespace
 
 ScopedHandle OpenParent() {
-  const DWORD parentId = ProcessUtility::GetParentProcessId();
-  if (parentId == ProcessUtility::kNoProcessId) return ScopedHandle();
-  return ScopedHandle(OpenProcess(SYNCHRONIZE, FALSE, parentId));
+  // Without a parent the id opens nothing.
+  return ScopedHandle(OpenProcess(SYNCHRONIZE, FALSE, ProcessUtility::GetParentProcessId()));
 }
 
 unsigned __stdcall WatchParentProcessThreadProc(void* parameter) {

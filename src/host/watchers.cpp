@@ -1,37 +1,27 @@
 #include "host/watchers.h"
 
 #include <memory>
+#include <utility>
 
 #include "host/idle.h"
 #include "host/main_log.h"
 #include "host/watch_parent.h"
+#include "support/thread_end.h"
+#include "support/thread_start.h"
 
 namespace {
-
-constexpr DWORD kWatcherEndTimeoutMs = 2000;
-
-HANDLE CreateAbortEvent() { return CreateEventW(nullptr, TRUE, FALSE, nullptr); }
-
-HANDLE StartThread(unsigned(__stdcall* procedure)(void*), void* parameter) {
-  return reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, procedure, parameter, 0, nullptr));
-}
 
 void SignalAbort(HANDLE event, const char* failureText) {
   if (!SetEvent(event)) kMainLog.Error(failureText);
 }
 
-void Close(HANDLE& handle) {
-  if (handle != nullptr) CloseHandle(handle);
-  handle = nullptr;
-}
-
 }  // namespace
 
 void Watchers::Start() {
-  hAbortWatchParentEvent = CreateAbortEvent();
+  hAbortWatchParentEvent = CreateManualResetEvent();
   hParentWatcher = StartThread(WatchParentProcessThreadProc, &hAbortWatchParentEvent);
-  hIdleEvent = CreateAbortEvent();
-  hAbortWatchIdleEvent = CreateAbortEvent();
+  hIdleEvent = CreateManualResetEvent();
+  hAbortWatchIdleEvent = CreateManualResetEvent();
   StartIdleWatcher();
 }
 
@@ -46,13 +36,12 @@ void Watchers::Stop() {
   SignalAbort(hAbortWatchParentEvent, "SetEvent hAbortWatchParentEvent failed");
   SignalAbort(hAbortWatchIdleEvent, "SetEvent hAbortWatchIdleEvent failed");
   kMainLog("Waiting for watch parent and watch idle threads to exit", LogLevel::kDetailInfoD);
-  if (hParentWatcher != nullptr && hIdleWatcher != nullptr) WaitForThreads();
+  if (hParentWatcher != nullptr && hIdleWatcher != nullptr) ReportEnd();
 }
 
-void Watchers::WaitForThreads() const {
+void Watchers::ReportEnd() const {
   const HANDLE threads[] = {hParentWatcher, hIdleWatcher};
-  const DWORD result = WaitForMultipleObjects(2, threads, TRUE, kWatcherEndTimeoutMs);
-  if (result == WAIT_OBJECT_0 || result == WAIT_OBJECT_0 + 1) {
+  if (AwaitThreads(threads, kMaxEndMs) == ThreadEnd::kEnded) {
     kMainLog("Watch Parent and Watch Idle successfully aborted");
   } else {
     kMainLog("Either the Watch Parent or Watch Idle thread didn't end as expected\n");
@@ -61,9 +50,8 @@ void Watchers::WaitForThreads() const {
 
 void Watchers::CloseHandles() {
   kMainLog("Cleaning up handles", LogLevel::kDetailInfoD);
-  Close(hParentWatcher);
-  Close(hAbortWatchParentEvent);
-  Close(hIdleWatcher);
-  Close(hAbortWatchIdleEvent);
-  Close(hIdleEvent);
+  for (HANDLE* handle : {&hParentWatcher, &hAbortWatchParentEvent, &hIdleWatcher,
+                         &hAbortWatchIdleEvent, &hIdleEvent}) {
+    const ScopedHandle closed(std::exchange(*handle, nullptr));
+  }
 }

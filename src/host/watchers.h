@@ -7,22 +7,23 @@
 /// watchers still run and use them. Lives as long as the process main; used on its thread only.
 class Watchers {
  public:
+  /// How long Stop waits for the threads.
+  static constexpr DWORD kMaxEndMs = 2000;
+
   /// Creates the events and starts both threads. An event or thread that cannot be created stays
   /// null; whoever waits for it finds out.
   void Start();
 
   /// Signalled by the idle watcher while all pipes are idle.
   HANDLE IdleEvent() const { return hIdleEvent; }
-  /// Where IdleEvent lies, for a wait on an array of one.
-  const HANDLE* IdleEventAddress() const { return &hIdleEvent; }
 
-  /// Tells both threads to end and waits up to 2000 ms for them.
+  /// Tells both threads to end and waits up to kMaxEndMs for them.
   void Stop();
   void CloseHandles();
 
  private:
   void StartIdleWatcher();
-  void WaitForThreads() const;
+  void ReportEnd() const;
 
   HANDLE hAbortWatchParentEvent = nullptr;
   HANDLE hParentWatcher = nullptr;

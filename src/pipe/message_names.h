@@ -1,4 +1,4 @@
-/// The codes of message_header.h by name, for logs of clients and for people.
+/// The reply statuses of message_header.h by name, for people.
 #pragma once
 
 #include <cstdint>
@@ -14,14 +14,6 @@ struct CodeName {
   std::string_view name;
 };
 
-inline constexpr CodeName kMessageTypeNames[] = {
-    {eShutdown, "eShutdown"},
-    {eEncode, "eEncode"},
-    {eEncodeAndShutdown, "eEncodeAndShutdown"},
-    {eAddEncoder, "eAddEncoder"},
-    {eKeepAlive, "eKeepAlive"},
-};
-
 inline constexpr CodeName kReplyStatusNames[] = {
     {eStatusSuccess, "eStatusSuccess"},
     {eStatusUnknownMessage, "eStatusUnknownMessage"},
@@ -30,20 +22,12 @@ inline constexpr CodeName kReplyStatusNames[] = {
     {eStatusPipeCreateFailed, "eStatusPipeCreateFailed"},
 };
 
-template <std::size_t count>
-constexpr std::string_view NameOf(const CodeName (&table)[count], std::uint32_t code) {
-  for (const CodeName& entry : table) {
-    if (entry.code == code) return entry.name;
+/// Empty for a code without a name.
+constexpr std::string_view ReplyStatusName(std::uint32_t status) {
+  for (const CodeName& entry : kReplyStatusNames) {
+    if (entry.code == status) return entry.name;
   }
   return {};
-}
-
-/// Empty for a code without a name.
-constexpr std::string_view MessageTypeName(std::uint32_t type) {
-  return NameOf(kMessageTypeNames, type);
-}
-constexpr std::string_view ReplyStatusName(std::uint32_t status) {
-  return NameOf(kReplyStatusNames, status);
 }
 
 }  // namespace Tagwright

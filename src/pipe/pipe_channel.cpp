@@ -1,6 +1,7 @@
 #include "pipe/pipe_channel.h"
 
 #include "pipe/exact_transfer.h"
+#include "support/thread_start.h"
 
 namespace {
 
@@ -23,7 +24,7 @@ class Announcement {
 
 }  // namespace
 
-PipeChannel::PipeChannel() : _shutdownEvent(CreateEventW(nullptr, TRUE, FALSE, nullptr)) {}
+PipeChannel::PipeChannel() : _shutdownEvent(CreateManualResetEvent()) {}
 
 bool PipeChannel::Create(const OString& path, SECURITY_ATTRIBUTES* security) {
   _pipe = ScopedHandle(CreateNamedPipeW(path.wstring(), PIPE_ACCESS_DUPLEX,
@@ -43,15 +44,13 @@ DWORD PipeChannel::Connect() {
   return RunBlocking([&] { return ConnectNamedPipe(_pipe.Get(), nullptr); });
 }
 
-void PipeChannel::Disconnect() {
-  if (_pipe.IsValid()) DisconnectNamedPipe(_pipe.Get());
-}
+void PipeChannel::Disconnect() { DisconnectNamedPipe(_pipe.Get()); }
 
-bool PipeChannel::ReadExactly(BYTE* bytes, DWORD sizeBytes, DWORD* totalBytes) {
+bool PipeChannel::ReadExactly(BYTE* bytes, DWORD sizeBytes) {
   const auto readPiece = [this](BYTE* piece, DWORD length, DWORD* done) {
     return ReadPiece(piece, length, done);
   };
-  return Tagwright::TransferExactly(bytes, sizeBytes, readPiece, totalBytes) == ERROR_SUCCESS;
+  return Tagwright::TransferExactly(bytes, sizeBytes, readPiece) == ERROR_SUCCESS;
 }
 
 DWORD PipeChannel::ReadPiece(BYTE* piece, DWORD sizeBytes, DWORD* doneBytes) {
@@ -60,20 +59,14 @@ DWORD PipeChannel::ReadPiece(BYTE* piece, DWORD sizeBytes, DWORD* doneBytes) {
         RunBlocking([&] { return ReadFile(_pipe.Get(), piece, sizeBytes, doneBytes, nullptr); });
     // A client may write nothing: that wakes the reader, and is neither an end nor an error.
     if (error == ERROR_SUCCESS && *doneBytes > 0) return ERROR_SUCCESS;
-    if (error != ERROR_SUCCESS && !IsShutdown()) PauseAfterFailedRead();
+    // A wait on the shutdown event instead of a plain sleep: shutdown need not wait for it.
+    if (error != ERROR_SUCCESS) WaitForSingleObject(_shutdownEvent.Get(), kFailedReadPauseMs);
   }
   return ERROR_OPERATION_ABORTED;
 }
 
-void PipeChannel::PauseAfterFailedRead() const {
-  // A wait on the shutdown event instead of a plain sleep, so that shutdown need not wait for it.
-  if (WaitForSingleObject(_shutdownEvent.Get(), kFailedReadPauseMs) == WAIT_FAILED) {
-    Sleep(kFailedReadPauseMs);
-  }
-}
-
 bool PipeChannel::Write(const void* bytes, DWORD sizeBytes) {
-  DWORD written = 0;
+  DWORD written{};
   const DWORD error =
       RunBlocking([&] { return WriteFile(_pipe.Get(), bytes, sizeBytes, &written, nullptr); });
   return error == ERROR_SUCCESS && written == sizeBytes;
@@ -84,8 +77,8 @@ void PipeChannel::Flush() {
 }
 
 void PipeChannel::Shutdown() {
-  _shutdown.exchange(1);
-  if (_shutdownEvent.IsValid()) SetEvent(_shutdownEvent.Get());
+  _shutdown = true;
+  SetEvent(_shutdownEvent.Get());
   CancelAll();
   for (int attempt = 0; _announcedCalls > 0 && attempt < kMaxCancelAttempts; ++attempt) {
     Sleep(1);
@@ -97,5 +90,5 @@ bool PipeChannel::CancelAll() const {
   if (!_pipe.IsValid()) return true;
   const ScopedLibrary kernel(TEXT("Kernel32.dll"));
   const auto cancelIoEx = kernel.Function<BOOL(WINAPI*)(HANDLE, LPOVERLAPPED)>("CancelIoEx");
-  return cancelIoEx != nullptr && cancelIoEx(_pipe.Get(), nullptr) != FALSE;
+  return cancelIoEx != nullptr && cancelIoEx(_pipe.Get(), nullptr);
 }

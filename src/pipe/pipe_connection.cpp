@@ -1,6 +1,9 @@
 /// The connection thread: it waits in ConnectNamedPipe while the message thread keeps the time.
+#include <iterator>
+
 #include "pipe/pipe_server.h"
 #include "support/thread_procedure.h"
+#include "support/thread_start.h"
 #include "support/thread_termination.h"
 
 namespace {
@@ -10,57 +13,64 @@ constexpr char kWaitClient[] = "PipeServer::WaitClientConnection";
 
 }  // namespace
 
-bool PipeServer::WaitClientConnection(DWORD timeout) {
+void PipeServer::WaitClientConnection(DWORD timeout) {
   Log::Information(
       [&] { return LogIntro(kWaitClient) << "Enter. Timeout: 0x" << FormatHex(timeout); });
   if (!StartConnectionThread()) {
     Log::Error([&] { return LogIntro(kWaitClient) << "Couldn't start connnect thread"; });
-    return false;
+    return;
   }
   // The thread ends also when a line of the wait cannot be written for lack of memory.
-  struct ThreadEnd {
-    ~ThreadEnd() { server.EndConnectionThread(timeMs); }
+  struct EndOfThread {
+    ~EndOfThread() { server.EndConnectionThread(); }
     PipeServer& server;
-    DWORD timeMs = 0;
-  } end{*this};
+  } const end{*this};
   const HANDLE handles[] = {_channel.ShutdownEvent(), _hConnectThread};
-  const DWORD result = WaitForMultipleObjects(2, handles, FALSE, timeout);
-  // Shutdown has cancelled the wait for the client: the thread is on its way out.
-  if (result == WAIT_OBJECT_0) end.timeMs = kCancelledConnectionEndMs;
-  ReportConnectionWait(result);
-  return result == WAIT_OBJECT_0 + 1 && _connected;
+  ReportConnectionWait(WaitForMultipleObjects(std::size(handles), handles, FALSE, timeout));
 }
 
 bool PipeServer::StartConnectionThread() {
   // Nobody is to terminate this thread now, and to leave the other one behind unknown.
   OAutoLock lock(_terminationLock);
-  const auto thread =
-      reinterpret_cast<HANDLE>(_beginthreadex(nullptr, 0, ConnectThreadProc, this, 0, nullptr));
+  const HANDLE thread = StartThread(ConnectThreadProc, this);
   if (thread == nullptr) return false;
   _hConnectThread = thread;
   return true;
 }
 
-void PipeServer::EndConnectionThread(DWORD endTimeMs) {
+void PipeServer::EndConnectionThread() {
   const HANDLE thread = _hConnectThread;
   if (thread == INVALID_HANDLE_VALUE) return;
-  if (endTimeMs != 0) WaitForSingleObject(thread, endTimeMs);
+  // Shutdown has cancelled the wait for the client: the thread is on its way out.
+  if (IsShutdown()) WaitForSingleObject(thread, kCancelledConnectionEndMs);
   if (IsActive(thread)) {
     TerminateBetweenLogLines(thread, kTerminatedThreadExitCode);
     _channel.ForgetAnnouncedCalls();  // Nobody else makes a call while this thread is there.
   }
   // Whoever ends it first closes the handle.
-  if (_hConnectThread.exchange(INVALID_HANDLE_VALUE) != INVALID_HANDLE_VALUE) CloseHandle(thread);
+  const ScopedHandle closed(_hConnectThread.exchange(INVALID_HANDLE_VALUE));
 }
 
 void PipeServer::ReportConnectionWait(DWORD waitResult) const {
-  if (waitResult == WAIT_OBJECT_0) {
-    Trace(kWaitClient, "Shutdown detected");
-  } else if (waitResult == WAIT_TIMEOUT) {
-    Log::Warning([&] { return LogIntro(kWaitClient) << "Connection attempt timed out"; });
-  } else if (waitResult == WAIT_OBJECT_0 + 1 && _connected) {
+  switch (waitResult) {
+    case WAIT_OBJECT_0:
+      Trace(kWaitClient, "Shutdown detected");
+      break;
+    case WAIT_OBJECT_0 + 1:
+      ReportConnection();
+      break;
+    case WAIT_TIMEOUT:
+      Log::Warning([&] { return LogIntro(kWaitClient) << "Connection attempt timed out"; });
+      break;
+    default:
+      break;
+  }
+}
+
+void PipeServer::ReportConnection() const {
+  if (_connected) {
     Trace(kWaitClient, "Successfully Connected");
-  } else if (waitResult == WAIT_OBJECT_0 + 1) {
+  } else {
     Log::Warning(
         [&] {
           return LogIntro(kWaitClient)

@@ -4,6 +4,7 @@
 
 #include "pipe/pipe_server.h"
 #include "support/thread_procedure.h"
+#include "support/thread_start.h"
 #include "support/wiped_buffer.h"
 
 namespace {
@@ -12,7 +13,7 @@ constexpr Tracer kMessageThread{"PipeServer::ProcessMessagesThread"};
 constexpr Tracer kMessageLoop{"PipeServer::ProcessMessages"};
 
 /// A refused payload is read in pieces of this size and dropped.
-constexpr DWORD kDrainPieceBytes = 64 * 1024;
+constexpr DWORD kDrainPieceBytes = 65536;
 
 /// Runs `work`; an exception on its way to the top of the thread leaves a line of `trace` behind.
 void LogExceptionsOf(const Tracer& trace, WorkRef work) {
@@ -32,25 +33,26 @@ void LogExceptionsOf(const Tracer& trace, WorkRef work) {
   }
 }
 
+constexpr char kStart[] = "PipeServer::StartProcessMessageThread";
+
 }  // namespace
 
 bool PipeServer::StartProcessMessageThread(DWORD connectionTimeout) {
-  static constexpr char kFunction[] = "PipeServer::StartProcessMessageThread";
   _connectionTimeout = connectionTimeout;
-  bool started = false;
-  if (!IsShutdown()) {
-    Trace(kFunction, "Starting message procesing thread");
-    const auto thread = reinterpret_cast<HANDLE>(
-        _beginthreadex(nullptr, 0, ProcessMessagesThreadProc, this, 0, nullptr));
-    started = thread != nullptr;
-    if (started) {
-      _hMessageThread = thread;
-    } else {
-      Log::Error([&] { return LogIntro(kFunction) << "Couldn't start message thread"; });
-    }
-  }
-  Trace(kFunction, "Exit");
+  const bool started = !IsShutdown() && StartMessageThread();
+  Trace(kStart, "Exit");
   return started;
+}
+
+bool PipeServer::StartMessageThread() {
+  Trace(kStart, "Starting message procesing thread");
+  const HANDLE thread = StartThread(ProcessMessagesThreadProc, this);
+  if (thread == nullptr) {
+    Log::Error([&] { return LogIntro(kStart) << "Couldn't start message thread"; });
+    return false;
+  }
+  _hMessageThread = thread;
+  return true;
 }
 
 unsigned __stdcall PipeServer::ProcessMessagesThreadProc(void* parameter) {
@@ -75,7 +77,7 @@ void PipeServer::ServeClient() {
   if (_connected && !IsShutdown()) ProcessMessages();
 }
 
-DWORD PipeServer::ProcessMessages() {
+void PipeServer::ProcessMessages() {
   LogExceptionsOf(kMessageLoop, [&] {
     Trace(kMessageLoop.Name(), "Enter");
     CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
@@ -84,15 +86,13 @@ DWORD PipeServer::ProcessMessages() {
   Trace(kMessageLoop.Name(), "Calling CoUninitialize in preperation to exit");
   CoUninitialize();
   Trace(kMessageLoop.Name(), "Thread exit");
-  return 0;
 }
 
 void PipeServer::ServeRequest() {
   Log::Information([&] { return LogIntro(kMessageLoop.Name()) << "While loop"; },
                    LogLevel::kDetailInfoA);
   Tagwright::MessageHeader request;
-  DWORD bytesRead = 0;
-  if (!ReadBytes(reinterpret_cast<BYTE*>(&request), sizeof(request), &bytesRead)) return;
+  if (!ReadBytes(reinterpret_cast<BYTE*>(&request), sizeof(request))) return;
   CallOnActivityCallback();
   if (!request.ValidHeader()) {
     Log::Error([&] { return LogIntro(kMessageLoop.Name()) << "Invalid header"; });
@@ -103,29 +103,23 @@ void PipeServer::ServeRequest() {
     return;
   }
   WipedBuffer payload(request.payloadLength);
-  if (!ReadPayload(request.payloadLength, payload.Data())) return;
+  // Both reads end early at shutdown only.
+  if (request.payloadLength > 0) ReadBytes(payload.Data(), request.payloadLength);
+  if (IsShutdown()) return;
   Tagwright::MessageHeader reply;
-  bool keepServing = true;
-  if (!IsShutdown()) keepServing = ParseIncomingMessage(request, payload.Data(), reply);
+  const bool keepServing = ParseIncomingMessage(request, payload.Data(), reply);
   payload.Clear();  // Before the reply: its client may take any time to read it.
   if (!IsShutdown()) Reply(reply);
   if (!keepServing) FinishServing();
 }
 
-bool PipeServer::ReadPayload(DWORD payloadLength, BYTE* buffer) {
-  if (payloadLength == 0) return true;
-  DWORD bytesRead = 0;
-  if (ReadBytes(buffer, payloadLength, &bytesRead) && bytesRead == payloadLength) return true;
-  if (!IsShutdown()) Log::Error([&] { return LogIntro(kMessageLoop.Name()) << "Payload error"; });
-  return false;
-}
-
 void PipeServer::RefusePayload(DWORD payloadLength) {
   Log::Error([&] { return LogIntro(kMessageLoop.Name()) << "Payload error"; });
   WipedBuffer piece(kDrainPieceBytes);
-  DWORD bytesRead = 0;
-  for (DWORD left = payloadLength; left > 0; left -= bytesRead) {
-    if (!ReadBytes(piece.Data(), std::min(left, kDrainPieceBytes), &bytesRead)) break;
+  while (payloadLength > 0 && !IsShutdown()) {
+    const DWORD length = std::min(payloadLength, kDrainPieceBytes);
+    ReadBytes(piece.Data(), length);
+    payloadLength -= length;
   }
 }
 
@@ -140,7 +134,7 @@ void PipeServer::FinishServing() {
   Shutdown();
 }
 
-bool PipeServer::ReadBytes(BYTE* pDestinationBuffer, DWORD nBytesToRead, DWORD* pTotalBytesRead) {
+bool PipeServer::ReadBytes(BYTE* pDestinationBuffer, DWORD nBytesToRead) {
   Trace("PipeServer::ReadBytes", "Called");
-  return _channel.ReadExactly(pDestinationBuffer, nBytesToRead, pTotalBytesRead);
+  return _channel.ReadExactly(pDestinationBuffer, nBytesToRead);
 }

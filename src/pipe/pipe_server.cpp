@@ -1,5 +1,6 @@
 #include "pipe/pipe_server.h"
 
+#include <iterator>
 #include <vector>
 
 #include "support/log.h"
@@ -17,12 +18,7 @@ constexpr char kOwnersWait[] = "PipeServer::WaitForMultipeObjectsOrPipeTerminati
 
 }  // namespace
 
-PipeServer::PipeServer(const OString& pipeName)
-    : _hMessageThread(INVALID_HANDLE_VALUE),
-      _connected(false),
-      _connectionTimeout(0),
-      _onActivityCallback(nullptr),
-      _hConnectThread(INVALID_HANDLE_VALUE) {
+PipeServer::PipeServer(const OString& pipeName) {
   Trace("PipeServer::PipeServer", "Constructor called");
   _pipeName = OString(kPipePrefix) + pipeName;
 }
@@ -67,7 +63,10 @@ std::int32_t PipeServer::MapWaitResult(DWORD waitResult, DWORD maxShutdownTime) 
   constexpr DWORD kOwnHandles = 2;
   if (waitResult == WAIT_OBJECT_0) {
     Trace(kOwnersWait, "Shutdown was signaled");
-    EndMessageThread(maxShutdownTime, true);
+    if (!EndsWithin(maxShutdownTime)) {
+      Trace(kOwnersWait, "Calling TerminateThread");
+      TerminateMessageThread();
+    }
     return kShutdownSignaled;
   }
   if (waitResult == WAIT_OBJECT_0 + 1) {
@@ -78,8 +77,7 @@ std::int32_t PipeServer::MapWaitResult(DWORD waitResult, DWORD maxShutdownTime) 
     Trace(kOwnersWait, "User event signaled");
     return kUserEvent + static_cast<std::int32_t>(waitResult - WAIT_OBJECT_0 - kOwnHandles);
   }
-  if (waitResult >= WAIT_ABANDONED_0 + kOwnHandles &&
-      waitResult < WAIT_ABANDONED_0 + MAXIMUM_WAIT_OBJECTS) {
+  if (waitResult < WAIT_ABANDONED_0 + MAXIMUM_WAIT_OBJECTS) {
     Trace(kOwnersWait, "User handle abandoned");
     return kUserAbandoned + static_cast<std::int32_t>(waitResult - WAIT_ABANDONED_0 - kOwnHandles);
   }
@@ -93,23 +91,18 @@ std::int32_t PipeServer::MapWaitResult(DWORD waitResult, DWORD maxShutdownTime) 
 void PipeServer::Run(DWORD connectionTimeout, DWORD maxShutdownTime) {
   static constexpr char kFunction[] = "PipeServer::Run";
   Trace(kFunction, "Enter");
-  bool threadEnded = false;
-  if (StartProcessMessageThread(connectionTimeout) && _hMessageThread != INVALID_HANDLE_VALUE) {
+  StartProcessMessageThread(connectionTimeout);
+  if (_hMessageThread != INVALID_HANDLE_VALUE) {
     const HANDLE handles[] = {_channel.ShutdownEvent(), _hMessageThread};
-    threadEnded = WaitForMultipleObjects(2, handles, FALSE, INFINITE) == WAIT_OBJECT_0 + 1;
+    WaitForMultipleObjects(std::size(handles), handles, FALSE, INFINITE);
+    if (!EndsWithin(maxShutdownTime)) TerminateMessageThread();
   }
-  if (!threadEnded) EndMessageThread(maxShutdownTime, false);
   Trace(kFunction, "Exit");
 }
 
-void PipeServer::EndMessageThread(DWORD maxShutdownTime, bool logTermination) {
-  if (_hMessageThread == INVALID_HANDLE_VALUE) return;
-  if (maxShutdownTime != 0) WaitForSingleObject(_hMessageThread, maxShutdownTime);
-  if (!IsActive(_hMessageThread)) return;
-  if (logTermination) {
-    Trace(kOwnersWait, "Calling TerminateThread");
-  }
-  TerminateMessageThread();
+bool PipeServer::EndsWithin(DWORD maxShutdownTime) const {
+  WaitForSingleObject(_hMessageThread, maxShutdownTime);
+  return !IsActive(_hMessageThread);
 }
 
 void PipeServer::TerminateMessageThread() {
@@ -117,12 +110,12 @@ void PipeServer::TerminateMessageThread() {
     OAutoLock lock(_terminationLock);
     TerminateBetweenLogLines(_hMessageThread, kTerminatedThreadExitCode);
   }
-  EndConnectionThread(kCancelledConnectionEndMs);
+  EndConnectionThread();
   _channel.ForgetAnnouncedCalls();
 }
 
 bool PipeServer::IsActive(HANDLE thread) {
-  DWORD exitCode = 0;
+  DWORD exitCode{};
   return GetExitCodeThread(thread, &exitCode) && exitCode == STILL_ACTIVE;
 }
 

@@ -4,14 +4,8 @@
 #include <string>
 
 #include "service/reply.h"
+#include "service/time_limits.h"
 #include "support/log.h"
-
-namespace {
-
-/// How long an encoder server waits for its client.
-constexpr DWORD kConnectionTimeoutMs = 5000;
-
-}  // namespace
 
 TagwrightController::TagwrightController(const OString& pipeName)
     : PipeServer(pipeName), _acceptsEncoders(true) {
@@ -44,7 +38,7 @@ bool TagwrightController::ParseIncomingMessage(const Tagwright::MessageHeader& m
 
 Tagwright::ReplyStatus TagwrightController::AddEncoder(const BYTE* pPayloadBuffer,
                                                        DWORD payloadLength) {
-  if (payloadLength == 0 || pPayloadBuffer == nullptr) return Tagwright::eStatusSuccess;
+  if (pPayloadBuffer == nullptr) return Tagwright::eStatusSuccess;
   // A name without its NUL is the whole payload; nothing beyond the payload is read.
   const BYTE* end = std::find(pPayloadBuffer, pPayloadBuffer + payloadLength, BYTE{0});
   const std::string name(pPayloadBuffer, end);

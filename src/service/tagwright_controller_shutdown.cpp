@@ -2,12 +2,11 @@
 #include <algorithm>
 
 #include "service/tagwright_controller.h"
+#include "service/time_limits.h"
 #include "support/log.h"
+#include "support/thread_end.h"
 
 namespace {
-
-/// Given to the encoder threads, and to everything together in ShutdownAllPipes.
-constexpr DWORD kShutdownTimeMs = 15000;
 
 constexpr Tracer kShutdownAllPipes{"TagwrightController::ShutdownAllPipes"};
 constexpr Tracer kWaitForEncoders{"TagwrightController::WaitForEncoderThreadShutdown"};
@@ -15,6 +14,37 @@ constexpr Tracer kWaitForControl{"TagwrightController::WaitForControlThreadShutd
 constexpr Tracer kTerminateEncoders{"TagwrightController::TerminateEncoderThreads"};
 
 void TraceShutdown(const char* text) { kShutdownAllPipes(text, LogLevel::kDetailInfoD); }
+
+/// A server whose thread was never started has none.
+void AddThreadOf(const PipeServer& server, std::vector<HANDLE>& threads) {
+  const HANDLE thread = server.GetThreadHandle();
+  if (thread != INVALID_HANDLE_VALUE) threads.push_back(thread);
+}
+
+struct WaitTexts {
+  const char* ended;
+  const char* timedOut;
+  const char* failed;
+};
+
+/// Whether the threads have ended.
+bool ReportWait(const Tracer& trace, ThreadEnd end, const WaitTexts& texts) {
+  switch (end) {
+    case ThreadEnd::kEnded:
+      trace(texts.ended);
+      break;
+    case ThreadEnd::kTimedOut:
+      trace(texts.timedOut);
+      break;
+    case ThreadEnd::kAbandoned:
+      trace.Warning("handle abandoned");
+      break;
+    case ThreadEnd::kFailed:
+      trace.Error(texts.failed);
+      break;
+  }
+  return end == ThreadEnd::kEnded;
+}
 
 }  // namespace
 
@@ -28,7 +58,7 @@ void TagwrightController::ForEachEncoder(Visit&& visit) {
 
 void TagwrightController::StopEncoders() {
   ShutdownEncoderThreads();
-  if (!WaitForEncoderThreadShutdown(kShutdownTimeMs)) TerminateEncoderThreads();
+  if (!WaitForEncoderThreadShutdown(kMaxControlShutdownTimeMs)) TerminateEncoderThreads();
 }
 
 TagwrightController::~TagwrightController() {
@@ -45,10 +75,7 @@ void TagwrightController::ShutdownEncoderThreads() {
 
 std::vector<HANDLE> TagwrightController::EncoderThreads() {
   std::vector<HANDLE> threads;
-  ForEachEncoder([&](const TagwrightServer& server) {
-    const HANDLE thread = server.GetThreadHandle();
-    if (thread != INVALID_HANDLE_VALUE) threads.push_back(thread);
-  });
+  ForEachEncoder([&](const TagwrightServer& server) { AddThreadOf(server, threads); });
   return threads;
 }
 
@@ -58,46 +85,23 @@ bool TagwrightController::WaitForEncoderThreadShutdown(DWORD timeout) {
     kWaitForEncoders("There are no threads to wait for");
     return true;
   }
-  const auto count = static_cast<DWORD>(threads.size());
-  const DWORD result = WaitForMultipleObjects(count, threads.data(), TRUE, timeout);
-  if (result < WAIT_OBJECT_0 + count) {
-    kWaitForEncoders("all threads signaled as shutdown");
-    return true;
-  }
-  if (result == WAIT_TIMEOUT) {
-    kWaitForEncoders("timeout while waiting for threads to shutdown");
-  } else if (result >= WAIT_ABANDONED_0 && result < WAIT_ABANDONED_0 + count) {
-    kWaitForEncoders.Warning("handle abandoned");
-  } else {
-    kWaitForEncoders.Error("WaitForMultipleObjects failed");
-  }
-  return false;
+  return ReportWait(
+      kWaitForEncoders, AwaitThreads(threads, timeout),
+      {"all threads signaled as shutdown", "timeout while waiting for threads to shutdown",
+       "WaitForMultipleObjects failed"});
 }
 
 bool TagwrightController::WaitForControlThreadShutdown(DWORD timeout) {
-  if (timeout == 0) return true;
-  const HANDLE thread = GetThreadHandle();
-  // Windows takes INVALID_HANDLE_VALUE for this process itself and would wait in vain.
-  switch (thread == INVALID_HANDLE_VALUE ? WAIT_FAILED : WaitForSingleObject(thread, timeout)) {
-    case WAIT_OBJECT_0:
-      kWaitForControl("Control pipe thread shutdown");
-      return true;
-    case WAIT_TIMEOUT:
-      kWaitForControl("Timeout while waiting for thread to shutdown");
-      return false;
-    case WAIT_ABANDONED:
-      kWaitForControl.Warning("handle abandoned");
-      return false;
-    default:
-      kWaitForControl.Error("WaitForSingleObjects failed");
-      return false;
-  }
+  std::vector<HANDLE> thread;
+  AddThreadOf(*this, thread);
+  return ReportWait(kWaitForControl, AwaitThreads(thread, timeout),
+                    {"Control pipe thread shutdown", "Timeout while waiting for thread to shutdown",
+                     "WaitForSingleObjects failed"});
 }
 
 void TagwrightController::TerminateEncoderThreads() {
   ForEachEncoder([](TagwrightServer& server) {
-    const HANDLE thread = server.GetThreadHandle();
-    if (thread == INVALID_HANDLE_VALUE || !IsActive(thread)) return;
+    if (!IsActive(server.GetThreadHandle())) return;
     kTerminateEncoders.Warning(
         [] { return OString("Terminating thread id: 0x") << FormatHex(GetCurrentThreadId()); });
     server.TerminateMessageThread();
@@ -115,8 +119,7 @@ void TagwrightController::DestroyEncoders() {
 }
 
 void TagwrightController::TerminateControlThread() {
-  const HANDLE thread = GetThreadHandle();
-  if (thread == INVALID_HANDLE_VALUE || !IsActive(thread)) return;
+  if (!IsActive(GetThreadHandle())) return;
   kShutdownAllPipes.Warning("Forcibly terminating control thread");
   TerminateMessageThread();
 }
@@ -128,7 +131,7 @@ void TagwrightController::ShutdownAllPipes() {
   // steps below would not stop.
   RefuseFurtherEncoders();
   ShutdownEncoderThreads();
-  if (!WaitForEncoderThreadShutdown(kShutdownTimeMs)) {
+  if (!WaitForEncoderThreadShutdown(kMaxControlShutdownTimeMs)) {
     kShutdownAllPipes.Warning("Forcing Encoder Threads Termination");
     TerminateEncoderThreads();
   }
@@ -136,7 +139,8 @@ void TagwrightController::ShutdownAllPipes() {
   PipeServer::Shutdown();
   DestroyEncoders();
   const DWORD usedMs = GetTickCount() - startTick;
-  if (usedMs < kShutdownTimeMs) WaitForControlThreadShutdown(kShutdownTimeMs - usedMs);
+  if (usedMs < kMaxControlShutdownTimeMs)
+    WaitForControlThreadShutdown(kMaxControlShutdownTimeMs - usedMs);
   TraceShutdown("Returned from WaitForControlThreadShutdown");
   TerminateControlThread();
   TraceShutdown("Leave");
