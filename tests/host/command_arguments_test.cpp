@@ -9,8 +9,8 @@ namespace {
 
 using Words = std::vector<std::basic_string<WCHAR>>;
 
-CommandArguments Parse(const Words& words) {
-  std::vector<const WCHAR*> argv = {TEXT("C:\\Drivers\\tagwright.exe")};
+CommandArguments Parse(const Words& words, const WCHAR* program = TEXT("program")) {
+  std::vector<const WCHAR*> argv = {program};
   for (const auto& word : words) argv.push_back(word.c_str());
   return CommandArguments(static_cast<int>(argv.size()), argv.data());
 }
@@ -51,12 +51,26 @@ TEST(CommandArgumentsTest, ReadsItsSwitchesExactly) {
   EXPECT_TRUE(Parse(Words{}).HasError()) << "without a log, too";
 }
 
+TEST(CommandArgumentsTest, TheProgramsNameIsTheLastComponentOfItsPath) {
+  const std::pair<const WCHAR*, const char*> cases[] = {
+      {TEXT(""), ""},
+      {TEXT("tagwright"), "tagwright"},
+      {TEXT("C:\\Drivers\\bin/tagwright.exe"), "bin/tagwright.exe"},
+      {TEXT("C:tagwright"), "tagwright"},
+      {TEXT("C:\\Drivers\\"), ""},
+  };
+  for (const auto& [path, name] : cases) {
+    EXPECT_STREQ(Parse(Words{TEXT("/n")}, path).GetProgramName().nstring(), name);
+  }
+}
+
 TEST(CommandArgumentsTest, ComparesUnitsAsUnsigned) {
   EXPECT_EQ(xstrcmp(TEXT("/n"), TEXT("/n")), 0);
   EXPECT_EQ(xstrcmp(TEXT("/"), TEXT("/n")), -1);
   EXPECT_EQ(xstrcmp(TEXT("\uFFE0"), TEXT("z")), 1);
   EXPECT_EQ(xstrcmp("\xE9", "z"), 1);
-  EXPECT_EQ(xstrcmp<WCHAR>(nullptr, nullptr), -1);
+  EXPECT_EQ(xstrcmp<WCHAR>(nullptr, TEXT("")), -1);
+  EXPECT_EQ(xstrcmp<WCHAR>(TEXT(""), nullptr), -1);
 }
 
 }  // namespace

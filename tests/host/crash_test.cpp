@@ -18,27 +18,17 @@ const VictimRole kProgram("program", [](VictimSide&, const std::string&) -> int 
   RunServerProcess(2, static_cast<WCHAR**>(kNowhere));
 });
 
-/// Crashes where a thread writes the line that ends with `text`.
-class CrashingLog : public OEventLog {
- public:
-  explicit CrashingLog(std::string text)
-      : OEventLog("Brennick Tagwright.Native", kApplicationLog), _text(std::move(text)) {}
-
-  bool WriteEvent(DWORD type, const OString& text, DWORD category, DWORD level) override {
-    if (std::string(text.nstring()).ends_with(_text)) *static_cast<volatile int*>(kNowhere) = 1;
-    return OEventLog::WriteEvent(type, text, category, level);
-  }
-
- private:
-  const std::string _text;
-};
-
 class ThreadCrashTest : public testing::Test {
  protected:
   ThreadCrashTest() {
     Z7SvEventLog.reset(new OEventLog("Brennick Tagwright.Native", OEventLog::kApplicationLog));
   }
   ~ThreadCrashTest() override { Z7SvEventLog.reset(); }
+
+  static void CrashAt(const std::string& line) {
+    Z7SvEventLog.reset(new HookedLog("Brennick Tagwright.Native", line,
+                                     [] { *static_cast<volatile int*>(kNowhere) = 1; }));
+  }
 
   void ExpectReport(const std::string& function) const {
     const std::string path = DumpFolder::Path("bkcrash_0000.dmp");
@@ -78,7 +68,7 @@ TEST_F(ThreadCrashTest, OfAPipeThread) {
        {"PipeServer::ProcessMessagesThread", "PipeServer::ConnectThreadProc"}) {
     const DumpFolder dumps;
     const ProductLog log;
-    Z7SvEventLog.reset(new CrashingLog(name + ": Enter"));
+    CrashAt(name + ": Enter");
     ScriptedServer server(UniquePipeName(), {});
     ASSERT_TRUE(server.CreateServerPipe());
     ASSERT_TRUE(server.StartProcessMessageThread(INFINITE));
@@ -96,7 +86,7 @@ DWORD CountThreads() {
 
 /// A crash stands for a lack of memory as well: both leave the line as an exception.
 TEST_F(ThreadCrashTest, OfAMessageThreadEndsTheConnectionThreadWithIt) {
-  Z7SvEventLog.reset(new CrashingLog("Connection attempt timed out"));
+  CrashAt("Connection attempt timed out");
   ScriptedServer first(UniquePipeName(), {}), second(UniquePipeName(), {});
   const auto fail = [](ScriptedServer& server) {
     ASSERT_TRUE(server.CreateServerPipe());

@@ -6,6 +6,7 @@
 #include <atomic>
 
 #include "common/victim.h"
+#include "host/process_state.h"
 #include "support/scoped_handle.h"
 
 namespace {
@@ -16,7 +17,7 @@ const std::string kBeginsToEnd = "begins-to-end";
 const VictimRole kNeverEnds("never-ends", [](VictimSide& side, const std::string& argument) -> int {
   StartEndDeadline(100);
   CreateMutexW(nullptr, TRUE, Widen(argument).c_str());
-  if (argument == kBeginsToEnd) BeginEnd();
+  if (argument == kBeginsToEnd) ShutdownTagwrightServer();
   side.Ready();
   for (std::atomic<unsigned> turns{0};; ++turns) {
   }
@@ -40,6 +41,11 @@ TEST(EndDeadlineTest, AProcessWhoseEndOrWhoseParentsEndHasBegunIsGoneInTime) {
   ASSERT_EQ(WaitForSingleObject(owned.Get(), 0), static_cast<DWORD>(WAIT_TIMEOUT));
   starter.Kill();
   EXPECT_EQ(WaitForSingleObject(owned.Get(), 60000), static_cast<DWORD>(WAIT_ABANDONED));
+}
+
+TEST(EndDeadlineTest, ComesWhenDriversAreToldThatItComes) {
+  EXPECT_EQ(kMaxEndMs, 12'000U);
+  EXPECT_EQ(kMaxControlEndMs, 22'000U);
 }
 
 }  // namespace

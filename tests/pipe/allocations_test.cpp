@@ -26,15 +26,17 @@ namespace {
 
 TEST_F(ServerTest, ARequestAllocatesItsPayloadAndNothingElse) {
   _log.SetMask(0);
-  Z7SvEventLog.reset(new OEventLog(OString(("Tagwright " + _pipeName).c_str()), 1));
+  Z7SvEventLog.reset(new OEventLog(OString(_source.c_str()), OEventLog::kApplicationLog));
   Serve([](const Tagwright::MessageHeader& request, const BYTE* payload,
            Tagwright::MessageHeader& reply) {
     t_isCounted = true;
     return Acknowledge(request, payload, reply);
   });
   _client.Expect(0, 0x200, "the first request makes what lasts");
-  const std::pair<std::string, int> cases[] = {
-      {"", 0}, {"job", 1}, {std::string(100'000, 'x'), 1}, {std::string(5'000'000, 'x'), 1}};
+  const std::pair<std::string, int> cases[] = {{"", 0},
+                                               {"job", 1},
+                                               {std::string(100'000, 'x'), 1},
+                                               {std::string(Tagwright::kMaxPayloadBytes, 'x'), 1}};
   for (const auto& [payload, allocations] : cases) {
     g_allocations = 0;
     for (int request = 0; request < 5; ++request) _client.Expect(0, 0x200, payload);

@@ -2,6 +2,8 @@
 #include "pipe/server_fixture.h"
 #include "service/tagwright_controller.h"
 #include "service/tagwright_server.h"
+#include "support/scoped_handle.h"
+#include "support/thread_start.h"
 
 namespace {
 
@@ -54,6 +56,45 @@ TEST_F(EncoderServerTest, EndsWithTheControllerThatIsDestroyed) {
   StopServer();
   encoder.ExpectClosed();
   EXPECT_TRUE(_log.Has("WaitForEncoderThreadShutdown: all threads signaled as shutdown"));
+}
+
+TEST_F(EncoderServerTest, AControllerThatWasNotStartedIsShutDown) {
+  auto& controller = Create<TagwrightController>(OString(_pipeName.c_str()));
+  _log.Clear();
+  controller.ShutdownAllPipes();
+  EXPECT_EQ(
+      _log.ThreadTexts(),
+      "DetailInfoD: TagwrightController::ShutdownAllPipes: Enter\n"
+      "DetailInfo: TagwrightController::WaitForEncoderThreadShutdown: There are no threads to "
+      "wait for\n"
+      "DetailInfoD: TagwrightController::ShutdownAllPipes: Encoder Threads shutdown\n"
+      "DetailInfo: Pipe: ...the-pipe: PipeServer::Shutdown: Enter\n"
+      "Errors: TagwrightController::WaitForControlThreadShutdown: WaitForSingleObjects failed\n"
+      "DetailInfoD: TagwrightController::ShutdownAllPipes: Returned from "
+      "WaitForControlThreadShutdown\n"
+      "DetailInfoD: TagwrightController::ShutdownAllPipes: Leave\n");
+}
+
+const ScopedHandle g_isHanging(CreateManualResetEvent());
+
+TEST_F(EncoderServerTest, AControlThreadThatHangsIsEndedByForce) {
+  auto& controller = Create<TagwrightController>(OString(_pipeName.c_str()));
+  controller.SetOnActivityCallback([] {
+    SetEvent(g_isHanging.Get());
+    Sleep(INFINITE);
+  });
+  StartAndConnect();
+  _client.Send(0x302);
+  ASSERT_EQ(WaitForSingleObject(g_isHanging.Get(), kLongMs), WAIT_OBJECT_0);
+  controller.ShutdownAllPipes();
+  DWORD exitCode = 0;
+  EXPECT_TRUE(GetExitCodeThread(controller.GetThreadHandle(), &exitCode));
+  EXPECT_EQ(exitCode, 260U);
+  for (const char* line :
+       {"WaitForControlThreadShutdown: Timeout while waiting for thread to shutdown",
+        "ShutdownAllPipes: Forcibly terminating control thread"}) {
+    EXPECT_EQ(_log.Count(std::string("TagwrightController::") + line), 1) << line;
+  }
 }
 
 TEST_F(EncoderServerTest, EndsAfterItsLastReply) {

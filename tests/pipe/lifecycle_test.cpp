@@ -164,6 +164,54 @@ TEST_F(LifecycleTest, ATerminationWaitsForTheStepThatMustNotBeCutShort) {
   EXPECT_TRUE(server.isStepDone);
 }
 
+TEST_F(LifecycleTest, RunWaitsForTheEndAndThenForcesIt) {
+  const struct {
+    DWORD handlerMs, maxShutdownMs, exitCode;
+  } kCases[] = {{100, kLongMs, 0}, {INFINITE, 0, 260}};
+  for (const auto& one : kCases) {
+    _pipeName = UniquePipeName();
+    ScriptedServer server(_pipeName, [&](const auto&, const BYTE*, auto&) {
+      server.Shutdown();
+      Sleep(one.handlerMs);
+      return true;
+    });
+    ASSERT_TRUE(server.CreateServerPipe());
+    std::thread client([&] {
+      _client.Connect(_pipeName);
+      _client.Send(0x200);
+    });
+    server.Run(kLongMs, one.maxShutdownMs);
+    DWORD exitCode = 1;
+    EXPECT_TRUE(GetExitCodeThread(server.GetThreadHandle(), &exitCode));
+    EXPECT_EQ(exitCode, one.exitCode);
+    EXPECT_TRUE(server.IsShutdown());
+    client.join();
+    _client.Close();
+  }
+  EXPECT_EQ(_log.Count("...the-pipe: PipeServer::Run: Enter"), 2);
+  EXPECT_EQ(_log.Count("...the-pipe: PipeServer::Run: Exit"), 2);
+  EXPECT_FALSE(_log.Mentions("Calling TerminateThread"));
+}
+
+TEST_F(LifecycleTest, ACancelledWaitForTheClientEndsTheServer) {
+  ScriptedServer withoutPipe(UniquePipeName(), Acknowledge);
+  EXPECT_TRUE(withoutPipe.CancelPipeIo());
+  CreateServer();
+  EXPECT_FALSE(_server->CancelPipeIo()) << "there is nothing to cancel";
+  ASSERT_TRUE(_server->StartProcessMessageThread(INFINITE));
+  while (!_server->CancelPipeIo()) Sleep(0);
+  EXPECT_EQ(WaitForEnd(), PipeServer::kMessageThreadEnded);
+  EXPECT_TRUE(_log.Has("ConnectThreadProc: ConnectNamedPipe failed.  Last error = 0x000003E3"));
+}
+
+TEST_F(LifecycleTest, AConnectionThreadThatFails) {
+  LogHooked("ConnectThreadProc: Enter", [] { throw new CException(TEXT("port busy")); });
+  CreateServer();
+  ASSERT_TRUE(_server->StartProcessMessageThread(INFINITE));
+  EXPECT_EQ(WaitForEnd(), PipeServer::kMessageThreadEnded);
+  EXPECT_EQ(_log.Count("PipeServer::ConnectThreadProc: Exception. Message = port busy"), 1);
+}
+
 struct Failure {
   const char* name;
   void (*raise)();

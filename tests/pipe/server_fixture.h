@@ -28,17 +28,40 @@ class ScriptedServer : public PipeServer {
   Handler _handler;
 };
 
+/// Calls `hook` on the thread that is about to write a line that ends with `text`.
+class HookedLog : public OEventLog {
+ public:
+  HookedLog(const std::string& source, std::string text, std::function<void()> hook)
+      : OEventLog(OString(source.c_str()), kApplicationLog),
+        _text(std::move(text)),
+        _hook(std::move(hook)) {}
+
+  bool WriteEvent(DWORD type, const OString& text, DWORD category, DWORD level) override {
+    if (std::string(text.nstring()).ends_with(_text)) _hook();
+    return OEventLog::WriteEvent(type, text, category, level);
+  }
+
+ private:
+  const std::string _text;
+  const std::function<void()> _hook;
+};
+
 class ServerTest : public testing::Test {
  protected:
   /// Far longer than anything here takes; only a fault reaches it.
   static constexpr DWORD kLongMs = 60000;
 
-  ServerTest() : _pipeName(UniquePipeName()), _log("Tagwright " + _pipeName) {
-    Z7SvEventLog.reset(new OEventLog(OString(("Tagwright " + _pipeName).c_str()), 1));
+  ServerTest() : _pipeName(UniquePipeName()), _source("Tagwright " + _pipeName), _log(_source) {
+    Z7SvEventLog.reset(new OEventLog(OString(_source.c_str()), OEventLog::kApplicationLog));
   }
   ~ServerTest() override {
     StopServer();
     Z7SvEventLog.reset();
+  }
+
+  /// From now on `hook` runs before each line that ends with `text`.
+  void LogHooked(std::string text, std::function<void()> hook) const {
+    Z7SvEventLog.reset(new HookedLog(_source, std::move(text), std::move(hook)));
   }
 
   /// Creates the pipe; the server is not started yet.
@@ -83,6 +106,7 @@ class ServerTest : public testing::Test {
   }
 
   std::string _pipeName;
+  const std::string _source;
   ProductLog _log;
   std::unique_ptr<PipeServer> _server;
   PipeClient _client;

@@ -2,6 +2,7 @@
 #include <sys/resource.h>
 
 #include <cstdio>
+#include <optional>
 #include <vector>
 
 #include "pipe/server_fixture.h"
@@ -51,6 +52,15 @@ TEST_F(ThreadStartTest, AnEncoderWithoutItsThreadLeavesALine) {
   const NoRoomForStacks noRoom;
   _client.Expect(0, 0x300, UniquePipeName());
   EXPECT_TRUE(_log.Has("PipeServer::StartProcessMessageThread: Couldn't start message thread"));
+}
+
+TEST_F(ThreadStartTest, AServerWithoutItsConnectionThreadEnds) {
+  std::optional<NoRoomForStacks> noRoom;
+  LogHooked("WaitClientConnection: Enter. Timeout: 0x00000001", [&] { noRoom.emplace(); });
+  auto& server = Create<ScriptedServer>(_pipeName, Acknowledge);
+  ASSERT_TRUE(server.StartProcessMessageThread(1));
+  EXPECT_EQ(WaitForEnd(), PipeServer::kMessageThreadEnded);
+  EXPECT_TRUE(_log.Has("PipeServer::WaitClientConnection: Couldn't start connnect thread"));
 }
 
 }  // namespace

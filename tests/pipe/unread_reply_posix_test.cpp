@@ -57,6 +57,8 @@ TEST_F(UnreadReplyTest, FindsThePayloadWiped) {
   char first = 0;
   ASSERT_NO_FATAL_FAILURE(_client.ReadBytes(&first, 1));
   EXPECT_EQ(MemoryAt(payload, secret.size()).find("SSSSSSSS"), std::string::npos);
+  EXPECT_EQ(_server->WaitForMultipeObjectsOrPipeTermination(0, nullptr, 0, kLongMs),
+            PipeServer::kWaitTimedOut);
 }
 
 /// The pipe of a client that has gone is looked at twice a second, and not all the time.
