@@ -14,8 +14,6 @@ StdBrennick::shared_ptr<OEventLog> Z7SvEventLog;
 
 namespace {
 
-/// The mask is read at most this often.
-constexpr DWORD kMaskLifetimeMs = 5000;
 /// A line is written after this wait, whether the file's mutex was free or not.
 constexpr DWORD kFileMutexTimeoutMs = 10000;
 
@@ -110,8 +108,6 @@ void DescribeSource(HKEY key) {
 
 }  // namespace
 
-DWORD OEventLog::SystemTicks() { return GetTickCount(); }
-
 OEventLog::OEventLog(const OString& sourceName, DWORD eventLogType, TickSource maskClock)
     : _eventLogType(eventLogType),
       _sourceName(sourceName),
@@ -146,17 +142,6 @@ void OEventLog::RefreshLogMask() {
   if (_maskKeyPath.IsEmpty()) return;
   _maskReadTick = _maskClock();
   _levelMask = ReadLogMask();
-}
-
-void OEventLog::RefreshLogMaskIfDue() {
-  // Taken before the clock is looked at: another thread's refresh must not lie in the future.
-  const DWORD readTick = _maskReadTick;
-  if (_maskClock() - readTick > kMaskLifetimeMs) RefreshLogMask();
-}
-
-bool OEventLog::IsLogEnabled(int levels) {
-  RefreshLogMaskIfDue();
-  return (_levelMask & static_cast<DWORD>(levels)) != 0;
 }
 
 bool OEventLog::LogInformationEvent(const OString& text, int category, DWORD level) {

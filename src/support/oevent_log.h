@@ -53,12 +53,11 @@ class OEventLog {
   static constexpr DWORD kApplicationLog = 1;
 
   /// A clock in milliseconds that wraps around, as GetTickCount does.
-  using TickSource = DWORD (*)();
-  static DWORD SystemTicks();
+  using TickSource = DWORD(WINAPI*)();
 
   /// Reads the mask of `sourceName` and writes it back, so that the value exists from the first
   /// run. The event source is registered by the first event. `maskClock` tells how old the mask is.
-  OEventLog(const OString& sourceName, DWORD eventLogType, TickSource maskClock = SystemTicks);
+  OEventLog(const OString& sourceName, DWORD eventLogType, TickSource maskClock = GetTickCount);
   virtual ~OEventLog();
   OEventLog(const OEventLog&) = delete;
   OEventLog& operator=(const OEventLog&) = delete;
@@ -70,7 +69,10 @@ class OEventLog {
 
   /// Whether the mask has one of the bits of `levels`. Reads the mask anew when it is more than
   /// 5000 ms old; takes no lock.
-  bool IsLogEnabled(int levels);
+  bool IsLogEnabled(int levels) {
+    RefreshLogMaskIfDue();
+    return (_levelMask & static_cast<DWORD>(levels)) != 0;
+  }
 
   /// Reports `text` as it stands; `level` 0 stands for LogLevel::kInfo.
   bool LogInformationEvent(const OString& text, int category, DWORD level);
@@ -95,7 +97,11 @@ class OEventLog {
  private:
   void LoadLogMask();
   void RefreshLogMask();
-  void RefreshLogMaskIfDue();
+  void RefreshLogMaskIfDue() {
+    // Taken before the clock is looked at: another thread's refresh must not lie in the future.
+    const DWORD readTick = _maskReadTick;
+    if (_maskClock() - readTick > kMaskLifetimeMs) RefreshLogMask();
+  }
   DWORD ReadLogMask() const;
 
   bool LogStampedEvent(DWORD type, const OString& text, int category, DWORD level);
@@ -106,6 +112,9 @@ class OEventLog {
   std::string BuildFileLine(const OString& text, const OEventData& block) const;
 
   static bool RegisterSourceKey(const OString& sourceName, DWORD eventLogType);
+
+  /// The mask is read at most this often.
+  static constexpr DWORD kMaskLifetimeMs = 5000;
 
   HANDLE _eventSource = nullptr;
   DWORD _eventLogType;

@@ -5,12 +5,9 @@
 #include <charconv>
 #include <limits>
 
-#include "support/ostring_buffer.h"
 #include "support/secure_wipe.h"
 
 namespace {
-
-constexpr std::array<DWORD, 6> kMultiBytePages = {932, 936, 949, 950, 1361, 54936};
 
 /// A position that is cut to the end of the text.
 constexpr int kEnd = std::numeric_limits<int>::max();
@@ -21,11 +18,6 @@ bool IsAscii(std::string_view text) {
 }
 
 DWORD ResolvedPage(DWORD codePage) { return codePage == CP_ACP ? GetACP() : codePage; }
-
-bool IsMultiBytePage(DWORD codePage) {
-  return std::find(kMultiBytePages.begin(), kMultiBytePages.end(), codePage) !=
-         kMultiBytePages.end();
-}
 
 }  // namespace
 
@@ -150,36 +142,12 @@ int OString::Splice(int position, int count, std::basic_string_view<In> added) {
 template int OString::Splice<char>(int, int, const OString&);
 template int OString::Splice<WCHAR>(int, int, const OString&);
 
-const char* OString::nstring() const { return _buffer == nullptr ? "" : _buffer->Text<char>(); }
-
-const WCHAR* OString::wstring() const {
-  return _buffer == nullptr ? TEXT("") : _buffer->Text<WCHAR>();
-}
-
-bool OString::is_valid_n() const noexcept { return _buffer != nullptr && _buffer->IsValid<char>(); }
-
-bool OString::is_valid_w() const noexcept {
-  return _buffer != nullptr && _buffer->IsValid<WCHAR>();
-}
-
-bool OString::IsEmpty() const noexcept { return !is_valid_n() && !is_valid_w(); }
-
 int OString::GetLength() const {
   return InForm(WorksWide(), [&]<class Char>() { return static_cast<int>(View<Char>().size()); });
 }
 
-DWORD OString::CodePage() const noexcept {
-  return _buffer == nullptr ? CP_ACP : _buffer->CodePage();
-}
-
-bool OString::WorksWide() const {
-  return is_valid_w() || IsMultiBytePage(ResolvedPage(CodePage()));
-}
-
 bool OString::StaysNarrow() const { return CodePage() == CP_ACP && !WorksWide(); }
 
-bool OString::WorksWideWith(const OString& other) const {
-  if (CodePage() == other.CodePage()) return other.is_valid_w() || WorksWide();
-  return WorksWide() || other.WorksWide() ||
-         ResolvedPage(CodePage()) != ResolvedPage(other.CodePage());
+bool OString::HasOtherPageThan(const OString& other) const {
+  return ResolvedPage(CodePage()) != ResolvedPage(other.CodePage());
 }

@@ -6,8 +6,7 @@
 #include <utility>
 
 #include "platform/windows_api.h"
-
-class OStringBuffer;
+#include "support/ostring_buffer.h"
 
 /// Text that may arrive narrow (system ANSI code page) or wide (UTF-16) and is handed out as
 /// either, converted when first asked for. Copies share one buffer; a modification first gives the
@@ -54,12 +53,12 @@ class OString {
   friend OString operator+(OString left, const char* right);
 
   /// The text in one form, never null. Valid until the string is modified or destroyed.
-  const char* nstring() const;
-  const WCHAR* wstring() const;
+  const char* nstring() const { return _buffer == nullptr ? "" : _buffer->Text<char>(); }
+  const WCHAR* wstring() const { return _buffer == nullptr ? TEXT("") : _buffer->Text<WCHAR>(); }
   /// Whether that form is there already. Neither converts.
-  bool is_valid_n() const noexcept;
-  bool is_valid_w() const noexcept;
-  bool IsEmpty() const noexcept;
+  bool is_valid_n() const noexcept { return _buffer != nullptr && _buffer->IsValid<char>(); }
+  bool is_valid_w() const noexcept { return _buffer != nullptr && _buffer->IsValid<WCHAR>(); }
+  bool IsEmpty() const noexcept { return !is_valid_n() && !is_valid_w(); }
   int GetLength() const;
 
   /// -1, 0 or 1. Wide characters compare unsigned, narrow ones signed: bytes from 0x80 upward sort
@@ -131,9 +130,15 @@ class OString {
   }
 
   void MakeUnique();
-  DWORD CodePage() const noexcept;
-  bool WorksWide() const;
-  bool WorksWideWith(const OString& other) const;
+  DWORD CodePage() const noexcept { return _buffer == nullptr ? CP_ACP : _buffer->CodePage(); }
+  bool WorksWide() const {
+    return _buffer == nullptr ? OStringBuffer::IsMultiBytePage(CP_ACP) : _buffer->WorksWide();
+  }
+  bool WorksWideWith(const OString& other) const {
+    return WorksWide() || other.WorksWide() ||
+           (CodePage() != other.CodePage() && HasOtherPageThan(other));
+  }
+  bool HasOtherPageThan(const OString& other) const;
 
   /// The one way of editing: `count` characters at `position` make room for those of `text`.
   template <class Char>

@@ -1,6 +1,7 @@
 #include "support/ostring_buffer.h"
 
 #include <algorithm>
+#include <array>
 #include <functional>
 #include <memory>
 #include <string>
@@ -8,6 +9,8 @@
 #include "support/secure_wipe.h"
 
 namespace {
+
+constexpr std::array<DWORD, 6> kMultiBytePages = {932, 936, 949, 950, 1361, 54936};
 
 constexpr std::uint64_t kCapacityStepChars = 32;
 
@@ -50,6 +53,10 @@ struct Releaser {
 
 OStringBuffer::OStringBuffer(std::uint64_t capacityChars, DWORD codePage)
     : _capacityChars(capacityChars), _codePage(codePage) {}
+
+bool OStringBuffer::IsListed(DWORD codePage) {
+  return std::ranges::find(kMultiBytePages, codePage) != kMultiBytePages.end();
+}
 
 OStringBuffer::~OStringBuffer() {
   Free<char>();
@@ -104,12 +111,10 @@ void OStringBuffer::Free() {
 }
 
 template <class Char>
-const Char* OStringBuffer::Text() {
+const Char* OStringBuffer::ConvertedText() {
   static constexpr Char kEmpty[] = {0};
-  if (!IsValid<Char>()) {
-    if (!IsValid<OtherForm<Char>>()) return kEmpty;
-    FillFrom(Form<OtherForm<Char>>());
-  }
+  if (!IsValid<OtherForm<Char>>()) return kEmpty;
+  FillFrom(Form<OtherForm<Char>>());
   return Form<Char>();
 }
 
@@ -169,8 +174,8 @@ bool OStringBuffer::Contains(const void* text) const {
   return IsWithin(text, _narrow, RoomBytes<char>()) || IsWithin(text, _wide, RoomBytes<WCHAR>());
 }
 
-template const char* OStringBuffer::Text();
-template const WCHAR* OStringBuffer::Text();
+template const char* OStringBuffer::ConvertedText();
+template const WCHAR* OStringBuffer::ConvertedText();
 template char* OStringBuffer::Edit(std::uint64_t);
 template WCHAR* OStringBuffer::Edit(std::uint64_t);
 template void OStringBuffer::Assign(const char*, std::uint64_t);

@@ -31,6 +31,14 @@ class OStringBuffer {
   OStringBuffer* Clone() const;
 
   DWORD CodePage() const { return _codePage; }
+  /// Whether the page has characters of several bytes; UTF-8 is not counted among them.
+  static bool IsMultiBytePage(DWORD codePage) {
+    // Asked when it is first needed: texts are made before the system can be asked.
+    static const bool isAnsiPageOne = IsListed(GetACP());
+    return codePage == CP_ACP ? isAnsiPageOne : IsListed(codePage);
+  }
+  /// Whether positions in the text count wide characters.
+  bool WorksWide() const { return IsValid<WCHAR>() || IsMultiBytePage(_codePage); }
 
   template <class Char>
   bool IsValid() const {
@@ -40,7 +48,9 @@ class OStringBuffer {
   /// The text in this form, NUL-terminated; made from the other form when only that one is valid.
   /// An empty text gives a static empty string. The form is filled in place also while shared.
   template <class Char>
-  const Char* Text();
+  const Char* Text() {
+    return IsValid<Char>() ? Form<Char>() : ConvertedText<Char>();
+  }
 
   /// Makes this the only valid form, with room for `lengthChars` characters besides its NUL, and
   /// returns it. The text stays.
@@ -56,6 +66,8 @@ class OStringBuffer {
 
  private:
   ~OStringBuffer();
+
+  static bool IsListed(DWORD codePage);
 
   template <class Char>
   Char* const& Form() const {
@@ -73,6 +85,8 @@ class OStringBuffer {
   /// needs more than 2 bytes a character.
   template <class Char>
   std::uint64_t RoomBytes() const;
+  template <class Char>
+  const Char* ConvertedText();
   template <class Char>
   Char* Allocated();
   template <class Char>

@@ -1,7 +1,6 @@
 #include <algorithm>
 
 #include "support/ostring.h"
-#include "support/ostring_buffer.h"
 
 namespace {
 

@@ -48,7 +48,7 @@ struct TestSource {
 };
 
 struct TestLog : TestSource, OEventLog {
-  explicit TestLog(DWORD mask, DWORD type = kApplicationLog, TickSource maskClock = SystemTicks)
+  explicit TestLog(DWORD mask, DWORD type = kApplicationLog, TickSource maskClock = GetTickCount)
       : TestSource(mask), OEventLog(name.c_str(), type, maskClock) {}
 };
 
