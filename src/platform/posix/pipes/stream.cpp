@@ -23,9 +23,9 @@ namespace {
 // hundred bytes, so a smaller sum means that everything has been read.
 constexpr int kSmallestUnreadBuffer = 64;
 
-// As much as a request's payload may have to come with its header; only the part that has been
-// used takes memory.
-constexpr std::size_t kReadAheadBytes = 64 * kKiB;
+// As much as a request's payload may have to come with its header. To copy and wipe more than that
+// takes longer than another system call.
+constexpr std::size_t kReadAheadBytes = 16 * kKiB;
 
 bool IsTransient(int error) { return error == EAGAIN || error == EINTR; }
 

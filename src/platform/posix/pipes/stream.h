@@ -19,8 +19,8 @@ class PipeStream {
   /// What a read takes from the socket.
   enum class Receives {
     kOnlyWhatIsRead,
-    /// What follows as well, up to 64 KiB, so that a request's header and payload cost one system
-    /// call. The peer that flushes then waits only until its bytes have been received.
+    /// What follows as well, up to 16 KiB, so that the header and payload of most requests cost
+    /// one system call. The peer that flushes then waits only until its bytes have been received.
     kAhead,
   };
 
