@@ -37,6 +37,18 @@ class ManagedTest : public ControlTest {
     _tagwright.Start(program, options + "/n " + _pipeName);
     _tagwright.Connect(_client, _pipeName);
   }
+  /// The program's signals that have handlers, or are ignored; the real-time ones are left out.
+  std::string HandledSignals() const {
+    const std::string status =
+        ReadWholeFile("/proc/" + std::to_string(_tagwright.Id()) + "/status");
+    constexpr std::size_t kDigits = 16, kOfStandardSignals = 8;
+    std::string masks;
+    for (const std::string name : {"SigIgn:\t", "SigCgt:\t"}) {
+      masks += status.substr(status.find(name) + name.size() + kDigits - kOfStandardSignals,
+                             kOfStandardSignals);
+    }
+    return masks;
+  }
   static void ThrowIn(const std::string& member) { std::ofstream(InRoot("throw")) << member; }
 };
 
@@ -64,11 +76,23 @@ TEST_F(ManagedTest, ForwardsEveryCallWithItsTypes) {
   ExpectExit();
 }
 
-TEST_F(ManagedTest, AnExceptionOfAnyMemberIsThatOfTheComponent) {
-  const std::string all = Job(
+TEST_F(ManagedTest, TheRuntimeGivesBackTheSignalsThatItTakes) {
+  Start();
+  _client.Expect(200002, 0x302);  // The program has taken what it needs itself.
+  const std::string before = HandledSignals();
+  _client.Expect(0, 0x200, Job(Write("collect")));
+  EXPECT_EQ(HandledSignals(), before);
+}
+
+/// Calls every member.
+std::string JobOfEveryMember() {
+  return Job(
       Printer("A") + Write("E200") +
       "<write segment='0' data=''/><write segment='3' data=''/><setpassword type='1'/><setpassword "
       "type='0'/><lock/><unlock/><lock block='yes'/><killtag/>");
+}
+
+TEST_F(ManagedTest, AnExceptionOfAnyMemberIsThatOfTheComponent) {
   Start();
   int count = 0;
   for (const char* member :
@@ -76,39 +100,46 @@ TEST_F(ManagedTest, AnExceptionOfAnyMemberIsThatOfTheComponent) {
         "SetAccessPassword", "LockTag", "UnlockTag", "PermalockUserBlock", "KillTag"}) {
     SCOPED_TRACE(member);
     ThrowIn(member);
-    _client.Expect(200003, 0x200, all);
+    _client.Expect(200003, 0x200, JobOfEveryMember());
     EXPECT_EQ(_log.Mentions(kUnknown), ++count);
   }
+  ThrowIn("TestManagedCodeAccessible");
+  _client.Expect(200003, 0x200, JobOfEveryMember());
+  EXPECT_TRUE(_log.Has("DLLs are missing. ExceptionCode:E0434352"));
+  ThrowIn("Dispose");
+  _client.Expect(0, 0x200, JobOfEveryMember());
+}
+
+TEST_F(ManagedTest, AnExceptionOfConnectIsWrittenToTheComponentsLog) {
+  Start();
   const std::string other = Job(Printer("throw a string"));
   _client.Expect(200003, 0x200, other);
   EXPECT_TRUE(HasNote("log(ZebraSDKManagedBridge::Connect Unknown exception - ")) << Notes();
+  EXPECT_EQ(_log.Mentions(kUnknown), 0);
   ThrowIn("log");
   _client.Expect(200003, 0x200, other);
-  EXPECT_EQ(_log.Mentions(kUnknown), ++count);
+  EXPECT_EQ(_log.Mentions(kUnknown), 1);
   ThrowIn("Connect");
-  _client.Expect(200003, 0x200, all);
+  _client.Expect(200003, 0x200, JobOfEveryMember());
   EXPECT_TRUE(
       HasNote("log(ZebraSDKManagedBridge::Connect Exception - thrown by Connect"
               "Tagwright.Managed.TestException: thrown by Connect\n"
               "  at Tagwright.Managed.ZebraSDK.Note "))
       << Notes();
-  ThrowIn("TestManagedCodeAccessible");
-  _client.Expect(200003, 0x200, all);
-  EXPECT_TRUE(_log.Has("DLLs are missing. ExceptionCode:E0434352"));
-  ThrowIn("Dispose");
-  _client.Expect(0, 0x200, all);
-  ThrowIn("Disconnect");
-  _client.Send(0x200, all);
-  _client.ExpectClosed();
-  ExpectExit();
-  ThrowIn("ZebraSDK");
-  Program another;
-  PipeClient client;
-  another.Start(kProgram, "/n " + _pipeName);
-  another.Connect(client, _pipeName);
-  client.Send(0x200, all);
-  client.ExpectClosed();
-  EXPECT_EQ(another.ExitCode(), 0U);
+}
+
+TEST_F(ManagedTest, AnExceptionBeforeOrAfterAllCallsEndsTheProcess) {
+  for (const char* member : {"Disconnect", "ZebraSDK"}) {
+    SCOPED_TRACE(member);
+    ThrowIn(member);
+    Program program;
+    PipeClient client;
+    program.Start(kProgram, "/n " + _pipeName);
+    program.Connect(client, _pipeName);
+    client.Send(0x200, JobOfEveryMember());
+    client.ExpectClosed();
+    EXPECT_EQ(program.ExitCode(), 0U);
+  }
 }
 
 TEST_F(ManagedTest, AFaultOfManagedCodeIsAnExceptionThatItMayCatch) {

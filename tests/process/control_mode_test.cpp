@@ -19,7 +19,69 @@ class ControlModeTest : public ControlTest {
   int Terminated() const {
     return _log.Mentions("TerminateEncoderThreads: Terminating thread id: 0x");
   }
+
+  /// A driver for each encoder sends the job this often; they do not wait for each other.
+  void SendFromAllAtOnce(const std::string& job, int times) {
+    std::vector<std::thread> drivers;
+    for (PipeClient& encoder : _encoders) {
+      drivers.emplace_back([&encoder, job, times] {
+        for (int i = 0; i < times; ++i) encoder.Expect(0, 0x200, job);
+      });
+    }
+    for (std::thread& driver : drivers) driver.join();
+  }
+
+  void ExpectOneJobAtATime() const {
+    int inside = 0;
+    for (const std::string& text : _log.Texts()) {
+      inside += text.ends_with("Aquired _Zxp7EncodeMutex");
+      inside -= text.ends_with("Releasing _Zxp7EncodeMutex");
+      EXPECT_THAT(inside, testing::AnyOf(0, 1)) << text;
+    }
+  }
+
+  /// Once another component object is called, the one before is never called again; what is left of
+  /// it is disposed of when the next job may have begun.
+  static void ExpectObjectsOneAfterAnother(std::size_t count) {
+    std::vector<std::pair<DWORD, int>> objects;
+    for (const auto& call : Calls()) {
+      const std::pair object(call["process"].get<DWORD>(), call["object"].get<int>());
+      if (object.second == 0 || call["member"] == "Dispose") continue;
+      if (objects.empty() || objects.back() != object) objects.push_back(object);
+    }
+    EXPECT_EQ(objects.size(), count);
+    EXPECT_EQ(std::set(objects.begin(), objects.end()).size(), count);
+  }
 };
+
+/// A request over the control pipe, its answer, and the pipe that is there then, if any.
+struct ControlRequest {
+  std::uint32_t type;
+  std::string payload;
+  std::uint32_t status;
+  std::string pipe;
+};
+
+std::vector<ControlRequest> RequestsAbout(const std::string& name) {
+  const std::string accented = name + "\xE9\xDF",
+                    longest = name + std::string(200 - name.size(), 'n');
+  return {
+      {0x302, "", 0, ""},
+      {0x302, "with a payload", 0, ""},
+      {0x200, "<zsdk_job/>", 200002, ""},
+      {0x301, "", 200002, ""},
+      {0x300, "", 0, ""},
+      {0x300, "\0"s, 200004, ""},
+      {0x300, "\0"s + name, 200004, ""},
+      {0x300, name + '\0', 0, name},
+      {0x300, name + '\0', 200005, ""},
+      {0x300, name + "2", 0, name + "2"},
+      {0x300, name + "3\0 and more"s, 0, name + "3"},
+      {0x300, accented + '\0', 0, accented},
+      {0x300, longest, 0, longest},
+      {0x300, name + std::string(256 - name.size(), 'n'), 200005, ""},
+  };
+}
 
 TEST_F(ControlModeTest, EncodesCardsAndTellsTheWholeStory) {
   StartController();
@@ -36,31 +98,7 @@ TEST_F(ControlModeTest, EncodesCardsAndTellsTheWholeStory) {
 TEST_F(ControlModeTest, AnswersByTypeAndName) {
   StartController();
   const std::string name = _pipeName + " e";
-  const std::string accented = name + "\xE9\xDF";
-  struct Case {
-    std::uint32_t type;
-    std::string payload;
-    std::uint32_t status;
-    std::string pipe;  // The pipe that is there then, if any.
-  };
-  const Case cases[] = {
-      {0x302, "", 0, ""},
-      {0x302, "with a payload", 0, ""},
-      {0x200, "<zsdk_job/>", 200002, ""},
-      {0x301, "", 200002, ""},
-      {0x300, "", 0, ""},
-      {0x300, "\0"s, 200004, ""},
-      {0x300, "\0"s + name, 200004, ""},
-      {0x300, name + '\0', 0, name},
-      {0x300, name + '\0', 200005, ""},
-      {0x300, name + "2", 0, name + "2"},
-      {0x300, name + "3\0 and more"s, 0, name + "3"},
-      {0x300, accented + '\0', 0, accented},
-      {0x300, name + std::string(200 - name.size(), 'n'), 0,
-       name + std::string(200 - name.size(), 'n')},
-      {0x300, name + std::string(256 - name.size(), 'n'), 200005, ""},
-  };
-  for (const Case& request : cases) {
+  for (const ControlRequest& request : RequestsAbout(name)) {
     SCOPED_TRACE(testing::Message() << std::hex << request.type << " " << request.payload);
     _client.Expect(request.status, request.type, request.payload);
     if (request.pipe.empty()) continue;
@@ -162,33 +200,12 @@ TEST_F(ControlModeTest, OneJobAtATimeAmongProcesses) {
   Program other;
   other.Start("tagwright", "/n " + single);
   other.Connect(_encoders.emplace_back(), single);
-  std::vector<std::thread> drivers;
-  for (PipeClient& encoder : _encoders) {
-    drivers.emplace_back([&encoder, job = Example("encode-epc.xml")] {
-      for (int i = 0; i < 8; ++i) encoder.Expect(0, 0x200, job);
-    });
-  }
-  for (std::thread& driver : drivers) driver.join();
+  SendFromAllAtOnce(Example("encode-epc.xml"), 8);
   _encoders.back().Expect(0, 0x100);
   EXPECT_EQ(other.ExitCode(), DWORD{0});
   ShutDown();
-
-  int inside = 0;
-  for (const std::string& text : _log.Texts()) {
-    inside += text.ends_with("Aquired _Zxp7EncodeMutex");
-    inside -= text.ends_with("Releasing _Zxp7EncodeMutex");
-    EXPECT_THAT(inside, testing::AnyOf(0, 1)) << text;
-  }
-  // Once another component object is called, the one before is never called again; what is left of
-  // it is disposed of when the next job may have begun.
-  std::vector<std::pair<DWORD, int>> objects;
-  for (const auto& call : Calls()) {
-    const std::pair object(call["process"].get<DWORD>(), call["object"].get<int>());
-    if (object.second == 0 || call["member"] == "Dispose") continue;
-    if (objects.empty() || objects.back() != object) objects.push_back(object);
-  }
-  EXPECT_EQ(objects.size(), 24U);
-  EXPECT_EQ(std::set(objects.begin(), objects.end()).size(), 24U);
+  ExpectOneJobAtATime();
+  ExpectObjectsOneAfterAnother(24);
 }
 
 }  // namespace
