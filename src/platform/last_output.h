@@ -10,7 +10,7 @@
 
 namespace platform {
 
-/// The event log and a text file. May be used by any thread.
+/// The event log and a text file. May be used by any thread; what cannot be written is lost.
 class LastOutput {
  public:
   /// The event source is one that RegisterEventSourceW takes; the file need not exist yet, its
@@ -21,9 +21,9 @@ class LastOutput {
   LastOutput& operator=(const LastOutput&) = delete;
 
   /// Reports an error of category 0 with one string, which is ASCII (other bytes become "?").
-  bool ReportError(DWORD eventId, std::string_view text, const void* data, DWORD dataBytes) const;
+  void ReportError(DWORD eventId, std::string_view text, const void* data, DWORD dataBytes) const;
   /// Appends text as the C runtime's text mode does ("\n" becomes CR LF), in one write.
-  bool AppendToFile(std::string_view text) const;
+  void AppendToFile(std::string_view text) const;
 
  private:
   struct Names;

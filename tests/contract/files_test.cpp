@@ -107,6 +107,9 @@ TEST_F(Files, AreMovedAndDeletedOnlyWhereThatHarmsNothing) {
   const UINT length = GetSystemDirectoryW(folder, MAX_PATH);
   EXPECT_EQ(Text(folder).size(), length);
   EXPECT_EQ(GetSystemDirectoryW(folder, length), length + 1) << "too small by the NUL";
+  constexpr int kShared = CSIDL_COMMON_APPDATA | CSIDL_FLAG_CREATE;
+  EXPECT_EQ(SHGetFolderPathW(nullptr, kShared, nullptr, 0, folder), S_OK);
+  EXPECT_EQ(AttributesOf(folder), DWORD{FILE_ATTRIBUTE_DIRECTORY});
 }
 
 }  // namespace

@@ -85,8 +85,12 @@ TEST_F(WaitTest, BadHandlesAreToldFromGoodOnes) {
 TEST_F(WaitTest, GivesUpWhenTimeIsOver) {
   const HANDLE never = NewEvent(kAuto);
   const ULONGLONG before = GetTickCount64();
+  LARGE_INTEGER start{}, end{}, frequency{};
+  EXPECT_TRUE(QueryPerformanceFrequency(&frequency) && QueryPerformanceCounter(&start));
   EXPECT_EQ(WaitForSingleObject(never, 60), static_cast<DWORD>(WAIT_TIMEOUT));
   EXPECT_GE(GetTickCount64() - before, 45U);  // A clock tick of 15 ms less.
+  EXPECT_TRUE(QueryPerformanceCounter(&end));
+  EXPECT_GE((end.QuadPart - start.QuadPart) * 1000 / frequency.QuadPart, 45);
 }
 
 }  // namespace

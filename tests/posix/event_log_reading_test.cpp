@@ -113,7 +113,9 @@ TEST_F(EventLogReading, TellsTheTimeInEveryZone) {
     const char* zone;
     std::string offset;
     int minutes;
-  } zones[] = {{"<+0545>-5:45", "+05:45\",", 345}, {"<-0330>3:30", "-03:30\",", -210}};
+  } zones[] = {{"<+0545>-5:45", "+05:45\",", 345},
+               {"<-0330>3:30", "-03:30\",", -210},
+               {"UTC0", "+00:00\",", 0}};
   for (const auto& [zone, offset, minutes] : zones) {
     setenv("TZ", zone, 1);
     tzset();

@@ -4,8 +4,10 @@
 
 #include <cmath>
 #include <filesystem>
+#include <fstream>
 
 #include "common/test_root.h"
+#include "platform/posix/kernel/state_paths.h"
 #include "platform/windows_api.h"
 
 namespace {
@@ -28,6 +30,12 @@ TEST(Libraries, ABareNameIsNotLookedForInTheCurrentFolder) {
   EXPECT_EQ(GetLastError(), ERROR_PROC_NOT_FOUND);
   EXPECT_TRUE(FreeLibrary(library));
   EXPECT_FALSE(FreeLibrary(library));
+  for (const std::size_t size : {3U, 300U}) {
+    std::ofstream(folder / "none.dll") << std::string(size, 'x');
+    EXPECT_EQ(LoadLibraryW(platform::ToWindowsPath((folder / "none.dll").string()).c_str()),
+              nullptr);
+    EXPECT_EQ(GetLastError(), ERROR_BAD_EXE_FORMAT);
+  }
 }
 
 }  // namespace

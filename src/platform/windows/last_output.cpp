@@ -21,14 +21,14 @@ void Widen(std::string_view text, WCHAR (&wide)[kSize]) {
 }
 
 /// Writes in few calls, without a copy of the whole text.
-bool AppendLines(HANDLE file, std::string_view text) {
+void AppendLines(HANDLE file, std::string_view text) {
   DWORD written = 0;
   for (std::size_t end = text.find('\n'); end != text.npos; end = text.find('\n')) {
-    if (!WriteFile(file, text.data(), static_cast<DWORD>(end), &written, nullptr)) return false;
-    if (!WriteFile(file, "\r\n", 2, &written, nullptr)) return false;
+    WriteFile(file, text.data(), static_cast<DWORD>(end), &written, nullptr);
+    WriteFile(file, "\r\n", 2, &written, nullptr);
     text.remove_prefix(end + 1);
   }
-  return WriteFile(file, text.data(), static_cast<DWORD>(text.size()), &written, nullptr) != FALSE;
+  WriteFile(file, text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
 }
 
 }  // namespace
@@ -43,27 +43,25 @@ LastOutput::LastOutput(LPCWSTR eventSource, LPCWSTR textFile)
 
 LastOutput::~LastOutput() = default;
 
-bool LastOutput::ReportError(DWORD eventId, std::string_view text, const void* data,
+void LastOutput::ReportError(DWORD eventId, std::string_view text, const void* data,
                              DWORD dataBytes) const {
   WCHAR wide[4096];
   Widen(text, wide);
   LPCWSTR strings[] = {wide};
   const HANDLE source = RegisterEventSourceW(nullptr, _names->eventSource.c_str());
-  if (source == nullptr) return false;
-  const BOOL isReported = ReportEventW(source, EVENTLOG_ERROR_TYPE, 0, eventId, nullptr, 1,
-                                       dataBytes, strings, const_cast<void*>(data));
+  if (source == nullptr) return;
+  ReportEventW(source, EVENTLOG_ERROR_TYPE, 0, eventId, nullptr, 1, dataBytes, strings,
+               const_cast<void*>(data));
   DeregisterEventSource(source);
-  return isReported != FALSE;
 }
 
-bool LastOutput::AppendToFile(std::string_view text) const {
+void LastOutput::AppendToFile(std::string_view text) const {
   const HANDLE file =
       CreateFileW(_names->textFile.c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE,
                   nullptr, OPEN_ALWAYS, 0, nullptr);
-  if (file == INVALID_HANDLE_VALUE) return false;
-  const bool isWritten = AppendLines(file, text);
+  if (file == INVALID_HANDLE_VALUE) return;
+  AppendLines(file, text);
   CloseHandle(file);
-  return isWritten;
 }
 
 struct LastDumpFolder::Names {

@@ -33,11 +33,11 @@ class Line {
   }
 
   /// One write, so that the line is whole among those of other processes.
-  bool AppendTo(const char* path) const {
+  void AppendTo(const char* path) const {
     // A file that is none, such as a FIFO, must not keep the process here.
     const int flags = O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK;
     const UniqueFd file(open(path, flags, kPrivateFile));
-    return write(file.Get(), _bytes, _size) == static_cast<ssize_t>(_size);
+    [[maybe_unused]] const ssize_t written = write(file.Get(), _bytes, _size);
   }
 
  private:
@@ -84,21 +84,21 @@ LastOutput::LastOutput(LPCWSTR eventSource, LPCWSTR textFile)
 
 LastOutput::~LastOutput() = default;
 
-bool LastOutput::ReportError(DWORD eventId, std::string_view text, const void* data,
+void LastOutput::ReportError(DWORD eventId, std::string_view text, const void* data,
                              DWORD dataBytes) const {
   Line line;
   AppendEvent(line, {_names->source, "Error", 0, eventId, data, dataBytes},
               [&](Line& end) { AppendQuoted(end, text); });
-  return line.AppendTo(_names->eventLog.c_str());
+  line.AppendTo(_names->eventLog.c_str());
 }
 
-bool LastOutput::AppendToFile(std::string_view text) const {
+void LastOutput::AppendToFile(std::string_view text) const {
   Line line;
   for (const char byte : text) {
     if (byte == '\n') line += '\r';
     line += byte;
   }
-  return line.AppendTo(_names->textFile.c_str());
+  line.AppendTo(_names->textFile.c_str());
 }
 
 struct LastDumpFolder::Names {

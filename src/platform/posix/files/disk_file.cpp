@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <filesystem>
 
 #include "platform/posix/api/errors.h"
 #include "platform/posix/kernel/error_translation.h"
@@ -35,12 +36,10 @@ DWORD DiskFile::Write(const void* buffer, DWORD size, DWORD& done) {
 DWORD DiskFile::Flush() { return fsync(_file.Get()) == 0 ? 0 : ErrorFromErrno(errno); }
 
 DWORD ErrorForPath(const std::string& nativePath, int errnoValue) {
-  const std::size_t slash = nativePath.rfind('/');
-  if (errnoValue != ENOENT || slash == std::string::npos || slash == 0) {
-    return ErrorFromErrno(errnoValue);
-  }
-  const std::string folder = nativePath.substr(0, slash);
-  return access(folder.c_str(), F_OK) == 0 ? ERROR_FILE_NOT_FOUND : ERROR_PATH_NOT_FOUND;
+  if (errnoValue != ENOENT) return ErrorFromErrno(errnoValue);
+  const auto folder = std::filesystem::path(nativePath).parent_path();
+  const bool isFolderThere = folder.empty() || access(folder.c_str(), F_OK) == 0;
+  return isFolderThere ? ERROR_FILE_NOT_FOUND : ERROR_PATH_NOT_FOUND;
 }
 
 }  // namespace platform

@@ -78,9 +78,6 @@ OwnedCrashSite PrepareCrashSite() {
   }
   // Not value-initialized: that would touch, and so take, all of the memory.
   OwnedCrashSite site(new (memory) CrashSite);
-  site->pointers = {&site->record, &site->context};
-  site->stackLow = site->stackHigh = 0;
-  site->reserveBytes = site->copyBytes = 0;
   site->growthLimitBytes = GrowthLimit();
   FindStack(*site);
   CloseStackReserve(*site);  // The stack may be that of a thread which has ended with it open.

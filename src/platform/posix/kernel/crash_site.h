@@ -29,19 +29,19 @@ struct CrashSite {
   /// The handler runs on it, and the unwinder, and what the translator calls.
   static constexpr std::size_t kAlternateStackBytes = 128 * kKiB;
 
-  EXCEPTION_POINTERS pointers;
+  EXCEPTION_POINTERS pointers{&record, &context};
   EXCEPTION_RECORD record;
   CONTEXT context;
   /// Lowest and one past the highest address of the thread's own stack.
-  ULONG_PTR stackLow;
-  ULONG_PTR stackHigh;
+  ULONG_PTR stackLow = 0;
+  ULONG_PTR stackHigh = 0;
   /// The size of what lies below stackLow for the handling of a stack overflow; 0 without one.
-  std::size_t reserveBytes;
+  std::size_t reserveBytes = 0;
   /// How far the stack of the main thread may grow; 0 for any other.
-  rlim_t growthLimitBytes;
+  rlim_t growthLimitBytes = 0;
   /// Where the copied part of the stack begins and how long it is; 0 bytes before the first crash.
-  ULONG_PTR copyStart;
-  std::size_t copyBytes;
+  ULONG_PTR copyStart = 0;
+  std::size_t copyBytes = 0;
   alignas(16) BYTE stackCopy[kStackCopyBytes];
   alignas(16) BYTE alternateStack[kAlternateStackBytes];
 };

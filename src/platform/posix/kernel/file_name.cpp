@@ -12,13 +12,17 @@ constexpr std::size_t kMaxPlainBytes = 200;
 constexpr std::size_t kCutBytes = 190;
 
 std::string Escape(const std::string& name) {
-  if (name.find_first_of("%/") == name.npos && !name.starts_with('.')) return name;
   std::string escaped;
   for (const char byte : name) {
-    const bool isSpecial = byte == '%' || byte == '/' || (byte == '.' && escaped.empty());
-    char digits[4];
-    if (isSpecial) std::snprintf(digits, sizeof digits, "%%%02x", byte);
-    isSpecial ? escaped.append(digits) : escaped.append(1, byte);
+    if (byte == '%') {
+      escaped += "%25";
+    } else if (byte == '/') {
+      escaped += "%2f";
+    } else if (byte == '.' && escaped.empty()) {
+      escaped += "%2e";
+    } else {
+      escaped += byte;
+    }
   }
   return escaped;
 }

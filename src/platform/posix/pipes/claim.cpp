@@ -70,7 +70,6 @@ std::shared_ptr<ClaimFile> NewClaimFile(const std::string& path, int& error) {
   std::string temporary = SharedStatePath(kClaimFolder) + "/.~XXXXXX";
   UniqueFd file(mkostemp(temporary.data(), O_CLOEXEC));
   std::shared_ptr<ClaimFile> claim;
-  error = 0;
   if (file && fchmod(file.Get(), kClaimMode) == 0 && LockByte(file, kAlive)) {
     claim = std::make_shared<ClaimFile>(std::move(file));
     error = claim->LinkAs(path);
