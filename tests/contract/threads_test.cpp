@@ -31,26 +31,6 @@ TEST(ThreadTest, ExitCodeSaysHowItEnded) {
   CloseHandle(gate);
 }
 
-TEST(ThreadTest, EntersItsSectionAgainAndKeepsOthersOut) {
-  CRITICAL_SECTION section;
-  InitializeCriticalSection(&section);
-  std::atomic<bool> isInside{false};
-  EnterCriticalSection(&section);
-  EnterCriticalSection(&section);
-  LeaveCriticalSection(&section);
-  TestThread other([&] {
-    EnterCriticalSection(&section);
-    isInside = true;
-    LeaveCriticalSection(&section);
-    return 0U;
-  });
-  EXPECT_EQ(WaitForSingleObject(other.Handle(), 20), static_cast<DWORD>(WAIT_TIMEOUT));
-  EXPECT_FALSE(isInside);
-  LeaveCriticalSection(&section);
-  other.Join();
-  DeleteCriticalSection(&section);
-}
-
 TEST(ThreadTest, CountsWhoWantsItsApartment) {
   for (const HRESULT expected : {S_OK, S_FALSE}) {
     EXPECT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), expected);

@@ -1,7 +1,5 @@
 /// What the logger reports, read where the layer keeps the event log; lines of several processes.
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <array>
@@ -13,6 +11,7 @@
 #include <vector>
 
 #include "common/product_log.h"
+#include "common/resource_limit.h"
 #include "common/victim.h"
 #include "platform/posix/kernel/state_paths.h"
 #include "support/oevent_log.h"
@@ -66,24 +65,6 @@ class EventLogFile : public testing::Test {
   const std::string source{unique.begin(), unique.end()};
   const fs::path textFile = platform::StateFolder("drive_c") + "/Log Files/" + source + ".txt";
   ProductLog file{source, LogLevel::kCopyToFile};
-};
-
-/// While it lives a file ends at this size, as on a full disk: a write takes what fits, the next
-/// one fails.
-class FullDisk {
- public:
-  explicit FullDisk(std::uintmax_t sizeBytes) {
-    signal(SIGXFSZ, SIG_IGN);
-    getrlimit(RLIMIT_FSIZE, &_before);
-    const rlimit limit{sizeBytes, _before.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &limit);
-  }
-  ~FullDisk() { setrlimit(RLIMIT_FSIZE, &_before); }
-  FullDisk(const FullDisk&) = delete;
-  FullDisk& operator=(const FullDisk&) = delete;
-
- private:
-  rlimit _before{};
 };
 
 TEST_F(EventLogFile, HoldsEveryTypeOfBothLogs) {
@@ -175,7 +156,8 @@ TEST_F(EventLogFile, LinesOfSeveralProcessesStayWholeInBothFiles) {
 TEST_F(EventLogFile, LineThatAFullDiskCutsIsTakenBack) {
   EXPECT_TRUE(Report("first"));
   for (const fs::path& path : {eventFile, textFile}) {
-    const FullDisk disk(fs::file_size(path) + 20);
+    // As on a full disk a write takes what fits, and the next one fails.
+    const ResourceLimit disk(RLIMIT_FSIZE, fs::file_size(path) + 20);
     EXPECT_FALSE(Report(path == eventFile ? "cut in the event log" : "cut in both"));
   }
   EXPECT_TRUE(Report("last"));

@@ -16,10 +16,10 @@
 #include <thread>
 #include <vector>
 
+#include "common/resource_limit.h"
 #include "common/victim.h"
 #include "platform/posix/kernel/text.h"
 #include "platform/windows_api.h"
-#include "posix/descriptor_limit.h"
 
 namespace {
 
@@ -159,7 +159,7 @@ TEST_F(PipeSocket, AFifoInPlaceOfAClaimHoldsNobodyUp) {
 }
 
 TEST_F(PipeSocket, ConnectionsWithoutAClientGiveTheirDescriptorsBack) {
-  const DescriptorLimit limit(128);
+  const ResourceLimit limit(RLIMIT_NOFILE, 128);
   std::vector<HANDLE> servers;
   for (int number = 0; number < 300; ++number) {
     const std::string name = "used-" + std::to_string(number);
@@ -184,7 +184,7 @@ TEST_F(PipeSocket, ConnectionsWithoutAClientGiveTheirDescriptorsBack) {
 }
 
 TEST_F(PipeSocket, APipeIsRefusedRatherThanItsClient) {
-  const DescriptorLimit limit(128);
+  const ResourceLimit limit(RLIMIT_NOFILE, 128);
   std::vector<HANDLE> servers;
   std::vector<std::unique_ptr<UnixClient>> clients;
   for (;;) {

@@ -3,9 +3,9 @@
 #include <signal.h>
 #include <sys/resource.h>
 
+#include "common/resource_limit.h"
 #include "common/victim.h"
 #include "platform/windows_api.h"
-#include "posix/descriptor_limit.h"
 
 namespace {
 
@@ -32,7 +32,7 @@ const VictimRole kStranger("stranger", [](VictimSide& side, const std::string&) 
 });
 
 TEST(ProcessLimits, DescriptorsAreManyAndAFileSizeLimitIsAnError) {
-  const DescriptorLimit few(256);
+  const ResourceLimit few(RLIMIT_NOFILE, 256);
   EXPECT_EQ(Victim("limited").ExitCode(), 0U);
 }
 
@@ -66,7 +66,7 @@ TEST(Children, StartWithoutTheSignalMaskAndTellHowTheyEnded) {
 }
 
 TEST(Children, KeepNoDescriptorsWhenTheyHaveEnded) {
-  const DescriptorLimit few(64);
+  const ResourceLimit few(RLIMIT_NOFILE, 64);
   for (int number = 0; number < 128; ++number) ASSERT_EQ(ExitCodeOf(u"/bin/true"), 0U) << number;
 }
 

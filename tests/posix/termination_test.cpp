@@ -1,9 +1,6 @@
 /// Threads that TerminateThread cannot end at once.
 #include <gtest/gtest.h>
-#include <signal.h>
 #include <unistd.h>
-
-#include <atomic>
 
 #include "common/test_thread.h"
 #include "platform/posix/kernel/kernel_scope.h"
@@ -11,19 +8,6 @@
 #include "platform/windows_api.h"
 
 namespace {
-
-TEST(Termination, EndsAThreadWhoseStarterHadBlockedAllSignals) {
-  sigset_t all, before;
-  sigfillset(&all);
-  pthread_sigmask(SIG_SETMASK, &all, &before);
-  TestThread thread([]() -> unsigned {
-    for (std::atomic<unsigned> turns{0};; ++turns) continue;
-  });
-  pthread_sigmask(SIG_SETMASK, &before, nullptr);
-  EXPECT_TRUE(TerminateThread(thread.Handle(), 260));
-  EXPECT_EQ(WaitForSingleObject(thread.Handle(), TestThread::kBoundMs), WAIT_OBJECT_0);
-  EXPECT_EQ(thread.ExitCode(), 260U);
-}
 
 TEST(Termination, DoesNotWaitForAThreadThatTheLayerKeepsBusy) {
   int ends[2] = {-1, -1};

@@ -39,32 +39,6 @@ class PrinterSessionTest : public StateTest {
   PrinterSession _session;
 };
 
-TEST_F(PrinterSessionTest, ALockedBankOpensWithThePasswordOnly) {
-  ExpectDone(_session.SetAccessPassword(TEXT("0BADCAFE")));
-  ExpectDone(_session.LockTag(TEXT("0BADCAFE"), kLockEpc | kLockAccessPassword));
-  ExpectDone(_session.WriteEpc(TEXT("1111")));
-  Reconnect();
-  ExpectRefusal(_session.WriteEpc(TEXT("2222")), "memory locked");
-  ExpectRefusal(_session.SetAccessPassword(TEXT("00000001")), "memory locked");
-  ExpectRefusal(_session.UnlockTag(TEXT("0BADCAFF"), kLockEpc), "wrong password");
-  ExpectRefusal(_session.UnlockTag(TEXT(""), kLockEpc), "wrong password");
-  ExpectDone(_session.UnlockTag(TEXT("0BADCAFE"), kLockEpc));
-  ExpectDone(_session.WriteEpc(TEXT("2222")));
-  ExpectRefusal(_session.PermalockUserBlock(TEXT("00000000"), 0, 1), "wrong password");
-  ExpectRefusal(_session.SetAccessPassword(TEXT("00000001")), "memory locked");
-  EXPECT_EQ(LoadTag(_address).Memory().locks.Of(LockField::kAccessPassword), LockState::kLocked);
-}
-
-TEST_F(PrinterSessionTest, AKilledTagNeverAnswersAgain) {
-  ExpectRefusal(_session.KillTag(TEXT("5EC0DE01")), "the tag has no kill password");
-  ExpectDone(_session.SetKillPassword(TEXT("5EC0DE01")));
-  ExpectRefusal(_session.KillTag(TEXT("5EC0DE02")), "wrong password");
-  ExpectDone(_session.KillTag(TEXT("5EC0DE01")));
-  Reconnect();
-  ExpectRefusal(_session.WriteMemory(3, 0, TEXT("1111")), "no answer from the tag");
-  ExpectRefusal(_session.LockTag(TEXT(""), kLockEpc), "no answer from the tag");
-}
-
 TEST_F(PrinterSessionTest, RefusesWhatMakesNoSense) {
   ExpectRefusal(_session.WriteEpc(TEXT("E2")), "the data is not whole words of hexadecimal digits");
   ExpectRefusal(_session.WriteEpc(TEXT("E2G0")),

@@ -1,36 +1,14 @@
 /// The simulator's files when nothing more can be written. The limit of a file's size stands in for
 /// a full disk.
-#include <sys/resource.h>
-
-#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 
+#include "common/resource_limit.h"
 #include "simulator/state_fixture.h"
 #include "simulator/tag/tag_store.h"
 
 namespace Simulator {
 namespace {
-
-/// No file may become longer than that while it lives.
-class FileSizeLimit {
- public:
-  explicit FileSizeLimit(rlim_t bytes) : _signal(std::signal(SIGXFSZ, SIG_IGN)) {
-    getrlimit(RLIMIT_FSIZE, &_before);
-    const rlimit limit{bytes, _before.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &limit);
-  }
-  ~FileSizeLimit() {
-    setrlimit(RLIMIT_FSIZE, &_before);
-    std::signal(SIGXFSZ, _signal);
-  }
-  FileSizeLimit(const FileSizeLimit&) = delete;
-  FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-
- private:
-  rlimit _before{};
-  void (*_signal)(int);
-};
 
 std::size_t FileCount() {
   const auto folder = std::filesystem::path(std::getenv("TAGWRIGHT_ROOT")) / "simulator";
@@ -49,7 +27,7 @@ TEST_F(StateFilesTest, AFullDiskLeavesTheOldTagAndNothingElse) {
   Tag written;
   written.WriteEpc({0x1111}, true);
   {
-    const FileSizeLimit limit(100);
+    const ResourceLimit limit(RLIMIT_FSIZE, 100);
     EXPECT_THAT(ProblemOf([&] { SaveTag(kAddress, written); }),
                 testing::StartsWith("Cannot write"));
     EXPECT_FALSE(AppendToStateFile(StateFilePath("cards.jsonl"), std::string(99, 'x'), true) &&
@@ -65,7 +43,7 @@ TEST_F(StateFilesTest, WhatWasCutShortStaysALineOfItsOwn) {
   const WideText path = StateFilePath("cards.jsonl");
   ASSERT_TRUE(AppendToStateFile(path, "first\n", true));
   {
-    const FileSizeLimit limit(10);
+    const ResourceLimit limit(RLIMIT_FSIZE, 10);
     EXPECT_FALSE(AppendToStateFile(path, "second\n"));
   }
   EXPECT_TRUE(AppendToStateFile(path, "third\n"));

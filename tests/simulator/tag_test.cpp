@@ -68,57 +68,5 @@ TEST_F(TagTest, WritesStayInsideTheBankAndOffFixedWords) {
   }
 }
 
-TEST_F(TagTest, LockStatesDecideAboutWrites) {
-  const struct {
-    LockState state;
-    TagAnswer open, secured;
-  } cases[] = {
-      {LockState::kUnlocked, TagAnswer::kDone, TagAnswer::kDone},
-      {LockState::kUnlockedForever, TagAnswer::kDone, TagAnswer::kDone},
-      {LockState::kLocked, TagAnswer::kMemoryLocked, TagAnswer::kDone},
-      {LockState::kLockedForever, TagAnswer::kMemoryLocked, TagAnswer::kMemoryLocked},
-  };
-  for (const auto& expected : cases) {
-    TagMemory memory = Tag().Memory();
-    for (int field = 0; field < kLockFieldCount; ++field) {
-      memory.locks.Set(static_cast<LockField>(field), expected.state);
-    }
-    for (const bool secured : {false, true}) {
-      Tag tag(memory);
-      const TagAnswer answer = secured ? expected.secured : expected.open;
-      EXPECT_EQ(tag.WriteEpc({1}, secured), answer);
-      EXPECT_EQ(tag.Write(Bank::kUser, 0, {1}, secured), answer);
-      EXPECT_EQ(tag.SetAccessPassword(1, secured), answer);
-      EXPECT_EQ(tag.SetKillPassword(1, secured), answer);
-    }
-  }
-}
-
-TEST_F(TagTest, LockPayloads) {
-  for (const auto& [payload, field, state] :
-       {std::tuple{0x020080, LockField::kAccessPassword, LockState::kLocked},
-        {0x0300C0, LockField::kAccessPassword, LockState::kLockedForever},
-        {0x000C03, LockField::kUser, LockState::kLockedForever}}) {
-    EXPECT_EQ(Lock(payload), TagAnswer::kDone);
-    EXPECT_EQ(_tag.Memory().locks.Of(field), state);
-  }
-  EXPECT_EQ(_tag.Memory().locks.Of(LockField::kKillPassword), LockState::kUnlocked);
-  EXPECT_EQ(Lock(0x020000), TagAnswer::kRefused) << "a permanent lock stays";
-  EXPECT_EQ(Lock(0x080000 | 0x000C00), TagAnswer::kRefused) << "nothing of a refused lock counts";
-  EXPECT_EQ(Lock(0xFFFFF), TagAnswer::kDone);
-  EXPECT_EQ(_tag.Memory().locks.Of(LockField::kKillPassword), LockState::kLockedForever);
-  EXPECT_FALSE(LockPayload::FromNumber(-1));
-}
-
-TEST_F(TagTest, PermalockedBlocksAreReadOnlyForEver) {
-  EXPECT_EQ(_tag.PermalockUserBlocks(1, 2), TagAnswer::kDone);
-  EXPECT_EQ(_tag.Write(Bank::kUser, 0, Words(4, 1), true), TagAnswer::kDone);
-  EXPECT_EQ(_tag.Write(Bank::kUser, 3, Words(2, 1), true), TagAnswer::kMemoryLocked);
-  EXPECT_EQ(_tag.Write(Bank::kUser, 11, {1}, true), TagAnswer::kMemoryLocked);
-  EXPECT_EQ(_tag.Write(Bank::kUser, 12, {1}, true), TagAnswer::kDone);
-  EXPECT_EQ(_tag.PermalockUserBlocks(7, 2), TagAnswer::kNoSuchLocation);
-  EXPECT_EQ(_tag.PermalockUserBlocks(0xFFFFFFFF, 1), TagAnswer::kNoSuchLocation);
-}
-
 }  // namespace
 }  // namespace Simulator
