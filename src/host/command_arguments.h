@@ -24,9 +24,6 @@ class CommandArguments {
   /// The value of the last "/n", taken verbatim. Valid while this object lives.
   const OString& GetPipeName() const { return _pipeName; }
 
-  /// The last component of the program's path. Valid while this object lives.
-  const OString& GetProgramName() const { return _programName; }
-
   bool IsUsingControlChannel() const { return _usesControlChannel; }
 
  private:

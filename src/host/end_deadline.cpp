@@ -1,7 +1,6 @@
 #include "host/end_deadline.h"
 
 #include <atomic>
-#include <vector>
 
 #include "host/watch_parent.h"
 #include "support/thread_start.h"
@@ -10,6 +9,9 @@ namespace {
 
 /// Null until StartEndDeadline; never closed, because any thread may signal it to the very end.
 std::atomic<HANDLE> g_endHasBegun{nullptr};
+
+/// How long the process's start waits for the thread to run.
+constexpr DWORD kMaxStartMs = 5000;
 
 /// What the thread waits with; never given back, like the thread itself.
 struct Deadline {
@@ -22,9 +24,8 @@ unsigned __stdcall KeepDeadline(void* parameter) {
   const auto& deadline = *static_cast<const Deadline*>(parameter);
   SetEvent(deadline.isKept);
   const ScopedHandle parent = OpenParent();
-  std::vector<HANDLE> ends = {g_endHasBegun};
-  if (parent.IsValid()) ends.push_back(parent.Get());
-  WaitForMultipleObjects(static_cast<DWORD>(ends.size()), ends.data(), FALSE, INFINITE);
+  const HANDLE ends[] = {g_endHasBegun, parent.Get()};
+  WaitForMultipleObjects(parent.IsValid() ? 2 : 1, ends, FALSE, INFINITE);
   Sleep(deadline.maxEndMs);
   // Not ExitProcess, which waits for the loader. It does not return.
   return TerminateProcess(GetCurrentProcess(), 0);
@@ -37,7 +38,7 @@ void StartEndDeadline(DWORD maxEndMs) {
   g_endHasBegun = CreateManualResetEvent();
   if (g_endHasBegun == nullptr) return;
   const ScopedHandle thread(StartThread(KeepDeadline, &deadline));
-  if (thread.IsValid()) WaitForSingleObject(deadline.isKept, INFINITE);
+  if (thread.IsValid()) WaitForSingleObject(deadline.isKept, kMaxStartMs);
 }
 
 void BeginEnd() {

@@ -13,7 +13,7 @@ constexpr DWORD kMaxOtherEndMs = 5000;
 /// How long the orderly end may take: the time that the message thread (with a control channel: the
 /// encoder pipes) and then the watchers are given, and the work in between.
 constexpr DWORD kMaxEndMs = kMaxShutdownTimeMs + Watchers::kMaxEndMs + kMaxOtherEndMs;
-constexpr DWORD kMaxControlEndMs = kMaxControlShutdownTimeMs + Watchers::kMaxEndMs + kMaxOtherEndMs;
+constexpr DWORD kMaxControlEndMs = kMaxPipesEndMs + Watchers::kMaxEndMs + kMaxOtherEndMs;
 
 /// Starts the thread that keeps the deadline, and returns when it runs; to be called once. Where
 /// the thread cannot be started the process does without. The parent's end is the beginning of the

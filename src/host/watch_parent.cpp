@@ -1,7 +1,6 @@
 #include "host/watch_parent.h"
 
-#include <iterator>
-
+#include "host/end_deadline.h"
 #include "host/process_state.h"
 #include "support/process_utility.h"
 #include "support/thread_procedure.h"
@@ -10,15 +9,14 @@ namespace {
 
 constexpr Tracer kTrace{"WatchParentProcessThreadProc"};
 
-/// Returns at once where one of the two is missing.
-void WatchParent(HANDLE abortEvent) {
-  const ScopedHandle parent = OpenParent();
+void WaitForEnd(HANDLE abortEvent, const ScopedHandle& parent) {
   const HANDLE handles[] = {abortEvent, parent.Get()};
-  switch (WaitForMultipleObjects(std::size(handles), handles, FALSE, INFINITE)) {
+  switch (WaitForMultipleObjects(2, handles, FALSE, INFINITE)) {
     case WAIT_OBJECT_0:
       kTrace("Exiting Watch Parent thread due to abort event");
       break;
     case WAIT_OBJECT_0 + 1:
+      BeginEnd();
       kTrace("The parent process has terminated");
       ShutdownTagwrightServer();
       break;
@@ -27,11 +25,18 @@ void WatchParent(HANDLE abortEvent) {
   }
 }
 
+void WatchParent(HANDLE abortEvent) {
+  if (abortEvent == nullptr) return;
+  const ScopedHandle parent = OpenParent();
+  if (parent.IsValid()) WaitForEnd(abortEvent, parent);
+}
+
 }  // namespace
 
 ScopedHandle OpenParent() {
-  // Without a parent the id opens nothing.
-  return ScopedHandle(OpenProcess(SYNCHRONIZE, FALSE, ProcessUtility::GetParentProcessId()));
+  const DWORD parentId = ProcessUtility::GetParentProcessId();
+  if (parentId == ProcessUtility::kNoProcessId) return ScopedHandle();
+  return ScopedHandle(OpenProcess(SYNCHRONIZE, FALSE, parentId));
 }
 
 unsigned __stdcall WatchParentProcessThreadProc(void* parameter) {

@@ -6,7 +6,6 @@
 #include "host/idle.h"
 #include "host/main_log.h"
 #include "host/watch_parent.h"
-#include "support/thread_end.h"
 #include "support/thread_start.h"
 
 namespace {
@@ -36,12 +35,13 @@ void Watchers::Stop() {
   SignalAbort(hAbortWatchParentEvent, "SetEvent hAbortWatchParentEvent failed");
   SignalAbort(hAbortWatchIdleEvent, "SetEvent hAbortWatchIdleEvent failed");
   kMainLog("Waiting for watch parent and watch idle threads to exit", LogLevel::kDetailInfoD);
-  if (hParentWatcher != nullptr && hIdleWatcher != nullptr) ReportEnd();
+  if (hParentWatcher != nullptr && hIdleWatcher != nullptr) WaitForThreads();
 }
 
-void Watchers::ReportEnd() const {
+void Watchers::WaitForThreads() const {
   const HANDLE threads[] = {hParentWatcher, hIdleWatcher};
-  if (AwaitThreads(threads, kMaxEndMs) == ThreadEnd::kEnded) {
+  const DWORD result = WaitForMultipleObjects(2, threads, TRUE, kMaxEndMs);
+  if (result == WAIT_OBJECT_0 || result == WAIT_OBJECT_0 + 1) {
     kMainLog("Watch Parent and Watch Idle successfully aborted");
   } else {
     kMainLog("Either the Watch Parent or Watch Idle thread didn't end as expected\n");

@@ -23,7 +23,7 @@ class Watchers {
 
  private:
   void StartIdleWatcher();
-  void ReportEnd() const;
+  void WaitForThreads() const;
 
   HANDLE hAbortWatchParentEvent = nullptr;
   HANDLE hParentWatcher = nullptr;

@@ -44,13 +44,15 @@ DWORD PipeChannel::Connect() {
   return RunBlocking([&] { return ConnectNamedPipe(_pipe.Get(), nullptr); });
 }
 
-void PipeChannel::Disconnect() { DisconnectNamedPipe(_pipe.Get()); }
+void PipeChannel::Disconnect() {
+  if (_pipe.IsValid()) DisconnectNamedPipe(_pipe.Get());
+}
 
-bool PipeChannel::ReadExactly(BYTE* bytes, DWORD sizeBytes) {
+bool PipeChannel::ReadExactly(BYTE* bytes, DWORD sizeBytes, DWORD* totalBytes) {
   const auto readPiece = [this](BYTE* piece, DWORD length, DWORD* done) {
     return ReadPiece(piece, length, done);
   };
-  return Tagwright::TransferExactly(bytes, sizeBytes, readPiece) == ERROR_SUCCESS;
+  return Tagwright::TransferExactly(bytes, sizeBytes, readPiece, totalBytes) == ERROR_SUCCESS;
 }
 
 DWORD PipeChannel::ReadPiece(BYTE* piece, DWORD sizeBytes, DWORD* doneBytes) {
@@ -59,14 +61,20 @@ DWORD PipeChannel::ReadPiece(BYTE* piece, DWORD sizeBytes, DWORD* doneBytes) {
         RunBlocking([&] { return ReadFile(_pipe.Get(), piece, sizeBytes, doneBytes, nullptr); });
     // A client may write nothing: that wakes the reader, and is neither an end nor an error.
     if (error == ERROR_SUCCESS && *doneBytes > 0) return ERROR_SUCCESS;
-    // A wait on the shutdown event instead of a plain sleep: shutdown need not wait for it.
-    if (error != ERROR_SUCCESS) WaitForSingleObject(_shutdownEvent.Get(), kFailedReadPauseMs);
+    if (error != ERROR_SUCCESS && !IsShutdown()) PauseAfterFailedRead();
   }
   return ERROR_OPERATION_ABORTED;
 }
 
+void PipeChannel::PauseAfterFailedRead() const {
+  // A wait on the shutdown event instead of a plain sleep, so that shutdown need not wait for it.
+  if (WaitForSingleObject(_shutdownEvent.Get(), kFailedReadPauseMs) == WAIT_FAILED) {
+    Sleep(kFailedReadPauseMs);
+  }
+}
+
 bool PipeChannel::Write(const void* bytes, DWORD sizeBytes) {
-  DWORD written{};
+  DWORD written = 0;
   const DWORD error =
       RunBlocking([&] { return WriteFile(_pipe.Get(), bytes, sizeBytes, &written, nullptr); });
   return error == ERROR_SUCCESS && written == sizeBytes;
@@ -77,8 +85,8 @@ void PipeChannel::Flush() {
 }
 
 void PipeChannel::Shutdown() {
-  _shutdown = true;
-  SetEvent(_shutdownEvent.Get());
+  _shutdown.exchange(1);
+  if (_shutdownEvent.IsValid()) SetEvent(_shutdownEvent.Get());
   CancelAll();
   for (int attempt = 0; _announcedCalls > 0 && attempt < kMaxCancelAttempts; ++attempt) {
     Sleep(1);
@@ -90,5 +98,5 @@ bool PipeChannel::CancelAll() const {
   if (!_pipe.IsValid()) return true;
   const ScopedLibrary kernel(TEXT("Kernel32.dll"));
   const auto cancelIoEx = kernel.Function<BOOL(WINAPI*)(HANDLE, LPOVERLAPPED)>("CancelIoEx");
-  return cancelIoEx != nullptr && cancelIoEx(_pipe.Get(), nullptr);
+  return cancelIoEx != nullptr && cancelIoEx(_pipe.Get(), nullptr) != FALSE;
 }

@@ -34,7 +34,8 @@ class PipeChannel {
 
   /// Reads exactly `sizeBytes` bytes, without limit. A failed read, for instance because the client
   /// has gone, is tried again every 500 ms; so false means that the channel was shut down first.
-  bool ReadExactly(BYTE* bytes, DWORD sizeBytes);
+  /// `totalBytes` receives how many bytes have arrived.
+  bool ReadExactly(BYTE* bytes, DWORD sizeBytes, DWORD* totalBytes);
   /// False unless all bytes were written, in one call.
   bool Write(const void* bytes, DWORD sizeBytes);
   /// Waits until the client has read everything; returns at once after Shutdown.
@@ -42,7 +43,7 @@ class PipeChannel {
 
   /// Ends every blocked call and makes later ones fail at once. Never undone; repeats are harmless.
   void Shutdown();
-  bool IsShutdown() const { return _shutdown; }
+  bool IsShutdown() const { return _shutdown.load() != 0; }
   /// Signalled for good by Shutdown; owned by the channel.
   HANDLE ShutdownEvent() const { return _shutdownEvent.Get(); }
 
@@ -56,9 +57,10 @@ class PipeChannel {
   template <class Call>
   DWORD RunBlocking(Call&& call);
   DWORD ReadPiece(BYTE* piece, DWORD sizeBytes, DWORD* doneBytes);
+  void PauseAfterFailedRead() const;
 
   ScopedHandle _shutdownEvent;
   ScopedHandle _pipe;
-  std::atomic<bool> _shutdown{false};
+  std::atomic<std::uint32_t> _shutdown{0};  // 0 or 1.
   std::atomic<int> _announcedCalls{0};
 };

@@ -1,6 +1,4 @@
 /// The connection thread: it waits in ConnectNamedPipe while the message thread keeps the time.
-#include <iterator>
-
 #include "pipe/pipe_server.h"
 #include "support/thread_procedure.h"
 #include "support/thread_start.h"
@@ -13,20 +11,25 @@ constexpr char kWaitClient[] = "PipeServer::WaitClientConnection";
 
 }  // namespace
 
-void PipeServer::WaitClientConnection(DWORD timeout) {
+bool PipeServer::WaitClientConnection(DWORD timeout) {
   Log::Information(
       [&] { return LogIntro(kWaitClient) << "Enter. Timeout: 0x" << FormatHex(timeout); });
   if (!StartConnectionThread()) {
     Log::Error([&] { return LogIntro(kWaitClient) << "Couldn't start connnect thread"; });
-    return;
+    return false;
   }
   // The thread ends also when a line of the wait cannot be written for lack of memory.
-  struct EndOfThread {
-    ~EndOfThread() { server.EndConnectionThread(); }
+  struct ThreadEnd {
+    ~ThreadEnd() { server.EndConnectionThread(timeMs); }
     PipeServer& server;
-  } const end{*this};
+    DWORD timeMs = 0;
+  } end{*this};
   const HANDLE handles[] = {_channel.ShutdownEvent(), _hConnectThread};
-  ReportConnectionWait(WaitForMultipleObjects(std::size(handles), handles, FALSE, timeout));
+  const DWORD result = WaitForMultipleObjects(2, handles, FALSE, timeout);
+  // Shutdown has cancelled the wait for the client: the thread is on its way out.
+  if (result == WAIT_OBJECT_0) end.timeMs = kCancelledConnectionEndMs;
+  ReportConnectionWait(result);
+  return result == WAIT_OBJECT_0 + 1 && _connected;
 }
 
 bool PipeServer::StartConnectionThread() {
@@ -38,39 +41,26 @@ bool PipeServer::StartConnectionThread() {
   return true;
 }
 
-void PipeServer::EndConnectionThread() {
+void PipeServer::EndConnectionThread(DWORD endTimeMs) {
   const HANDLE thread = _hConnectThread;
   if (thread == INVALID_HANDLE_VALUE) return;
-  // Shutdown has cancelled the wait for the client: the thread is on its way out.
-  if (IsShutdown()) WaitForSingleObject(thread, kCancelledConnectionEndMs);
+  if (endTimeMs != 0) WaitForSingleObject(thread, endTimeMs);
   if (IsActive(thread)) {
     TerminateBetweenLogLines(thread, kTerminatedThreadExitCode);
     _channel.ForgetAnnouncedCalls();  // Nobody else makes a call while this thread is there.
   }
   // Whoever ends it first closes the handle.
-  const ScopedHandle closed(_hConnectThread.exchange(INVALID_HANDLE_VALUE));
+  if (_hConnectThread.exchange(INVALID_HANDLE_VALUE) != INVALID_HANDLE_VALUE) CloseHandle(thread);
 }
 
 void PipeServer::ReportConnectionWait(DWORD waitResult) const {
-  switch (waitResult) {
-    case WAIT_OBJECT_0:
-      Trace(kWaitClient, "Shutdown detected");
-      break;
-    case WAIT_OBJECT_0 + 1:
-      ReportConnection();
-      break;
-    case WAIT_TIMEOUT:
-      Log::Warning([&] { return LogIntro(kWaitClient) << "Connection attempt timed out"; });
-      break;
-    default:
-      break;
-  }
-}
-
-void PipeServer::ReportConnection() const {
-  if (_connected) {
+  if (waitResult == WAIT_OBJECT_0) {
+    Trace(kWaitClient, "Shutdown detected");
+  } else if (waitResult == WAIT_TIMEOUT) {
+    Log::Warning([&] { return LogIntro(kWaitClient) << "Connection attempt timed out"; });
+  } else if (waitResult == WAIT_OBJECT_0 + 1 && _connected) {
     Trace(kWaitClient, "Successfully Connected");
-  } else {
+  } else if (waitResult == WAIT_OBJECT_0 + 1) {
     Log::Warning(
         [&] {
           return LogIntro(kWaitClient)

@@ -13,7 +13,7 @@ constexpr Tracer kMessageThread{"PipeServer::ProcessMessagesThread"};
 constexpr Tracer kMessageLoop{"PipeServer::ProcessMessages"};
 
 /// A refused payload is read in pieces of this size and dropped.
-constexpr DWORD kDrainPieceBytes = 65536;
+constexpr DWORD kDrainPieceBytes = 64 * 1024;
 
 /// Runs `work`; an exception on its way to the top of the thread leaves a line of `trace` behind.
 void LogExceptionsOf(const Tracer& trace, WorkRef work) {
@@ -33,26 +33,24 @@ void LogExceptionsOf(const Tracer& trace, WorkRef work) {
   }
 }
 
-constexpr char kStart[] = "PipeServer::StartProcessMessageThread";
-
 }  // namespace
 
 bool PipeServer::StartProcessMessageThread(DWORD connectionTimeout) {
+  static constexpr char kFunction[] = "PipeServer::StartProcessMessageThread";
   _connectionTimeout = connectionTimeout;
-  const bool started = !IsShutdown() && StartMessageThread();
-  Trace(kStart, "Exit");
-  return started;
-}
-
-bool PipeServer::StartMessageThread() {
-  Trace(kStart, "Starting message procesing thread");
-  const HANDLE thread = StartThread(ProcessMessagesThreadProc, this);
-  if (thread == nullptr) {
-    Log::Error([&] { return LogIntro(kStart) << "Couldn't start message thread"; });
-    return false;
+  bool started = false;
+  if (!IsShutdown()) {
+    Trace(kFunction, "Starting message procesing thread");
+    const HANDLE thread = StartThread(ProcessMessagesThreadProc, this);
+    started = thread != nullptr;
+    if (started) {
+      _hMessageThread = thread;
+    } else {
+      Log::Error([&] { return LogIntro(kFunction) << "Couldn't start message thread"; });
+    }
   }
-  _hMessageThread = thread;
-  return true;
+  Trace(kFunction, "Exit");
+  return started;
 }
 
 unsigned __stdcall PipeServer::ProcessMessagesThreadProc(void* parameter) {
@@ -77,7 +75,7 @@ void PipeServer::ServeClient() {
   if (_connected && !IsShutdown()) ProcessMessages();
 }
 
-void PipeServer::ProcessMessages() {
+DWORD PipeServer::ProcessMessages() {
   LogExceptionsOf(kMessageLoop, [&] {
     Trace(kMessageLoop.Name(), "Enter");
     CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
@@ -86,13 +84,15 @@ void PipeServer::ProcessMessages() {
   Trace(kMessageLoop.Name(), "Calling CoUninitialize in preperation to exit");
   CoUninitialize();
   Trace(kMessageLoop.Name(), "Thread exit");
+  return 0;
 }
 
 void PipeServer::ServeRequest() {
   Log::Information([&] { return LogIntro(kMessageLoop.Name()) << "While loop"; },
                    LogLevel::kDetailInfoA);
   Tagwright::MessageHeader request;
-  if (!ReadBytes(reinterpret_cast<BYTE*>(&request), sizeof(request))) return;
+  DWORD bytesRead = 0;
+  if (!ReadBytes(reinterpret_cast<BYTE*>(&request), sizeof(request), &bytesRead)) return;
   CallOnActivityCallback();
   if (!request.ValidHeader()) {
     Log::Error([&] { return LogIntro(kMessageLoop.Name()) << "Invalid header"; });
@@ -103,23 +103,29 @@ void PipeServer::ServeRequest() {
     return;
   }
   WipedBuffer payload(request.payloadLength);
-  // Both reads end early at shutdown only.
-  if (request.payloadLength > 0) ReadBytes(payload.Data(), request.payloadLength);
-  if (IsShutdown()) return;
+  if (!ReadPayload(request.payloadLength, payload.Data())) return;
   Tagwright::MessageHeader reply;
-  const bool keepServing = ParseIncomingMessage(request, payload.Data(), reply);
+  bool keepServing = true;
+  if (!IsShutdown()) keepServing = ParseIncomingMessage(request, payload.Data(), reply);
   payload.Clear();  // Before the reply: its client may take any time to read it.
   if (!IsShutdown()) Reply(reply);
   if (!keepServing) FinishServing();
 }
 
+bool PipeServer::ReadPayload(DWORD payloadLength, BYTE* buffer) {
+  if (payloadLength == 0) return true;
+  DWORD bytesRead = 0;
+  if (ReadBytes(buffer, payloadLength, &bytesRead) && bytesRead == payloadLength) return true;
+  if (!IsShutdown()) Log::Error([&] { return LogIntro(kMessageLoop.Name()) << "Payload error"; });
+  return false;
+}
+
 void PipeServer::RefusePayload(DWORD payloadLength) {
   Log::Error([&] { return LogIntro(kMessageLoop.Name()) << "Payload error"; });
   WipedBuffer piece(kDrainPieceBytes);
-  while (payloadLength > 0 && !IsShutdown()) {
-    const DWORD length = std::min(payloadLength, kDrainPieceBytes);
-    ReadBytes(piece.Data(), length);
-    payloadLength -= length;
+  DWORD bytesRead = 0;
+  for (DWORD left = payloadLength; left > 0; left -= bytesRead) {
+    if (!ReadBytes(piece.Data(), std::min(left, kDrainPieceBytes), &bytesRead)) break;
   }
 }
 
@@ -134,7 +140,7 @@ void PipeServer::FinishServing() {
   Shutdown();
 }
 
-bool PipeServer::ReadBytes(BYTE* pDestinationBuffer, DWORD nBytesToRead) {
+bool PipeServer::ReadBytes(BYTE* pDestinationBuffer, DWORD nBytesToRead, DWORD* pTotalBytesRead) {
   Trace("PipeServer::ReadBytes", "Called");
-  return _channel.ReadExactly(pDestinationBuffer, nBytesToRead);
+  return _channel.ReadExactly(pDestinationBuffer, nBytesToRead, pTotalBytesRead);
 }

@@ -1,6 +1,5 @@
 #include "pipe/pipe_server.h"
 
-#include <iterator>
 #include <vector>
 
 #include "support/log.h"
@@ -18,7 +17,12 @@ constexpr char kOwnersWait[] = "PipeServer::WaitForMultipeObjectsOrPipeTerminati
 
 }  // namespace
 
-PipeServer::PipeServer(const OString& pipeName) {
+PipeServer::PipeServer(const OString& pipeName)
+    : _hMessageThread(INVALID_HANDLE_VALUE),
+      _connected(false),
+      _connectionTimeout(0),
+      _onActivityCallback(nullptr),
+      _hConnectThread(INVALID_HANDLE_VALUE) {
   Trace("PipeServer::PipeServer", "Constructor called");
   _pipeName = OString(kPipePrefix) + pipeName;
 }
@@ -63,10 +67,7 @@ std::int32_t PipeServer::MapWaitResult(DWORD waitResult, DWORD maxShutdownTime) 
   constexpr DWORD kOwnHandles = 2;
   if (waitResult == WAIT_OBJECT_0) {
     Trace(kOwnersWait, "Shutdown was signaled");
-    if (!EndsWithin(maxShutdownTime)) {
-      Trace(kOwnersWait, "Calling TerminateThread");
-      TerminateMessageThread();
-    }
+    EndMessageThread(maxShutdownTime, true);
     return kShutdownSignaled;
   }
   if (waitResult == WAIT_OBJECT_0 + 1) {
@@ -77,7 +78,8 @@ std::int32_t PipeServer::MapWaitResult(DWORD waitResult, DWORD maxShutdownTime) 
     Trace(kOwnersWait, "User event signaled");
     return kUserEvent + static_cast<std::int32_t>(waitResult - WAIT_OBJECT_0 - kOwnHandles);
   }
-  if (waitResult < WAIT_ABANDONED_0 + MAXIMUM_WAIT_OBJECTS) {
+  if (waitResult >= WAIT_ABANDONED_0 + kOwnHandles &&
+      waitResult < WAIT_ABANDONED_0 + MAXIMUM_WAIT_OBJECTS) {
     Trace(kOwnersWait, "User handle abandoned");
     return kUserAbandoned + static_cast<std::int32_t>(waitResult - WAIT_ABANDONED_0 - kOwnHandles);
   }
@@ -91,18 +93,23 @@ std::int32_t PipeServer::MapWaitResult(DWORD waitResult, DWORD maxShutdownTime) 
 void PipeServer::Run(DWORD connectionTimeout, DWORD maxShutdownTime) {
   static constexpr char kFunction[] = "PipeServer::Run";
   Trace(kFunction, "Enter");
-  StartProcessMessageThread(connectionTimeout);
-  if (_hMessageThread != INVALID_HANDLE_VALUE) {
+  bool threadEnded = false;
+  if (StartProcessMessageThread(connectionTimeout) && _hMessageThread != INVALID_HANDLE_VALUE) {
     const HANDLE handles[] = {_channel.ShutdownEvent(), _hMessageThread};
-    WaitForMultipleObjects(std::size(handles), handles, FALSE, INFINITE);
-    if (!EndsWithin(maxShutdownTime)) TerminateMessageThread();
+    threadEnded = WaitForMultipleObjects(2, handles, FALSE, INFINITE) == WAIT_OBJECT_0 + 1;
   }
+  if (!threadEnded) EndMessageThread(maxShutdownTime, false);
   Trace(kFunction, "Exit");
 }
 
-bool PipeServer::EndsWithin(DWORD maxShutdownTime) const {
-  WaitForSingleObject(_hMessageThread, maxShutdownTime);
-  return !IsActive(_hMessageThread);
+void PipeServer::EndMessageThread(DWORD maxShutdownTime, bool logTermination) {
+  if (_hMessageThread == INVALID_HANDLE_VALUE) return;
+  if (maxShutdownTime != 0) WaitForSingleObject(_hMessageThread, maxShutdownTime);
+  if (!IsActive(_hMessageThread)) return;
+  if (logTermination) {
+    Trace(kOwnersWait, "Calling TerminateThread");
+  }
+  TerminateMessageThread();
 }
 
 void PipeServer::TerminateMessageThread() {
@@ -110,12 +117,12 @@ void PipeServer::TerminateMessageThread() {
     OAutoLock lock(_terminationLock);
     TerminateBetweenLogLines(_hMessageThread, kTerminatedThreadExitCode);
   }
-  EndConnectionThread();
+  EndConnectionThread(kCancelledConnectionEndMs);
   _channel.ForgetAnnouncedCalls();
 }
 
 bool PipeServer::IsActive(HANDLE thread) {
-  DWORD exitCode{};
+  DWORD exitCode = 0;
   return GetExitCodeThread(thread, &exitCode) && exitCode == STILL_ACTIVE;
 }
 

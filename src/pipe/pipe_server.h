@@ -91,7 +91,7 @@ class PipeServer {
                                     const BYTE* pPayloadBuffer,
                                     Tagwright::MessageHeader& replyMsgHeader) = 0;
 
-  /// Whether a thread is still running; not without one.
+  /// Whether a thread is still running.
   static bool IsActive(HANDLE thread);
 
   /// The message thread is not terminated while it is held: whatever the thread must not leave half
@@ -103,30 +103,29 @@ class PipeServer {
   static constexpr DWORD kCancelledConnectionEndMs = 1000;
 
   // Connecting (pipe_connection.cpp)
-  void WaitClientConnection(DWORD timeout);
+  bool WaitClientConnection(DWORD timeout);
   bool StartConnectionThread();
   void ReportConnectionWait(DWORD waitResult) const;
-  void ReportConnection() const;
-  void EndConnectionThread();
+  void EndConnectionThread(DWORD endTimeMs);
   static unsigned __stdcall ConnectThreadProc(void* parameter);
   void ConnectClient();
 
   // Messages (pipe_message_loop.cpp)
-  bool StartMessageThread();
   static unsigned __stdcall ProcessMessagesThreadProc(void* parameter);
   void ProcessMessagesThread();
   void ServeClient();
-  void ProcessMessages();
+  DWORD ProcessMessages();
   void ServeRequest();
+  bool ReadPayload(DWORD payloadLength, BYTE* buffer);
   void RefusePayload(DWORD payloadLength);
   void Reply(const Tagwright::MessageHeader& reply);
   void FinishServing();
-  bool ReadBytes(BYTE* pDestinationBuffer, DWORD nBytesToRead);
+  bool ReadBytes(BYTE* pDestinationBuffer, DWORD nBytesToRead, DWORD* pTotalBytesRead);
   void CallOnActivityCallback();
 
   // Ending
   std::int32_t MapWaitResult(DWORD waitResult, DWORD maxShutdownTime);
-  bool EndsWithin(DWORD maxShutdownTime) const;
+  void EndMessageThread(DWORD maxShutdownTime, bool logTermination);
 
   // Log lines
   OString LogIntro(const char* functionName) const;
@@ -134,14 +133,13 @@ class PipeServer {
   static OString ConvertToPartialPipeName(OString pipeName);
   void Trace(const char* functionName, const char* text) const;
 
-  /// Written by the starter, read by every thread.
-  std::atomic<HANDLE> _hMessageThread{INVALID_HANDLE_VALUE};
+  std::atomic<HANDLE> _hMessageThread;  // Written by the starter, read by every thread.
   OString _pipeName;
-  std::atomic<bool> _connected{false};  // Written by the connection thread before it ends.
+  std::atomic<bool> _connected;  // Written by the connection thread before it ends.
   PipeChannel _channel;
-  DWORD _connectionTimeout{};
+  DWORD _connectionTimeout;
   OCriticalSection _callbackLock;
-  OnActivityCallback _onActivityCallback{};  // Guarded by _callbackLock.
+  OnActivityCallback _onActivityCallback;  // Guarded by _callbackLock.
   /// Written by the message thread; read by who has terminated that thread.
-  std::atomic<HANDLE> _hConnectThread{INVALID_HANDLE_VALUE};
+  std::atomic<HANDLE> _hConnectThread;
 };

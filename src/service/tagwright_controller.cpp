@@ -38,7 +38,7 @@ bool TagwrightController::ParseIncomingMessage(const Tagwright::MessageHeader& m
 
 Tagwright::ReplyStatus TagwrightController::AddEncoder(const BYTE* pPayloadBuffer,
                                                        DWORD payloadLength) {
-  if (pPayloadBuffer == nullptr) return Tagwright::eStatusSuccess;
+  if (payloadLength == 0 || pPayloadBuffer == nullptr) return Tagwright::eStatusSuccess;
   // A name without its NUL is the whole payload; nothing beyond the payload is read.
   const BYTE* end = std::find(pPayloadBuffer, pPayloadBuffer + payloadLength, BYTE{0});
   const std::string name(pPayloadBuffer, end);

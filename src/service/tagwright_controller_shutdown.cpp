@@ -4,7 +4,6 @@
 #include "service/tagwright_controller.h"
 #include "service/time_limits.h"
 #include "support/log.h"
-#include "support/thread_end.h"
 
 namespace {
 
@@ -14,37 +13,6 @@ constexpr Tracer kWaitForControl{"TagwrightController::WaitForControlThreadShutd
 constexpr Tracer kTerminateEncoders{"TagwrightController::TerminateEncoderThreads"};
 
 void TraceShutdown(const char* text) { kShutdownAllPipes(text, LogLevel::kDetailInfoD); }
-
-/// A server whose thread was never started has none.
-void AddThreadOf(const PipeServer& server, std::vector<HANDLE>& threads) {
-  const HANDLE thread = server.GetThreadHandle();
-  if (thread != INVALID_HANDLE_VALUE) threads.push_back(thread);
-}
-
-struct WaitTexts {
-  const char* ended;
-  const char* timedOut;
-  const char* failed;
-};
-
-/// Whether the threads have ended.
-bool ReportWait(const Tracer& trace, ThreadEnd end, const WaitTexts& texts) {
-  switch (end) {
-    case ThreadEnd::kEnded:
-      trace(texts.ended);
-      break;
-    case ThreadEnd::kTimedOut:
-      trace(texts.timedOut);
-      break;
-    case ThreadEnd::kAbandoned:
-      trace.Warning("handle abandoned");
-      break;
-    case ThreadEnd::kFailed:
-      trace.Error(texts.failed);
-      break;
-  }
-  return end == ThreadEnd::kEnded;
-}
 
 }  // namespace
 
@@ -58,7 +26,7 @@ void TagwrightController::ForEachEncoder(Visit&& visit) {
 
 void TagwrightController::StopEncoders() {
   ShutdownEncoderThreads();
-  if (!WaitForEncoderThreadShutdown(kMaxControlShutdownTimeMs)) TerminateEncoderThreads();
+  if (!WaitForEncoderThreadShutdown(kMaxPipesEndMs)) TerminateEncoderThreads();
 }
 
 TagwrightController::~TagwrightController() {
@@ -75,7 +43,10 @@ void TagwrightController::ShutdownEncoderThreads() {
 
 std::vector<HANDLE> TagwrightController::EncoderThreads() {
   std::vector<HANDLE> threads;
-  ForEachEncoder([&](const TagwrightServer& server) { AddThreadOf(server, threads); });
+  ForEachEncoder([&](const TagwrightServer& server) {
+    const HANDLE thread = server.GetThreadHandle();
+    if (thread != INVALID_HANDLE_VALUE) threads.push_back(thread);
+  });
   return threads;
 }
 
@@ -85,23 +56,46 @@ bool TagwrightController::WaitForEncoderThreadShutdown(DWORD timeout) {
     kWaitForEncoders("There are no threads to wait for");
     return true;
   }
-  return ReportWait(
-      kWaitForEncoders, AwaitThreads(threads, timeout),
-      {"all threads signaled as shutdown", "timeout while waiting for threads to shutdown",
-       "WaitForMultipleObjects failed"});
+  const auto count = static_cast<DWORD>(threads.size());
+  const DWORD result = WaitForMultipleObjects(count, threads.data(), TRUE, timeout);
+  if (result < WAIT_OBJECT_0 + count) {
+    kWaitForEncoders("all threads signaled as shutdown");
+    return true;
+  }
+  if (result == WAIT_TIMEOUT) {
+    kWaitForEncoders("timeout while waiting for threads to shutdown");
+  } else if (result >= WAIT_ABANDONED_0 && result < WAIT_ABANDONED_0 + count) {
+    kWaitForEncoders.Warning("handle abandoned");
+  } else {
+    kWaitForEncoders.Error("WaitForMultipleObjects failed");
+  }
+  return false;
 }
 
 bool TagwrightController::WaitForControlThreadShutdown(DWORD timeout) {
-  std::vector<HANDLE> thread;
-  AddThreadOf(*this, thread);
-  return ReportWait(kWaitForControl, AwaitThreads(thread, timeout),
-                    {"Control pipe thread shutdown", "Timeout while waiting for thread to shutdown",
-                     "WaitForSingleObjects failed"});
+  if (timeout == 0) return true;
+  const HANDLE thread = GetThreadHandle();
+  // Windows takes INVALID_HANDLE_VALUE for this process itself and would wait in vain.
+  switch (thread == INVALID_HANDLE_VALUE ? WAIT_FAILED : WaitForSingleObject(thread, timeout)) {
+    case WAIT_OBJECT_0:
+      kWaitForControl("Control pipe thread shutdown");
+      return true;
+    case WAIT_TIMEOUT:
+      kWaitForControl("Timeout while waiting for thread to shutdown");
+      return false;
+    case WAIT_ABANDONED:
+      kWaitForControl.Warning("handle abandoned");
+      return false;
+    default:
+      kWaitForControl.Error("WaitForSingleObjects failed");
+      return false;
+  }
 }
 
 void TagwrightController::TerminateEncoderThreads() {
   ForEachEncoder([](TagwrightServer& server) {
-    if (!IsActive(server.GetThreadHandle())) return;
+    const HANDLE thread = server.GetThreadHandle();
+    if (thread == INVALID_HANDLE_VALUE || !IsActive(thread)) return;
     kTerminateEncoders.Warning(
         [] { return OString("Terminating thread id: 0x") << FormatHex(GetCurrentThreadId()); });
     server.TerminateMessageThread();
@@ -119,7 +113,8 @@ void TagwrightController::DestroyEncoders() {
 }
 
 void TagwrightController::TerminateControlThread() {
-  if (!IsActive(GetThreadHandle())) return;
+  const HANDLE thread = GetThreadHandle();
+  if (thread == INVALID_HANDLE_VALUE || !IsActive(thread)) return;
   kShutdownAllPipes.Warning("Forcibly terminating control thread");
   TerminateMessageThread();
 }
@@ -131,7 +126,7 @@ void TagwrightController::ShutdownAllPipes() {
   // steps below would not stop.
   RefuseFurtherEncoders();
   ShutdownEncoderThreads();
-  if (!WaitForEncoderThreadShutdown(kMaxControlShutdownTimeMs)) {
+  if (!WaitForEncoderThreadShutdown(kMaxPipesEndMs)) {
     kShutdownAllPipes.Warning("Forcing Encoder Threads Termination");
     TerminateEncoderThreads();
   }
@@ -139,8 +134,7 @@ void TagwrightController::ShutdownAllPipes() {
   PipeServer::Shutdown();
   DestroyEncoders();
   const DWORD usedMs = GetTickCount() - startTick;
-  if (usedMs < kMaxControlShutdownTimeMs)
-    WaitForControlThreadShutdown(kMaxControlShutdownTimeMs - usedMs);
+  if (usedMs < kMaxPipesEndMs) WaitForControlThreadShutdown(kMaxPipesEndMs - usedMs);
   TraceShutdown("Returned from WaitForControlThreadShutdown");
   TerminateControlThread();
   TraceShutdown("Leave");

@@ -46,7 +46,7 @@ bool TagwrightServer::ParseIncomingMessage(const Tagwright::MessageHeader& msgHe
       replyMsgHeader.status = Tagwright::eStatusUnknownMessage;
       return true;
   }
-  if (pPayloadBuffer == nullptr) return true;
+  if (msgHeader.payloadLength == 0 || pPayloadBuffer == nullptr) return true;
   if (!Encode(pPayloadBuffer, msgHeader.payloadLength)) {
     replyMsgHeader.status = Tagwright::eStatusEncodeFailed;
   }

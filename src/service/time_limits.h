@@ -11,4 +11,4 @@ constexpr DWORD kMaxShutdownTimeMs = 5000;
 
 /// How long the threads of the encoder pipes may take to end, and everything together when all
 /// pipes are shut down.
-constexpr DWORD kMaxControlShutdownTimeMs = 15000;
+constexpr DWORD kMaxPipesEndMs = 15000;

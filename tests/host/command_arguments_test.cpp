@@ -9,8 +9,8 @@ namespace {
 
 using Words = std::vector<std::basic_string<WCHAR>>;
 
-CommandArguments Parse(const Words& words, const WCHAR* program = TEXT("program")) {
-  std::vector<const WCHAR*> argv = {program};
+CommandArguments Parse(const Words& words) {
+  std::vector<const WCHAR*> argv = {TEXT("C:\\Drivers\\tagwright.exe")};
   for (const auto& word : words) argv.push_back(word.c_str());
   return CommandArguments(static_cast<int>(argv.size()), argv.data());
 }
@@ -49,19 +49,6 @@ TEST(CommandArgumentsTest, ReadsItsSwitchesExactly) {
     EXPECT_TRUE(line.error == nullptr || log.Has(line.error));
   }
   EXPECT_TRUE(Parse(Words{}).HasError()) << "without a log, too";
-}
-
-TEST(CommandArgumentsTest, TheProgramsNameIsTheLastComponentOfItsPath) {
-  const std::pair<const WCHAR*, const char*> cases[] = {
-      {TEXT(""), ""},
-      {TEXT("tagwright"), "tagwright"},
-      {TEXT("C:\\Drivers\\bin/tagwright.exe"), "bin/tagwright.exe"},
-      {TEXT("C:tagwright"), "tagwright"},
-      {TEXT("C:\\Drivers\\"), ""},
-  };
-  for (const auto& [path, name] : cases) {
-    EXPECT_STREQ(Parse(Words{TEXT("/n")}, path).GetProgramName().nstring(), name);
-  }
 }
 
 TEST(CommandArgumentsTest, ComparesUnitsAsUnsigned) {
