@@ -1,9 +1,6 @@
 /// The watchers' threads and what the process main says of them.
 #include "host/watchers.h"
 
-#include "common/test_thread.h"
-#include "host/idle.h"
-#include "host/watch_parent.h"
 #include "pipe/server_fixture.h"
 #include "support/thread_start.h"
 
@@ -37,33 +34,6 @@ TEST_F(WatchersTest, ThatDoNotEndAreLeftBehind) {
   EXPECT_EQ(_log.Count("wmain: Watch Parent and Watch Idle successfully aborted"), 1);
   watchers.CloseHandles();
   EXPECT_EQ(watchers.IdleEvent(), nullptr);
-}
-
-TEST_F(WatchersTest, WithoutAnEventEndAtOnceAndLeaveTheirApartment) {
-  HANDLE noEvent = nullptr;
-  const struct {
-    unsigned(__stdcall* procedure)(void*);
-    void* parameter;
-    const char* lines;
-  } kWatchers[] = {{WatchParentProcessThreadProc, &noEvent,
-                    "Errors: WatchParentProcessThreadProc: coInitResult = 00000001\n"
-                    "DetailInfo: WatchParentProcessThreadProc: Thread Exit\n"},
-                   {WatchIdleThreadProc, new WatchIdleParameters{noEvent, noEvent},
-                    "Errors: WatchIdleThreadProc: coInitResult = 00000001\n"
-                    "DetailInfo: WatchIdleThreadProc:  Idle Thread started\n"
-                    "DetailInfo: WatchIdleThreadProc: Thread Exit\n"}};
-  for (const auto& watcher : kWatchers) {
-    _log.Clear();
-    TestThread([&] {
-      EXPECT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_OK);
-      EXPECT_EQ(watcher.procedure(watcher.parameter), 0U);
-      CoUninitialize();
-      EXPECT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_OK);
-      CoUninitialize();
-      return 0;
-    }).Join();
-    EXPECT_EQ(_log.ThreadTexts(), watcher.lines);
-  }
 }
 
 }  // namespace

@@ -60,19 +60,9 @@ TEST_F(EncoderServerTest, EndsWithTheControllerThatIsDestroyed) {
 
 TEST_F(EncoderServerTest, AControllerThatWasNotStartedIsShutDown) {
   auto& controller = Create<TagwrightController>(OString(_pipeName.c_str()));
-  _log.Clear();
   controller.ShutdownAllPipes();
-  EXPECT_EQ(
-      _log.ThreadTexts(),
-      "DetailInfoD: TagwrightController::ShutdownAllPipes: Enter\n"
-      "DetailInfo: TagwrightController::WaitForEncoderThreadShutdown: There are no threads to "
-      "wait for\n"
-      "DetailInfoD: TagwrightController::ShutdownAllPipes: Encoder Threads shutdown\n"
-      "DetailInfo: Pipe: ...the-pipe: PipeServer::Shutdown: Enter\n"
-      "Errors: TagwrightController::WaitForControlThreadShutdown: WaitForSingleObjects failed\n"
-      "DetailInfoD: TagwrightController::ShutdownAllPipes: Returned from "
-      "WaitForControlThreadShutdown\n"
-      "DetailInfoD: TagwrightController::ShutdownAllPipes: Leave\n");
+  EXPECT_TRUE(_log.Has("WaitForControlThreadShutdown: WaitForSingleObjects failed"));
+  EXPECT_FALSE(_log.Mentions("Forcibly"));
 }
 
 const ScopedHandle g_isHanging(CreateManualResetEvent());
@@ -87,14 +77,26 @@ TEST_F(EncoderServerTest, AControlThreadThatHangsIsEndedByForce) {
   _client.Send(0x302);
   ASSERT_EQ(WaitForSingleObject(g_isHanging.Get(), kLongMs), WAIT_OBJECT_0);
   controller.ShutdownAllPipes();
-  DWORD exitCode = 0;
-  EXPECT_TRUE(GetExitCodeThread(controller.GetThreadHandle(), &exitCode));
-  EXPECT_EQ(exitCode, 260U);
+  EXPECT_EQ(ExitCode(controller), 260U);
   for (const char* line :
        {"WaitForControlThreadShutdown: Timeout while waiting for thread to shutdown",
         "ShutdownAllPipes: Forcibly terminating control thread"}) {
     EXPECT_EQ(_log.Count(std::string("TagwrightController::") + line), 1) << line;
   }
+}
+
+TEST_F(EncoderServerTest, OneThatIsStillBeingAddedWhenAllPipesAreShutDownIsRefused) {
+  auto& controller = Create<TagwrightController>(OString(_pipeName.c_str()));
+  std::jthread end;
+  LogHooked("TagwrightServer::TagwrightServer Starting", [&] {
+    end = std::jthread([&] { controller.ShutdownAllPipes(); });
+    while (!_log.Has("ShutdownAllPipes: Encoder Threads shutdown")) Sleep(1);
+  });
+  StartAndConnect();
+  _client.Send(0x300, UniquePipeName());
+  EXPECT_EQ(WaitForEnd(), PipeServer::kShutdownSignaled);
+  end.join();
+  EXPECT_EQ(_log.Count("eAddEncoder unable to create pipe"), 1);
 }
 
 TEST_F(EncoderServerTest, EndsAfterItsLastReply) {

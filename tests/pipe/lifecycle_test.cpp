@@ -1,6 +1,7 @@
 /// A pipe server from its pipe to its end: connecting, waiting, stopping, failing.
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <new>
 #include <stdexcept>
 
@@ -23,16 +24,6 @@ class LifecycleTest : public ServerTest {
   }
 };
 
-TEST_F(LifecycleTest, AClientThatNeverComes) {
-  CreateServer();
-  ASSERT_TRUE(_server->StartProcessMessageThread(1));
-  EXPECT_EQ(WaitForEnd(), PipeServer::kMessageThreadEnded);
-  EXPECT_TRUE(_log.Has("PipeServer::WaitClientConnection: Connection attempt timed out"));
-  DWORD exitCode = 1;
-  EXPECT_TRUE(GetExitCodeThread(_server->GetThreadHandle(), &exitCode));
-  EXPECT_EQ(exitCode, 0U);
-}
-
 TEST_F(LifecycleTest, AClientThatCameBeforeTheServerWasStarted) {
   CreateServer();
   _client.Connect(_pipeName);
@@ -46,6 +37,7 @@ TEST_F(LifecycleTest, AClientThatHasGoneBeforeTheServerWasStarted) {
   _client.Close();
   ASSERT_TRUE(_server->StartProcessMessageThread(kLongMs));
   EXPECT_EQ(WaitForEnd(), PipeServer::kMessageThreadEnded);
+  EXPECT_EQ(ExitCode(*_server), 0U);
   EXPECT_TRUE(_log.Has("ConnectThreadProc: ConnectNamedPipe failed.  Last error = 0x000000E8"));
   EXPECT_TRUE(
       _log.Has("WaitClientConnection: Connection thread exited without connecting. _shutdown = 0"));
@@ -113,24 +105,6 @@ TEST_F(LifecycleTest, TheOwnersWaitTellsWhatHappened) {
   }
 }
 
-TEST_F(LifecycleTest, AHandlerThatNeverReturnsIsTerminated) {
-  const auto entered = Event(false);
-  Serve([&](const auto&, const BYTE*, auto&) {
-    SetEvent(entered.Get());
-    Sleep(INFINITE);
-    return true;
-  });
-  _client.Send(0x200, "x");
-  ASSERT_EQ(WaitForSingleObject(entered.Get(), kLongMs), WAIT_OBJECT_0);
-  _server->Shutdown();
-  EXPECT_EQ(WaitForEnd(0), PipeServer::kShutdownSignaled);
-  DWORD exitCode = 0;
-  EXPECT_EQ(WaitForSingleObject(_server->GetThreadHandle(), kLongMs), WAIT_OBJECT_0);
-  EXPECT_TRUE(GetExitCodeThread(_server->GetThreadHandle(), &exitCode));
-  EXPECT_EQ(exitCode, 260U);
-  EXPECT_TRUE(_log.Has("Calling TerminateThread"));
-}
-
 /// Its handler does a step under the termination lock and then never returns.
 class SteppingServer : public PipeServer {
  public:
@@ -162,6 +136,8 @@ TEST_F(LifecycleTest, ATerminationWaitsForTheStepThatMustNotBeCutShort) {
   server.Shutdown();
   EXPECT_EQ(WaitForEnd(0), PipeServer::kShutdownSignaled);
   EXPECT_TRUE(server.isStepDone);
+  EXPECT_EQ(ExitCode(server), 260U);
+  EXPECT_TRUE(_log.Has("Calling TerminateThread"));
 }
 
 TEST_F(LifecycleTest, RunWaitsForTheEndAndThenForcesIt) {
@@ -181,9 +157,7 @@ TEST_F(LifecycleTest, RunWaitsForTheEndAndThenForcesIt) {
       _client.Send(0x200);
     });
     server.Run(kLongMs, one.maxShutdownMs);
-    DWORD exitCode = 1;
-    EXPECT_TRUE(GetExitCodeThread(server.GetThreadHandle(), &exitCode));
-    EXPECT_EQ(exitCode, one.exitCode);
+    EXPECT_EQ(ExitCode(server), one.exitCode);
     EXPECT_TRUE(server.IsShutdown());
     client.join();
     _client.Close();
@@ -201,7 +175,6 @@ TEST_F(LifecycleTest, ACancelledWaitForTheClientEndsTheServer) {
   ASSERT_TRUE(_server->StartProcessMessageThread(INFINITE));
   while (!_server->CancelPipeIo()) Sleep(0);
   EXPECT_EQ(WaitForEnd(), PipeServer::kMessageThreadEnded);
-  EXPECT_TRUE(_log.Has("ConnectThreadProc: ConnectNamedPipe failed.  Last error = 0x000003E3"));
 }
 
 TEST_F(LifecycleTest, AConnectionThreadThatFails) {
@@ -210,6 +183,28 @@ TEST_F(LifecycleTest, AConnectionThreadThatFails) {
   ASSERT_TRUE(_server->StartProcessMessageThread(INFINITE));
   EXPECT_EQ(WaitForEnd(), PipeServer::kMessageThreadEnded);
   EXPECT_EQ(_log.Count("PipeServer::ConnectThreadProc: Exception. Message = port busy"), 1);
+}
+
+TEST_F(LifecycleTest, EveryThreadEntersItsApartmentAndLeavesIt) {
+  const std::pair<const char*, HRESULT> kLines[] = {
+      {"ConnectThreadProc: ConnectNamedPipe succeeded", S_FALSE},
+      {"ConnectThreadProc: Exit", S_OK},
+      {"ProcessMessages: Enter", S_FALSE},
+      {"ProcessMessages: Thread exit", S_FALSE},
+      {"ProcessMessagesThread: Thread Exit", S_OK}};
+  for (const auto& [line, expected] : kLines) {
+    std::atomic<HRESULT> entered{-1};
+    LogHooked(line, [&] {
+      entered = CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+      CoUninitialize();
+    });
+    _pipeName = UniquePipeName();
+    Serve(Acknowledge);
+    _client.Expect(0, 0x302);
+    StopServer();
+    _client.Close();
+    EXPECT_EQ(entered, expected) << line;
+  }
 }
 
 struct Failure {

@@ -97,6 +97,13 @@ class ServerTest : public testing::Test {
     return _server->WaitForMultipeObjectsOrPipeTermination(0, nullptr, kLongMs, maxShutdownTime);
   }
 
+  /// Of the message thread.
+  static DWORD ExitCode(const PipeServer& server) {
+    DWORD exitCode = 1;
+    EXPECT_TRUE(GetExitCodeThread(server.GetThreadHandle(), &exitCode));
+    return exitCode;
+  }
+
   /// Stops and destroys the server; everything it logs is in the log then.
   void StopServer() {
     if (!_server) return;

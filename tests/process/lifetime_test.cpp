@@ -1,5 +1,6 @@
 /// How tagwright ends when the driver that started it dies, whatever it was doing.
 #include "process/driven.h"
+#include "support/scoped_handle.h"
 
 namespace {
 
@@ -85,6 +86,15 @@ TEST_F(LifetimeTest, AfterTheDriversDeathAComponentThatHangsIsLeftBehind) {
 TEST_F(LifetimeTest, AfterTheDriversDeathAComponentThatHangsWhileItIsLoadedIsLeftBehind) {
   Driven single(kSingle, "hanging\\tagwright"), control(kControl, "hanging\\tagwright");
   ExpectToBeLeftBehind(single, control, AwaitLoad);
+}
+
+TEST_F(LifetimeTest, AfterTheDriversDeathALogThatDoesNotAnswerIsLeftBehind) {
+  Driven single(kSingle);
+  const ScopedHandle log(
+      CreateMutexW(nullptr, TRUE, TEXT("Brennick File Log Mutex for Brennick Tagwright.Native")));
+  single.KillDriver();
+  single.ExpectEnd(12000);
+  ReleaseMutex(log.Get());
 }
 
 TEST_F(LifetimeTest, ADriverThatDiesAsSoonAsItIsConnectedIsNotMissed) {
