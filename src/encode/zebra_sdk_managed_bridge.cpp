@@ -12,12 +12,12 @@ using Component = TagwrightComponentInterface;
 
 class ZebraSDKManagedBridgePrivate {
  public:
-  Tagwright::ComponentObject _zebraSdk;
+  std::unique_ptr<Tagwright::ComponentObject> _zebraSdk;
 };
 
 ZebraSDKManagedBridge::ZebraSDKManagedBridge()
     : _private(std::make_unique<ZebraSDKManagedBridgePrivate>()) {
-  _private->_zebraSdk = Tagwright::ComponentObject::Create();
+  _private->_zebraSdk = std::make_unique<Tagwright::ComponentObject>();
 }
 
 ZebraSDKManagedBridge::~ZebraSDKManagedBridge() = default;
@@ -27,7 +27,7 @@ void ZebraSDKManagedBridge::TestManagedCodeAccessible() {
 }
 
 bool ZebraSDKManagedBridge::Connect(int portType, OString printer, bool connectPerCard) {
-  _private->_zebraSdk.Call(&Component::InitLogging);
+  _private->_zebraSdk->Call(&Component::InitLogging);
   const bool result = ConnectGuarded(portType, printer, connectPerCard);
   OutputDebugStringW(result ? TEXT("ZebraSDKManagedBridge::Connect Successfully Connnected")
                             : TEXT("ZebraSDKManagedBridge::Connect Failed to Connect"));
@@ -37,7 +37,7 @@ bool ZebraSDKManagedBridge::Connect(int portType, OString printer, bool connectP
 bool ZebraSDKManagedBridge::ConnectGuarded(int portType, const OString& printer,
                                            bool connectPerCard) {
   try {
-    return _private->_zebraSdk.Call(&Component::Connect, portType, printer, connectPerCard);
+    return _private->_zebraSdk->Call(&Component::Connect, portType, printer, connectPerCard);
   } catch (CException* exception) {
     const OString message = FrameworkMessage(*exception);
     exception->Delete();
@@ -54,47 +54,47 @@ bool ZebraSDKManagedBridge::ConnectGuarded(int portType, const OString& printer,
 
 void ZebraSDKManagedBridge::LogConnectError(const OString& text) {
   const OString line = OString("ZebraSDKManagedBridge::Connect ") << text;
-  _private->_zebraSdk.Call(&Component::LogErrorEvent, line);
+  _private->_zebraSdk->Call(&Component::LogErrorEvent, line);
 }
 
 bool ZebraSDKManagedBridge::Disconnect() {
-  return _private->_zebraSdk.Call(&Component::Disconnect);
+  return _private->_zebraSdk->Call(&Component::Disconnect);
 }
 
 bool ZebraSDKManagedBridge::WriteEPC(const OString& epcDataIn) {
-  return _private->_zebraSdk.Call(&Component::WriteEPC, epcDataIn);
+  return _private->_zebraSdk->Call(&Component::WriteEPC, epcDataIn);
 }
 
 bool ZebraSDKManagedBridge::WriteMemory(int bank, int offset, const OString& dataIn) {
-  return _private->_zebraSdk.Call(&Component::WriteMemory, bank, offset, dataIn);
+  return _private->_zebraSdk->Call(&Component::WriteMemory, bank, offset, dataIn);
 }
 
 bool ZebraSDKManagedBridge::WriteUserMemory(int offset, const OString& dataIn) {
-  return _private->_zebraSdk.Call(&Component::WriteUserMemory, offset, dataIn);
+  return _private->_zebraSdk->Call(&Component::WriteUserMemory, offset, dataIn);
 }
 
 bool ZebraSDKManagedBridge::SetAccessPassword(const OString& accessPasswordIn) {
-  return _private->_zebraSdk.Call(&Component::SetAccessPassword, accessPasswordIn);
+  return _private->_zebraSdk->Call(&Component::SetAccessPassword, accessPasswordIn);
 }
 
 bool ZebraSDKManagedBridge::LockTag(const OString& accessPasswordIn, int iLockAction) {
-  return _private->_zebraSdk.Call(&Component::LockTag, accessPasswordIn, iLockAction);
+  return _private->_zebraSdk->Call(&Component::LockTag, accessPasswordIn, iLockAction);
 }
 
 bool ZebraSDKManagedBridge::PermalockUserBlock(const OString& accessPasswordIn,
                                                unsigned int startAddress, int blockCount) {
-  return _private->_zebraSdk.Call(&Component::PermalockUserBlock, accessPasswordIn, startAddress,
-                                  blockCount);
+  return _private->_zebraSdk->Call(&Component::PermalockUserBlock, accessPasswordIn, startAddress,
+                                   blockCount);
 }
 
 bool ZebraSDKManagedBridge::UnlockTag(const OString& accessPasswordIn, int iUnlockAction) {
-  return _private->_zebraSdk.Call(&Component::UnlockTag, accessPasswordIn, iUnlockAction);
+  return _private->_zebraSdk->Call(&Component::UnlockTag, accessPasswordIn, iUnlockAction);
 }
 
 bool ZebraSDKManagedBridge::SetKillPassword(const OString& killPasswordIn) {
-  return _private->_zebraSdk.Call(&Component::SetKillPassword, killPasswordIn);
+  return _private->_zebraSdk->Call(&Component::SetKillPassword, killPasswordIn);
 }
 
 bool ZebraSDKManagedBridge::KillTag(const OString& killPasswordIn) {
-  return _private->_zebraSdk.Call(&Component::KillTag, killPasswordIn);
+  return _private->_zebraSdk->Call(&Component::KillTag, killPasswordIn);
 }

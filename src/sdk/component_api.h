@@ -173,8 +173,7 @@ typedef struct TagwrightComponentInterface {
   void (*KillTag)(TagwrightComponentObject* object, TagwrightText killPassword,
                   TagwrightCallResult* result);
 } TagwrightComponentInterface;
-static_assert(offsetof(TagwrightComponentInterface, CreateObject) == 8,
-              "the same in every version");
+static_assert(offsetof(TagwrightComponentInterface, CreateObject) == 8, "in every version");
 static_assert(sizeof(TagwrightComponentInterface) == 8 + 16 * sizeof(void*), "version 1");
 
 /// Name of the one exported function, as GetProcAddress takes it.

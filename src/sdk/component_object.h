@@ -1,7 +1,8 @@
-/// One object of the component's class ZebraSDK and the handle that owns it.
+/// One object of the component's class ZebraSDK.
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
 #include "sdk/call_result.h"
 #include "sdk/component_library.h"
@@ -10,20 +11,13 @@
 
 namespace Tagwright {
 
-/// Owning handle, move only: the object it holds is disposed of exactly once, when the handle is
-/// destroyed or takes another object. A default-made handle is empty; calling a member through an
-/// empty one is an error of the caller.
-///
-/// One thread at a time.
+/// Makes an object and disposes of it exactly once. One thread at a time.
 class ComponentObject {
  public:
-  ComponentObject() = default;
-  ComponentObject(ComponentObject&& other) noexcept;
-  ComponentObject& operator=(ComponentObject&& other) noexcept;
-  ~ComponentObject();
+  /// Loads the component when needed (ComponentLoadError) and runs the object's constructor; throws
+  /// what that raised, and std::runtime_error when it made nothing.
+  ComponentObject();
 
-  /// Loads the component when needed (ComponentLoadError) and runs the object's constructor.
-  static ComponentObject Create();
   /// Static member of the component's class; ComponentLoadError as well.
   static void TestManagedCodeAccessible();
 
@@ -40,7 +34,7 @@ class ComponentObject {
   bool CallWith(Member member, Arguments... arguments) {
     TagwrightCallResult result{};
     const auto function = Component().*member;
-    GuardCrashes([&] { function(_object, arguments..., &result); });
+    GuardCrashes([&] { function(_object.get(), arguments..., &result); });
     return ReturnOrThrow(result);
   }
 
@@ -50,9 +44,11 @@ class ComponentObject {
   static std::int32_t AtBoundary(std::int32_t number) { return number; }
   static std::uint32_t AtBoundary(std::uint32_t number) { return number; }
 
-  void Dispose() noexcept;
+  struct Disposer {
+    void operator()(TagwrightComponentObject* object) const noexcept;
+  };
 
-  TagwrightComponentObject* _object = nullptr;
+  std::unique_ptr<TagwrightComponentObject, Disposer> _object;
 };
 
 }  // namespace Tagwright
