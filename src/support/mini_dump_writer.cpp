@@ -10,6 +10,8 @@ namespace {
 
 constexpr char kLibraryValue[] = "LOCAL_MACHINE:Software/Brennick/Drivers/Debug/dbghelp";
 
+constexpr char kSystemLibrary[] = "dbghelp.dll";
+
 /// How long one dump may keep the next one waiting; then both are at work.
 constexpr DWORD kMaxDumpTimeMs = 60000;
 
@@ -18,9 +20,8 @@ using SHGetFolderPathWFunction = decltype(&SHGetFolderPathW);
 
 /// The file of the library to load first: the configured one, else the system's.
 OString LibraryFileName() {
-  ORegistry registry;
-  const OString configured = registry.GetString(kLibraryValue, "");
-  return configured.IsEmpty() ? OString("dbghelp.dll") : configured;
+  const OString configured = ORegistry().GetString(kLibraryValue, "");
+  return configured.IsEmpty() ? OString(kSystemLibrary) : configured;
 }
 
 /// Empty when there is none.
@@ -38,7 +39,7 @@ OString CommonAppDataFolder() {
 /// Creates the folder of dumps; empty on failure.
 OString DumpFolder() {
   const OString folder = DumpFolderPath();
-  return !folder.IsEmpty() && OFile::CreateDirectoryPath(folder) ? folder : OString();
+  return OFile::CreateDirectoryPath(folder) ? folder : OString();
 }
 
 /// Empty when all names are taken.
@@ -86,6 +87,5 @@ OString DumpFolderPath() {
 bool WriteMiniDumpFile(EXCEPTION_POINTERS* pointers, OString& fileName) {
   const ScopedLibrary configured(LibraryFileName().wstring());
   if (configured.IsValid()) return WriteWith(configured, pointers, fileName);
-  const ScopedLibrary fallback(TEXT("dbghelp.dll"));
-  return fallback.IsValid() && WriteWith(fallback, pointers, fileName);
+  return WriteWith(ScopedLibrary(OString(kSystemLibrary).wstring()), pointers, fileName);
 }

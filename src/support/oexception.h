@@ -42,6 +42,9 @@ class OStdException {
 /// error code and text that stand for the structured exception's code, and with the pointers.
 [[noreturn]] void ThrowStructuredException(unsigned code, EXCEPTION_POINTERS* pointers);
 
+/// The longest text of the system for an error code, NUL included.
+constexpr std::size_t kMaxSystemText = 1024;
+
 /// The text that the OException has for the code, without its line end. Takes no memory from the
 /// heap.
-FixedText<1024> StructuredExceptionText(DWORD code);
+FixedText<kMaxSystemText> StructuredExceptionText(DWORD code);

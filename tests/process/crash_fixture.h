@@ -25,9 +25,9 @@ class FatalCrashTest : public ProcessTest {
   /// The component's `action` ends the process with a report and a dump. The process that serves
   /// `bystander` goes on and can encode: nobody holds the mutex any more.
   void ExpectFatalCrash(const std::string& action, const std::string& error,
-                        const std::string& program = kProgram) {
+                        const std::string& program = kProgram,
+                        const std::string& function = "PipeServer::ProcessMessagesThread") {
     SCOPED_TRACE(action);
-    const DumpFolder dumps;
     const ProductLog log;
     Program bystander, crashing;
     PipeClient other, client;
@@ -41,9 +41,14 @@ class FatalCrashTest : public ProcessTest {
     EXPECT_NE(crashing.ExitCode(), 0U);
     other.Expect(0, 0x200, JobFor("nothing"));
     EXPECT_TRUE(log.Has("Error: " + error));
-    EXPECT_EQ(log.Count("Caught in [PipeServer::ProcessMessagesThread]"), 1);
-    const std::string path = DumpFolder::Path("bkcrash_0000.dmp");
+    EXPECT_EQ(log.Count("Caught in [" + function + "]"), 1);
+    const std::string number = std::to_string(_crashes++);
+    const std::string path = DumpFolder::Path("bkcrash_000" + number + ".dmp");
     EXPECT_TRUE(log.Has("MiniDump File: " + path));
     EXPECT_FALSE(DumpFolder::Streams(DumpFolder::Content(path)).empty());
   }
+
+ private:
+  const DumpFolder _dumps;
+  int _crashes = 0;
 };

@@ -73,6 +73,8 @@ TEST_F(CrashTest, ACrashOfTheMessageThreadIsReportedWithADumpThatKeepsNoPassword
 TEST_F(FatalCrashTest, OfAnAbortAndOfAnExceptionThatNobodyMayThrow) {
   ExpectFatalCrash("abort", SystemText(ERROR_UNIDENTIFIED_ERROR));
   ExpectFatalCrash("throw from noexcept", SystemText(ERROR_UNIDENTIFIED_ERROR));
+  ExpectFatalCrash("abort elsewhere", SystemText(ERROR_UNIDENTIFIED_ERROR), kProgram,
+                   "unknown thread");
 }
 
 }  // namespace

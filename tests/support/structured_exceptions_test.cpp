@@ -11,6 +11,7 @@
 #include "common/test_thread.h"
 #include "common/victim.h"
 #include "platform/fatal_crash.h"
+#include "support/crash_guard.h"
 #include "support/oevent_log.h"
 #include "support/oregistry.h"
 #include "support/scoped_handle.h"
@@ -129,31 +130,35 @@ TEST(SeTranslation, EveryCodeHasItsErrorCodeAndText) {
 }
 
 /// What a handler scope of this thread makes of each crash, one after another; destructors on the
-/// way have to run, and an inner scope must leave the outer one's translator behind.
-void SurviveEveryCrash() {
+/// way have to run, and an inner scope or guard must leave the outer one's translator behind.
+void SurviveEveryCrash(bool isGuarded) {
   const OExceptionHandler outer("outer", 0);
   for (const Crash& crash : kCrashes) {
     { const OExceptionHandler inner("inner", 0); }
+    GuardCrashes([] {});
     EXPECT_EQ(OExceptionHandler::Innermost(), &outer);
     bool isUnwound = false;
-    try {
+    const auto act = [&] {
       const std::shared_ptr<void> local(nullptr, [&](void*) { isUnwound = true; });
       crash.function();
       ADD_FAILURE() << "no crash";
+    };
+    try {
+      isGuarded ? GuardCrashes(act) : act();
     } catch (const OException& exception) {
       EXPECT_EQ(exception.Pointers()->ExceptionRecord->ExceptionCode, crash.code);
       EXPECT_EQ(exception.ErrorCode(), crash.errorCode);
       EXPECT_TRUE(isUnwound);
       locals = 0;
-      if (crash.code == EXCEPTION_STACK_OVERFLOW) _resetstkoflw();
+      if (!isGuarded && crash.code == EXCEPTION_STACK_OVERFLOW) _resetstkoflw();
     }
   }
 }
 
 TEST(StructuredExceptions, ArriveInTheCatchBlocksOfTheirThread) {
-  for (int round = 0; round < 2; ++round) {
-    SurviveEveryCrash();
-    TestThread([] { return SurviveEveryCrash(), 0U; }).Join();
+  for (const bool isGuarded : {true, false}) {
+    SurviveEveryCrash(isGuarded);
+    TestThread([=] { return SurviveEveryCrash(isGuarded), 0U; }).Join();
   }
 }
 

@@ -2,6 +2,7 @@
 #include <cstdlib>
 #include <map>
 #include <string>
+#include <thread>
 
 #include "platform/windows_api.h"
 #include "sdk/component_api.h"
@@ -35,6 +36,7 @@ const std::map<std::basic_string<WCHAR>, void (*)()> kActions = {
     {TEXT("free twice"), FreeTwice},
     {TEXT("throw from noexcept"), ThrowFromNoexcept},
     {TEXT("abort"), [] { std::abort(); }},
+    {TEXT("abort elsewhere"), [] { std::thread([] { std::abort(); }).join(); }},
 };
 
 void WriteEPC(TagwrightComponentObject*, TagwrightText data, TagwrightCallResult* result) {
