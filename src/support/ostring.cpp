@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <limits>
+#include <string>
 
 #include "support/secure_wipe.h"
 
@@ -58,7 +58,7 @@ OString& OString::AssignText(const Char* text) {
 
 template <class Char>
 OString OString::FromCharacters(const Char* text, int count, DWORD codePage) {
-  OString result(new OStringBuffer(0, codePage));
+  OString result(new OStringBuffer(codePage));
   const Char* const end = std::find(text, text + std::max(count, 0), Char{0});
   result._buffer->Assign(text, static_cast<std::uint64_t>(end - text));
   return result;
@@ -69,7 +69,7 @@ template OString OString::FromCharacters(const WCHAR*, int, DWORD);
 
 void OString::MakeUnique() {
   if (_buffer == nullptr) {
-    _buffer = new OStringBuffer(0, CP_ACP);
+    _buffer = new OStringBuffer;
   } else if (_buffer->IsShared()) {
     OStringBuffer* const own = _buffer->Clone();
     std::exchange(_buffer, own)->Release();
@@ -98,11 +98,7 @@ OString& OString::operator<<(const char* text) {
 
 OString& OString::operator<<(const WCHAR* text) { return *this << OString(text); }
 
-OString& OString::operator<<(int value) {
-  std::array<char, 16> digits{};
-  std::to_chars(digits.begin(), digits.end(), value);
-  return *this << digits.data();
-}
+OString& OString::operator<<(int value) { return *this << std::to_string(value).c_str(); }
 
 OString operator+(OString left, const OString& right) {
   left << right;

@@ -45,17 +45,20 @@ bool IsWithin(const void* position, const void* start, std::uint64_t sizeBytes) 
   return first != nullptr && !std::less<>()(at, first) && std::less<>()(at, first + sizeBytes);
 }
 
+/// The bytes that the text takes with its NUL, 0 on failure; `narrow` may be null while `room` is
+/// 0.
+int ToNarrow(DWORD codePage, const WCHAR* text, char* narrow, int room) {
+  return WideCharToMultiByte(codePage, 0, text, -1, narrow, room, nullptr, nullptr);
+}
+
 struct Releaser {
   void operator()(OStringBuffer* buffer) const { buffer->Release(); }
 };
 
 }  // namespace
 
-OStringBuffer::OStringBuffer(std::uint64_t capacityChars, DWORD codePage)
-    : _capacityChars(capacityChars), _codePage(codePage) {}
-
 bool OStringBuffer::IsListed(DWORD codePage) {
-  return std::ranges::find(kMultiBytePages, codePage) != kMultiBytePages.end();
+  return std::ranges::find(kMultiBytePages, codePage) != std::end(kMultiBytePages);
 }
 
 OStringBuffer::~OStringBuffer() {
@@ -68,7 +71,8 @@ void OStringBuffer::Release() {
 }
 
 OStringBuffer* OStringBuffer::Clone() const {
-  std::unique_ptr<OStringBuffer, Releaser> copy(new OStringBuffer(_capacityChars, _codePage));
+  std::unique_ptr<OStringBuffer, Releaser> copy(new OStringBuffer(_codePage));
+  copy->_capacityChars = _capacityChars;
   copy->CopyForm<char>(*this);
   copy->CopyForm<WCHAR>(*this);
   return copy.release();
@@ -125,15 +129,13 @@ void OStringBuffer::FillFrom(const char* text) {
 }
 
 void OStringBuffer::FillFrom(const WCHAR* text) {
-  const int needed = WideCharToMultiByte(_codePage, 0, text, -1, nullptr, 0, nullptr, nullptr);
+  const int needed = ToNarrow(_codePage, text, nullptr, 0);
   if (std::cmp_greater(needed, RoomBytes<char>())) {
     Free<char>();
     _narrow = NewForm<char>(static_cast<std::uint64_t>(needed));
   }
   char* const narrow = Allocated<char>();
-  if (WideCharToMultiByte(_codePage, 0, text, -1, narrow, needed, nullptr, nullptr) == 0) {
-    *narrow = 0;
-  }
+  if (ToNarrow(_codePage, text, narrow, needed) == 0) *narrow = 0;
 }
 
 template <class Char>

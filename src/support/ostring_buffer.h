@@ -18,7 +18,7 @@
 class OStringBuffer {
  public:
   /// Starts with one reference and no forms. Code page 0 is the system's ANSI code page.
-  OStringBuffer(std::uint64_t capacityChars, DWORD codePage);
+  explicit OStringBuffer(DWORD codePage = CP_ACP) : _codePage(codePage) {}
   OStringBuffer(const OStringBuffer&) = delete;
   OStringBuffer& operator=(const OStringBuffer&) = delete;
 
@@ -103,6 +103,6 @@ class OStringBuffer {
   std::atomic<std::uint32_t> _references{1};
   char* _narrow = nullptr;  ///< Room for 2 bytes a character, so that a double-byte page fits.
   WCHAR* _wide = nullptr;
-  std::uint64_t _capacityChars;  ///< Of each form, NUL included; a multiple of 32, or 0.
+  std::uint64_t _capacityChars = 0;  ///< Of each form, NUL included; a multiple of 32, or 0.
   DWORD _codePage;
 };

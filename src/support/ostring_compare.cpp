@@ -13,9 +13,14 @@ constexpr auto kToUpperCase = [](int rank) {
   return rank >= 'a' && rank <= 'z' ? rank - 'a' + 'A' : rank;
 };
 
+/// The C library finds out many times faster that two narrow texts are the same.
+bool AreSame(const char* left, const char* right) { return std::strcmp(left, right) == 0; }
+bool AreSame(const WCHAR*, const WCHAR*) { return false; }
+
 /// Both texts end in a NUL, which takes part.
 template <class Char, class Map>
 int Order(const Char* left, const Char* right, Map map) {
+  if (AreSame(left, right)) return 0;
   for (;; ++left, ++right) {
     const int leftRank = map(Rank(*left));
     const int rightRank = map(Rank(*right));
@@ -24,25 +29,18 @@ int Order(const Char* left, const Char* right, Map map) {
   }
 }
 
-/// The C library finds out many times faster that two narrow texts are the same.
-bool AreSame(const char* left, const char* right) { return std::strcmp(left, right) == 0; }
-bool AreSame(const WCHAR*, const WCHAR*) { return false; }
-
 }  // namespace
 
 template <class Map>
 int OString::CompareMapped(const OString& other, Map map) const {
-  return InForm(WorksWideWith(other), [&]<class Char>() {
-    const Char* const left = Text<Char>();
-    const Char* const right = other.Text<Char>();
-    return AreSame(left, right) ? 0 : Order(left, right, map);
-  });
+  return InForm(WorksWideWith(other),
+                [&]<class Char>() { return Order(Text<Char>(), other.Text<Char>(), map); });
 }
 
 template <class Map>
 int OString::CompareMapped(const char* text, Map map) const {
-  if (text == nullptr || !StaysNarrow()) return CompareMapped(OString(text), map);
-  return AreSame(nstring(), text) ? 0 : Order(nstring(), text, map);
+  if (!StaysNarrow()) return CompareMapped(OString(text), map);
+  return Order(nstring(), text == nullptr ? "" : text, map);
 }
 
 int OString::Compare(const OString& other) const { return CompareMapped(other, std::identity()); }

@@ -71,7 +71,7 @@ int OString::ReplaceAll(const OString& oldText, const OString& newText) {
   const int count = CountOccurrences(text, sought);
   if (count == 0) return 0;
 
-  OString result(new OStringBuffer(0, CodePage()));
+  OString result(new OStringBuffer(CodePage()));
   const auto occurrences = static_cast<std::size_t>(count);
   Char* out = result._buffer->Edit<Char>(text.size() - occurrences * sought.size() +
                                          occurrences * replacement.size());

@@ -1,15 +1,11 @@
 #include <array>
-#include <charconv>
 #include <cstdio>
 #include <ctime>
+#include <string>
 
 #include "support/ostring.h"
 
-OString::OString(DWORD value) : OString() {
-  std::array<char, 16> digits{};
-  std::to_chars(digits.begin(), digits.end(), value);
-  *this = digits.data();
-}
+OString::OString(DWORD value) : OString(std::to_string(value).c_str()) {}
 
 OString FormatHex(DWORD value) {
   std::array<char, 9> digits;

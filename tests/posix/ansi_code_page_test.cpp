@@ -12,6 +12,8 @@
 namespace {
 
 const VictimRole kReportPage("ansi-page", [](VictimSide&, const std::string& page) {
+  const OString text("text");
+  if (text.GetLength() != 4 || text.is_valid_w() != (page != "1252")) return 2;
   return GetACP() == UINT(std::stoi(page)) ? 0 : 1;
 });
 
@@ -59,6 +61,10 @@ TEST_F(AnsiCodePage, MultiBytePagesAreWorkedWithWide) {
     WCHAR replacement = 0;
     EXPECT_EQ(MultiByteToWideChar(page, 0, "\x81", 1, &replacement, 1), 1);
     EXPECT_EQ(replacement, page == 932 ? u'\u30FB' : u'\uFFFD') << page;
+  }
+  for (const char* page : {"936", "949", "950", "1361", "54936"}) {
+    SetPage(Widen(page));
+    EXPECT_EQ(Victim("ansi-page", page).ExitCode(), DWORD{0}) << page;
   }
   WCHAR fourBytes = 0;
   EXPECT_EQ(MultiByteToWideChar(54936, 0, "\x81\x31\x81\x32", 4, &fourBytes, 1), 1);
