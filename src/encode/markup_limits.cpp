@@ -11,6 +11,10 @@ bool IsNameStart(unsigned char character) {
          character == '_' || character >= 0x7F;
 }
 
+bool StartsWithName(std::string_view text) {
+  return !text.empty() && IsNameStart(static_cast<unsigned char>(text.front()));
+}
+
 bool IsBeyondAscii(unsigned char character) { return character >= 0x80; }
 
 bool IsNamePart(unsigned char character) {
@@ -46,7 +50,7 @@ class MarkupScanner {
     if (_rest.starts_with("<![CDATA[")) return PassTo("]]>", 9);
     if (_rest.starts_with("<?")) return PassDeclaration();
     if (_rest.starts_with("</") && _depth > 0) return PassEndTag();
-    if (_rest.size() > 1 && IsNameStart(static_cast<unsigned char>(_rest[1]))) return PassElement();
+    if (StartsWithName(_rest.substr(1))) return PassElement();
     return PassTo(">", 1);
   }
 
@@ -109,13 +113,13 @@ class MarkupScanner {
   }
 
   bool PassAttribute() {
-    if (_rest.empty() || !IsNameStart(static_cast<unsigned char>(_rest.front()))) return false;
+    if (!StartsWithName(_rest)) return false;
     PassName();
     PassWhiteSpace();
     if (!_rest.starts_with('=')) return false;
     Pass(1);
     PassWhiteSpace();
-    if (_rest.empty() || (_rest.front() != '"' && _rest.front() != '\'')) return false;
+    if (!_rest.starts_with('"') && !_rest.starts_with('\'')) return false;
     const char quote = _rest.front();
     Pass(1);
     return PassText(quote) && !_rest.empty() && Pass(1);

@@ -52,7 +52,9 @@ class EncodeTest : public testing::Test {
     const std::unique_ptr<unsigned char[]> payload(new unsigned char[document.size()]);
     std::copy(document.begin(), document.end(), payload.get());
     ZXP7EpcGen2Encode executor(payload.get(), static_cast<DWORD>(document.size()));
-    return executor.ParseAndExecuteXML();
+    const bool result = executor.ParseAndExecuteXML();
+    EXPECT_TRUE(executor.ParseAndExecuteXML()) << "its document is gone";
+    return result;
   }
 
   /// Every finished call since the last look as "member=result", constructor and disposal included,

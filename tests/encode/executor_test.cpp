@@ -9,21 +9,6 @@ using testing::Not;
 const std::string kMade = "ZebraSDK=true ";
 const std::string kOpened = kMade + "TestManagedCodeAccessible=true InitLogging=true ";
 
-TEST_F(EncodeTest, ACardFromBlankToFinished) {
-  EXPECT_TRUE(RunOperations(std::string(kPrinter) +
-                            "<write segment='1' data='E2004216CB60601500951ED6'/>"
-                            "<!-- passwords -->text<setpassword type='2' password='0BADCAFE'/>"
-                            "<lock lock_action='131200' password='0BADCAFE'/>"));
-  EXPECT_EQ(TakeCalls(), kOpened +
-                             "Connect=true WriteEPC=true SetAccessPassword=true "
-                             "LockTag=true Disconnect=true Dispose=true");
-  const Simulator::Tag tag = Simulator::LoadTag(TEXT("TEST1"));
-  EXPECT_EQ(tag.AccessPassword(), 0x0BADCAFEU);
-  EXPECT_EQ(tag.Memory().banks[1][2], 0xE200);
-  EXPECT_EQ(tag.Memory().locks.Of(Simulator::LockField::kAccessPassword),
-            Simulator::LockState::kLocked);
-}
-
 TEST_F(EncodeTest, NoValueOfAJobReachesALog) {
   EXPECT_FALSE(RunOperations(std::string(kPrinter) +
                              "<write segment='3' data='FEED'/><setpassword password='0BADCAFE'/>"
@@ -81,7 +66,7 @@ TEST_F(EncodeTest, DocumentsDecideWhatIsExecuted) {
       {"<zsdk_job" + manyAttributes + "/>", false, true, kMade},
       {std::string("<zsdk_job/>\0<<", 14), true, false, kMade},
       {deepNesting, false, true, kMade},
-      {"<zsdk_job>" + printer + write, true, true,
+      {"<zsdk_job>" + printer + "<!-- no -->text" + write, true, true,
        kOpened + "Connect=true WriteUserMemory=true Disconnect=true "},
       {"<zsdk_job>" + printer + "<erase/>" + write + "</zsdk_job>", false, false,
        kOpened + "Connect=true Disconnect=true "},
@@ -98,6 +83,10 @@ TEST_F(EncodeTest, DocumentsDecideWhatIsExecuted) {
     EXPECT_EQ(log.Has("ZXP7EpcGen2Encode::ZXP7EpcGen2Encode    Invalid XML"), expected.invalid);
     EXPECT_EQ(TakeCalls(), expected.calls + "Dispose=true");
   }
+  const unsigned char blank = ' ';
+  EXPECT_TRUE(ZXP7EpcGen2Encode(nullptr, 1).ParseAndExecuteXML());
+  EXPECT_TRUE(ZXP7EpcGen2Encode(&blank, 0).ParseAndExecuteXML());
+  EXPECT_FALSE(ZXP7EpcGen2Encode(&blank, 1).ParseAndExecuteXML());
 }
 
 TEST_F(EncodeTest, ExceptionsAreLoggedByKindWhereTheyAreCaught) {
@@ -108,7 +97,8 @@ TEST_F(EncodeTest, ExceptionsAreLoggedByKindWhereTheyAreCaught) {
     std::string ofConnect;  // In the component's log.
   } cases[] = {
       {"throw-framework", "CException Occurred: disk full", "CException - disk full"},
-      {"throw-managed", unknown, "Exception - disk fullTagwright.Managed.EncoderException: disk"},
+      {"throw-managed", unknown,
+       "Exception - disk fullTagwright.Managed.EncoderException: disk full"},
       {"throw-standard", "std::exception Occurred: disk full", "std::exception - disk full"},
       {"throw-unknown", unknown,
        "Unknown exception - likely a structured exception handler exception"},
@@ -123,7 +113,7 @@ TEST_F(EncodeTest, ExceptionsAreLoggedByKindWhereTheyAreCaught) {
 
     Script("Connect", expected.fault);
     EXPECT_FALSE(RunOperations(kPrinter)) << expected.fault;
-    EXPECT_TRUE(_componentLog->Mentions("ZebraSDKManagedBridge::Connect " + expected.ofConnect));
+    EXPECT_TRUE(_componentLog->Has("ZebraSDKManagedBridge::Connect " + expected.ofConnect));
     EXPECT_EQ(log.Mentions("Errors, "), 1);
     EXPECT_THAT(TakeCalls(), Not(HasSubstr("Disconnect=true")));
   }
@@ -135,7 +125,10 @@ TEST_F(EncodeTest, AFailingTestEntryIsRecordedWithItsCode) {
     Script("TestManagedCodeAccessible", fault);
     EXPECT_FALSE(RunOperations(kPrinter));
     EXPECT_TRUE(
-        _log.Has(std::string("It's likely one or more DLLs are missing. ExceptionCode:") + code));
+        _log.Has(std::string("::VerifyManagedComponentsLoad: A structured exception handler(SEH) "
+                             "exception occurred trying to load the managed components. It's "
+                             "likely one or more DLLs are missing. ExceptionCode:") +
+                 code));
   }
   EXPECT_THAT(TakeCalls(), Not(HasSubstr("InitLogging=true")));
 }

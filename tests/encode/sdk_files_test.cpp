@@ -1,8 +1,12 @@
 /// What happens when the files beside the program are not what they should be. The program under
 /// test is a copy of its own, in the folder sdk_files beside this one.
+#include <cstring>
+
 #include "common/child_process.h"
 #include "encode/encode_fixture.h"
 #include "platform/debug_listener.h"
+#include "sdk/call_result.h"
+#include "sdk/managed_exception.h"
 #include "support/process_utility.h"
 
 namespace {
@@ -44,8 +48,8 @@ class SdkFilesTest : public EncodeTest {
   }
 
   void ExpectUnusable(const std::string& reason) {
-    EXPECT_THAT(RunJob(), testing::AllOf(testing::StartsWith("Cannot use the component "),
-                                         testing::EndsWith("Tagwright.Managed.dll: " + reason)));
+    const OString path((_folder + kComponent).c_str());
+    EXPECT_EQ(RunJob(), "Cannot use the component " + std::string(path.nstring()) + ": " + reason);
   }
 
   /// What the recording component wrote down of the last job.
@@ -104,6 +108,18 @@ TEST_F(SdkFilesTest, AnInterfaceIsUsedOnlyInTheVersionAndSizeThatWereAskedFor) {
   answer(1, -1, 1);
   EXPECT_EQ(RunJob("<printer port_type='1'/>"), "true") << "a larger table begins like ours";
   DeleteFileW(Simulator::StateFilePath("interface.txt").c_str());
+}
+
+TEST(CallResultTest, TextsWithoutTheirEndAreCut) {
+  TagwrightCallResult result;
+  std::memset(&result, 'x', sizeof result);
+  result.outcome = kTagwrightManagedException;
+  try {
+    Tagwright::ReturnOrThrow(result);
+  } catch (const Tagwright::ManagedException& exception) {
+    EXPECT_EQ(exception.Message().GetLength(), 511);
+    EXPECT_EQ(exception.ToString().GetLength(), 2047);
+  }
 }
 
 TEST_F(SdkFilesTest, EveryNumberAndTextOfAJobReachesItsMember) {
