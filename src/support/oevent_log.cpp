@@ -17,6 +17,8 @@ namespace {
 /// A line is written after this wait, whether the file's mutex was free or not.
 constexpr DWORD kFileMutexTimeoutMs = 10000;
 
+/// Far more than the report of a fatal crash has.
+constexpr std::size_t kMaxLastLine = 4096;
 /// More than most lines of the file have.
 constexpr std::size_t kTypicalLineBytes = 256;
 
@@ -145,8 +147,7 @@ void OEventLog::RefreshLogMask() {
 }
 
 bool OEventLog::LogInformationEvent(const OString& text, int category, DWORD level) {
-  RefreshLogMaskIfDue();
-  if (_levelMask & LogLevel::kCopyToDebugger) {
+  if (IsLogEnabled(LogLevel::kCopyToDebugger)) {
     OutputDebugStringW((GetDebugPrefix() + text + "\n").wstring());
   }
   return WriteEvent(EVENTLOG_INFORMATION_TYPE, text, category, level);
@@ -162,8 +163,7 @@ bool OEventLog::LogErrorEvent(const OString& text, int category) {
 
 bool OEventLog::LogStampedEvent(DWORD type, const OString& text, int category, DWORD level) {
   OString stamped = GetDebugPrefix() + text;
-  RefreshLogMaskIfDue();
-  if (_levelMask & LogLevel::kCopyToDebugger) {
+  if (IsLogEnabled(LogLevel::kCopyToDebugger)) {
     stamped << "\n";
     OutputDebugStringW(stamped.wstring());
   }
@@ -174,8 +174,7 @@ bool OEventLog::WriteEvent(DWORD type, const OString& text, DWORD category, DWOR
   OAutoLock lock(_lock);
   OEventData block = MakeEventData(level != 0 ? level : LevelOfType(type));
   const bool reported = EnsureEventSource() && Report(type, text, category, block);
-  RefreshLogMaskIfDue();
-  if (_levelMask & LogLevel::kCopyToFile) WriteEventToFile(text, block);
+  if (IsLogEnabled(LogLevel::kCopyToFile)) WriteEventToFile(text, block);
   return reported;
 }
 
@@ -222,7 +221,7 @@ void OEventLog::PrepareLogFile() {
 /// The same line as BuildFileLine's.
 void OEventLog::LogLastError(std::string_view text) const {
   const OEventData block = MakeEventData(LogLevel::kErrors);
-  FixedText<3072> stamped;
+  FixedText<kMaxLastLine> stamped;
   stamped.AppendDecimal(block.tickCountMs / 1000, 7) << ".";
   stamped.AppendDecimal(block.tickCountMs % 1000, 3) << ": " << text;
   _lastOutput.ReportError(EventId(_eventLogType, EVENTLOG_ERROR_TYPE), stamped.View(), &block,
@@ -230,7 +229,7 @@ void OEventLog::LogLastError(std::string_view text) const {
   if ((_levelMask & LogLevel::kCopyToFile) == 0) return;
   SYSTEMTIME now{};
   GetLocalTime(&now);
-  FixedText<4096> line;
+  FixedText<kMaxLastLine> line;
   line.AppendDecimal(now.wMonth, 2) << "/";
   line.AppendDecimal(now.wDay, 2) << "/";
   line.AppendDecimal(now.wYear, 4) << " ";

@@ -1,7 +1,5 @@
 #include "support/process_utility.h"
 
-#include <array>
-
 #include "platform/find_process.h"
 
 DWORD ProcessUtility::GetParentProcessId() {
@@ -11,9 +9,8 @@ DWORD ProcessUtility::GetParentProcessId() {
 }
 
 OString ProcessUtility::GetCurrentModuleDirectory() {
-  std::array<WCHAR, MAX_PATH> path{};
-  GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
-  path.back() = 0;
-  const OString program(path.data());
+  WCHAR path[MAX_PATH + 1] = {};  // A path that is cut has no NUL.
+  GetModuleFileNameW(nullptr, path, MAX_PATH);
+  const OString program(path);
   return program.Left(program.ReverseFind('\\'));
 }

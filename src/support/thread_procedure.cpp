@@ -1,6 +1,7 @@
 #include "support/thread_procedure.h"
 
 #include <exception>
+#include <iterator>
 #include <new>
 
 #include "support/crash_guard.h"
@@ -43,9 +44,8 @@ bool RunThread(const char* name, WorkRef work, OtherExceptions others) {
 }
 
 OString FrameworkMessage(const CException& exception) {
-  constexpr UINT kBufferChars = 255;
-  WCHAR buffer[kBufferChars] = {};
-  exception.GetErrorMessage(buffer, kBufferChars, nullptr);
+  WCHAR buffer[255] = {};
+  exception.GetErrorMessage(buffer, std::size(buffer), nullptr);
   return OString(buffer);
 }
 

@@ -66,11 +66,13 @@ TEST_F(List, HandsBackInOrderLosesWhatIsDestroyedAndDeletesTheRestFromTheHead) {
   Add(6);
   delete middle;
   Add(7);
+  EXPECT_FALSE(list->AddTail(nullptr));
   EXPECT_EQ(list->GetCount(), 3);
-  delete list->RemoveHead();
+  const std::unique_ptr<ONode> removed(list->RemoveHead());
+  EXPECT_EQ(removed->GetNext(), nullptr);
   EXPECT_EQ(list->GetCount(), 2);
   list.reset();
-  EXPECT_THAT(destroyed, ElementsAre(1, 5, 2, 4, 3, 6, 7));
+  EXPECT_THAT(destroyed, ElementsAre(1, 5, 2, 4, 6, 7));
 }
 
 }  // namespace

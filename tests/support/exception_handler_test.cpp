@@ -108,6 +108,7 @@ TEST_F(ExceptionHandler, LeavesALineOfWhateverEndsAThread) {
   EXPECT_EQ(Counted<CException>::deleted, 1);
   LogFrameworkException(Tracer("Worker"), [] { throw new Counted<CException>(TEXT("logged")); });
   EXPECT_EQ(Counted<CException>::deleted, 2);
+  EXPECT_EQ(FrameworkMessage(CException(Widen(std::string(300, 'x')))).GetLength(), 254);
 }
 
 TEST_F(ExceptionHandler, AnApartmentThatIsThereAlreadyIsTold) {
@@ -131,6 +132,7 @@ TEST_F(ExceptionHandler, DoesOnlyWhatItsFlagsSay) {
   EXPECT_THAT(ReportOf(fail, OExceptionHandler::kSetLastError), Not(HasSubstr("Caught in")));
   EXPECT_EQ(lastError, DWORD{ERROR_INTERNAL_ERROR}) << "a code below 1 is an internal error";
   EXPECT_THAT(ReportOf(fail, OExceptionHandler::kReportToLog), HasSubstr("Caught in"));
+  EXPECT_NE(lastError, DWORD{ERROR_INTERNAL_ERROR});
 }
 
 }  // namespace

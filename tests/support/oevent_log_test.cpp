@@ -162,8 +162,9 @@ TEST(OEventLog, RegistersItsSourceUnderOneLogOnce) {
 
     const OString path = OString("2:") + own + "/";
     for (const char* name : {"EventMessageFile", "CategoryMessageFile"}) {
-      EXPECT_THAT(ORegistry().GetString(path + name, "").nstring(),
-                  testing::MatchesRegex("C:\\\\.*\\\\bkevtmsg.dll"));
+      const OString file = ORegistry().GetString(path + name, "");
+      EXPECT_THAT(file.nstring(), testing::MatchesRegex("C:\\\\.*\\\\bkevtmsg.dll"));
+      EXPECT_EQ(ORegistry().GetValue(path + name, nullptr, 0), 2 * (file.GetLength() + 1));
     }
     for (const auto& [name, expected] :
          {std::pair{"TypesSupported", DWORD{7}}, {"CategoryCount", DWORD{2}}}) {
@@ -188,6 +189,7 @@ TEST(OEventLog, NamesEveryLevel) {
     expected += std::string("DetailInfo") + letter + " ";
   }
   EXPECT_EQ(names, expected);
+  EXPECT_EQ(LogLevel::kCopyToDebugger | LogLevel::kCopyToFile, 0x0C000000U);
 }
 
 TEST(OEventLog, TellsTheDebuggerOfAFileThatCannotBeOpened) {

@@ -40,25 +40,19 @@ TEST_F(Files, AFolderRightUnderTheDriveIsCreatedWithItsParentWhateverItsLength) 
   EXPECT_FALSE(OFile::CreateDirectoryPath("Q:\\below")) << "nothing is above a drive";
 }
 
-TEST_F(Files, WhatMayOnlyBeReadExists) {
+TEST_F(Files, OnlyWhatCanBeOpenedExistsAndNoFolderIsMadeBelowIt) {
+  EXPECT_FALSE(OFile::Exists(file));
   ASSERT_TRUE(OFile::CreateDirectoryPath(root));
+  EXPECT_FALSE(OFile::Exists(root)) << "a folder cannot be opened for reading";
   CloseHandle(CreateFileW(file.wstring(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr));
   EXPECT_EQ(OFile::GetAttributes(file), DWORD{FILE_ATTRIBUTE_ARCHIVE});
+  EXPECT_FALSE(OFile::CreateDirectoryPath(file + "\\below\\it"));
   const std::string native = platform::NativePath(file.wstring());
   using std::filesystem::perms;
   std::filesystem::permissions(native, perms::owner_read);
   EXPECT_EQ(OFile::GetAttributes(file), DWORD{FILE_ATTRIBUTE_ARCHIVE | FILE_ATTRIBUTE_READONLY});
-  EXPECT_TRUE(OFile::Exists(file));
+  EXPECT_TRUE(OFile::Exists(file)) << "it can be read";
   std::filesystem::permissions(native, perms::owner_read | perms::owner_write);
-}
-
-TEST_F(Files, OnlyWhatCanBeOpenedExistsAndNoFolderIsMadeBelowIt) {
-  EXPECT_FALSE(OFile::Exists(file));
-  ASSERT_TRUE(OFile::CreateDirectoryPath(root));
-  CloseHandle(CreateFileW(file.wstring(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr));
-  EXPECT_TRUE(OFile::Exists(file));
-  EXPECT_FALSE(OFile::Exists(root)) << "a folder cannot be opened for reading";
-  EXPECT_FALSE(OFile::CreateDirectoryPath(file + "\\below\\it"));
 }
 
 }  // namespace

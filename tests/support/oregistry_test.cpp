@@ -66,8 +66,9 @@ TEST_F(ORegistryTest, OneValueHasManyPaths) {
   scratch.Create(TEXT("A"));
   ASSERT_EQ(registry.SetValue(Value("A/New/V"), &stored), 4);
   scratch.Create(TEXT("A\\New"));
-  for (const OString& path : {Value("a/NEW/v", "1:"), Value("A\\New\\V", "current_user:"),
-                              Value("%41/Ne%77/V"), Value("A/New/V", "1-and-more:")}) {
+  for (const OString& path :
+       {Value("a/NEW/v", "1:"), Value("A\\New\\V", "current_user:"), Value("%41/Ne%77/V"),
+        Value("A\\New\\\\V"), Value("A/New/V", "1-and-more:")}) {
     DWORD read = 0;
     EXPECT_EQ(registry.GetValue(path, &read, sizeof read), 4) << path.nstring();
     EXPECT_EQ(read, stored);
@@ -95,7 +96,7 @@ TEST_F(ORegistryTest, EscapesPutSeparatorsIntoNames) {
   } cases[] = {{TEXT("A/B"), TEXT("Val"), "A//B/Val"},    {TEXT("K"), TEXT("c:d"), "K/c::d"},
                {TEXT("100%"), TEXT("%41"), "100%%/%%41"}, {TEXT("K"), TEXT("%41"), "K/%2541"},
                {TEXT("K"), TEXT("a/b%"), "K/a%2fb%"},     {TEXT("K"), TEXT(""), "K/"},
-               {TEXT("K"), TEXT("Z"), "K/%5a"},           {TEXT("K"), TEXT("x%4"), "K/x%4"}};
+               {TEXT("K"), TEXT("Z90"), "K/%5a%39%30"},   {TEXT("K"), TEXT("x%4"), "K/x%4"}};
   for (const auto& [subKey, name, path] : cases) {
     Store(subKey, name, TEXT("found"));
     EXPECT_STREQ(registry.GetString(Value(path), "").nstring(), "found") << path;
@@ -105,11 +106,12 @@ TEST_F(ORegistryTest, EscapesPutSeparatorsIntoNames) {
 TEST_F(ORegistryTest, RefusesPathsThatAddressNoKey) {
   DWORD number = 7;
   for (const char* path :
-       {"", "No/Colon", "2:Val", "7:Software/X", "-1:Software/X", ":Software/X"}) {
+       {"", "No/Colon", "2:Val", "4:Software/X", "-1:Software/X", ":Software/X"}) {
     EXPECT_EQ(registry.GetValue(path, &number, sizeof number), -1) << path;
     EXPECT_EQ(registry.SetValue(path, &number), -1) << path;
   }
   EXPECT_EQ(registry.GetValue(Value("Missing/V"), &number, sizeof number), -1);
+  EXPECT_EQ(registry.OpenKey(Value("Missing", "1:"), false), nullptr) << "reading makes no key";
 }
 
 TEST_F(ORegistryTest, AFailedWriteIsTold) {
