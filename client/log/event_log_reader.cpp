@@ -100,7 +100,7 @@ std::vector<LogEvent> EventLogReader::ReadNew() {
   if (_next == 0 || _next > End()) _next = Oldest();
   std::vector<char> buffer(kBufferBytes);
   const CounterClock clock;
-  for (DWORD size = 0; _next != 0 && _next < End() && ReadBlock(buffer, size);) {
+  for (DWORD size = 0; _next < End() && ReadBlock(buffer, size);) {
     TakeRecords(buffer, size, clock, events);
   }
   return events;
@@ -108,13 +108,13 @@ std::vector<LogEvent> EventLogReader::ReadNew() {
 
 DWORD EventLogReader::Oldest() const {
   DWORD number = 0;
-  return _log != nullptr && GetOldestEventLogRecord(_log, &number) ? number : 0;
+  GetOldestEventLogRecord(_log, &number);
+  return std::max<DWORD>(number, 1);
 }
 
 DWORD EventLogReader::End() const {
   DWORD count = 0;
-  if (_log == nullptr || !GetNumberOfEventLogRecords(_log, &count)) return 0;
-  return std::max<DWORD>(Oldest(), 1) + count;
+  return GetNumberOfEventLogRecords(_log, &count) ? Oldest() + count : 0;
 }
 
 bool EventLogReader::ReadBlock(std::vector<char>& buffer, DWORD& size) const {
