@@ -170,6 +170,14 @@ class MarkedPage {
       mmap(nullptr, 2 * kBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
 };
 
+void ExpectHeader(const Dump& dump, DWORD before) {
+  const auto header = Dump::Read<format::Header>(dump.bytes);
+  EXPECT_EQ(header.version, 0xA793U);
+  EXPECT_EQ(header.flags, ULONGLONG{kDumpType});
+  EXPECT_LE(header.timeSeconds - before, static_cast<DWORD>(time(nullptr)) - before);
+  EXPECT_EQ(dump.streams.size(), 8U);
+}
+
 void ExpectSystem(Dump& dump) {
   const auto system = Dump::Read<format::SystemInfo>(dump.Stream(StreamType::kSystemInfo));
   utsname name{};
@@ -268,11 +276,7 @@ TEST(CrashDumps, TellTheCrashRecordByRecord) {
   }));
 
   Dump dump;
-  const auto header = Dump::Read<format::Header>(dump.bytes);
-  EXPECT_EQ(header.version, 0xA793U);
-  EXPECT_EQ(header.flags, ULONGLONG{kDumpType});
-  EXPECT_LE(header.timeSeconds - before, static_cast<DWORD>(time(nullptr)) - before);
-  EXPECT_EQ(dump.streams.size(), 8U);
+  ExpectHeader(dump, before);
   ExpectSystem(dump);
   const CONTEXT context = ExpectException(dump);
   ExpectRegisters(context, page.Data());
