@@ -9,7 +9,7 @@
 
 namespace {
 
-using std::string_literals::operator""s;
+using namespace std::string_literals;
 
 class ControlModeTest : public ControlTest {
  protected:

@@ -54,6 +54,7 @@ std::string FindProgram(const std::string& native) {
 
 std::vector<char*> Pointers(std::vector<std::string>& words) {
   std::vector<char*> pointers;
+  pointers.reserve(words.size() + 1);
   for (std::string& word : words) pointers.push_back(word.data());
   pointers.push_back(nullptr);
   return pointers;
@@ -92,6 +93,7 @@ BOOL CreateProcessW(LPCWSTR applicationName, LPWSTR commandLine,
   const LPCWSTR path = applicationName != nullptr ? applicationName : words.front().c_str();
   if (const DWORD error = platform::NativePathOf(path, program)) return Fail(error);
   std::vector<std::string> arguments;
+  arguments.reserve(words.size());
   for (const auto& word : words) arguments.push_back(platform::ToUtf8(word));
 
   const pid_t pid = Spawn(FindProgram(program), arguments);
