@@ -1,7 +1,6 @@
 #include "support/oregistry.h"
 
 #include <algorithm>
-#include <array>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -64,9 +63,18 @@ OString DecodeCharacters(const Char* text, int length) {
 }
 
 HKEY RootFromNumber(long number) {
-  const std::array<HKEY, 4> roots = {HKEY_CLASSES_ROOT, HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE,
-                                     HKEY_USERS};
-  return number >= 0 && number < static_cast<long>(roots.size()) ? roots[number] : nullptr;
+  switch (number) {
+    case 0:
+      return HKEY_CLASSES_ROOT;
+    case 1:
+      return HKEY_CURRENT_USER;
+    case 2:
+      return HKEY_LOCAL_MACHINE;
+    case 3:
+      return HKEY_USERS;
+    default:
+      return nullptr;
+  }
 }
 
 }  // namespace

@@ -84,7 +84,7 @@ TEST_F(ORegistryTest, ABasePathStandsBeforeWhatHasNoRoot) {
                                    {Value("A/"), "V"},
                                    {Value(""), "A/V"},
                                    {"1:", OString(scratch.Path(TEXT("")).c_str()) + "/A/V"},
-                                   {"0:Nothing", Value("A/V")}}) {
+                                   {"0:Nothing", Value("A/V", "1:")}}) {
     EXPECT_STREQ(Based(base).GetString(path, "").nstring(), "found") << path.nstring();
   }
 }
