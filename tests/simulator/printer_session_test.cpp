@@ -7,9 +7,6 @@
 namespace Simulator {
 namespace {
 
-constexpr int kLockEpc = 0x08020;
-constexpr int kLockAccessPassword = 0x20080;
-
 class PrinterSessionTest : public StateTest {
  protected:
   PrinterSessionTest() : _address(UniqueName(TEXT("USB:"))) {
