@@ -51,10 +51,9 @@ TEST_F(TagStateTest, LockPayloads) {
       {0x000C03, "00003"}, {0xFFFFF, "33333"},  {0xA82A0, "22200"},
       {0x00400, "00000"},  {0xFFC00, "00000"},  {0, "00000"},
   };
+  const std::string blank = "+ " + kBlankEpc + " / " + kNoPasswords + " / ";
   for (const auto& lock : cases) {
-    EXPECT_EQ(After({Lock(lock.action)}),
-              "+ " + kBlankEpc + " / " + kNoPasswords + " / " + lock.pairs)
-        << std::hex << lock.action;
+    EXPECT_EQ(After({Lock(lock.action)}), blank + lock.pairs) << std::hex << lock.action;
   }
 }
 
