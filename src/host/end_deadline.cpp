@@ -1,6 +1,7 @@
 #include "host/end_deadline.h"
 
 #include <atomic>
+#include <iterator>
 
 #include "host/watch_parent.h"
 #include "support/thread_start.h"
@@ -25,7 +26,7 @@ unsigned __stdcall KeepDeadline(void* parameter) {
   SetEvent(deadline.isKept);
   const ScopedHandle parent = OpenParent();
   const HANDLE ends[] = {g_endHasBegun, parent.Get()};
-  WaitForMultipleObjects(parent.IsValid() ? 2 : 1, ends, FALSE, INFINITE);
+  WaitForMultipleObjects(parent.IsValid() ? std::size(ends) : 1, ends, FALSE, INFINITE);
   Sleep(deadline.maxEndMs);
   // Not ExitProcess, which waits for the loader. It does not return.
   return TerminateProcess(GetCurrentProcess(), 0);

@@ -1,5 +1,7 @@
 #include "host/watch_parent.h"
 
+#include <iterator>
+
 #include "host/end_deadline.h"
 #include "host/process_state.h"
 #include "support/process_utility.h"
@@ -11,7 +13,7 @@ constexpr Tracer kTrace{"WatchParentProcessThreadProc"};
 
 void WaitForEnd(HANDLE abortEvent, const ScopedHandle& parent) {
   const HANDLE handles[] = {abortEvent, parent.Get()};
-  switch (WaitForMultipleObjects(2, handles, FALSE, INFINITE)) {
+  switch (WaitForMultipleObjects(std::size(handles), handles, FALSE, INFINITE)) {
     case WAIT_OBJECT_0:
       kTrace("Exiting Watch Parent thread due to abort event");
       break;

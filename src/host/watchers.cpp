@@ -1,5 +1,6 @@
 #include "host/watchers.h"
 
+#include <iterator>
 #include <memory>
 #include <utility>
 
@@ -40,7 +41,7 @@ void Watchers::Stop() {
 
 void Watchers::WaitForThreads() const {
   const HANDLE threads[] = {hParentWatcher, hIdleWatcher};
-  const DWORD result = WaitForMultipleObjects(2, threads, TRUE, kMaxEndMs);
+  const DWORD result = WaitForMultipleObjects(std::size(threads), threads, TRUE, kMaxEndMs);
   if (result == WAIT_OBJECT_0 || result == WAIT_OBJECT_0 + 1) {
     kMainLog("Watch Parent and Watch Idle successfully aborted");
   } else {

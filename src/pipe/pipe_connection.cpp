@@ -1,4 +1,6 @@
 /// The connection thread: it waits in ConnectNamedPipe while the message thread keeps the time.
+#include <iterator>
+
 #include "pipe/pipe_server.h"
 #include "support/thread_procedure.h"
 #include "support/thread_start.h"
@@ -25,7 +27,7 @@ bool PipeServer::WaitClientConnection(DWORD timeout) {
     DWORD timeMs = 0;
   } end{*this};
   const HANDLE handles[] = {_channel.ShutdownEvent(), _hConnectThread};
-  const DWORD result = WaitForMultipleObjects(2, handles, FALSE, timeout);
+  const DWORD result = WaitForMultipleObjects(std::size(handles), handles, FALSE, timeout);
   // Shutdown has cancelled the wait for the client: the thread is on its way out.
   if (result == WAIT_OBJECT_0) end.timeMs = kCancelledConnectionEndMs;
   ReportConnectionWait(result);

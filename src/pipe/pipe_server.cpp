@@ -1,5 +1,6 @@
 #include "pipe/pipe_server.h"
 
+#include <iterator>
 #include <vector>
 
 #include "support/log.h"
@@ -96,7 +97,8 @@ void PipeServer::Run(DWORD connectionTimeout, DWORD maxShutdownTime) {
   bool threadEnded = false;
   if (StartProcessMessageThread(connectionTimeout) && _hMessageThread != INVALID_HANDLE_VALUE) {
     const HANDLE handles[] = {_channel.ShutdownEvent(), _hMessageThread};
-    threadEnded = WaitForMultipleObjects(2, handles, FALSE, INFINITE) == WAIT_OBJECT_0 + 1;
+    threadEnded =
+        WaitForMultipleObjects(std::size(handles), handles, FALSE, INFINITE) == WAIT_OBJECT_0 + 1;
   }
   if (!threadEnded) EndMessageThread(maxShutdownTime, false);
   Trace(kFunction, "Exit");
