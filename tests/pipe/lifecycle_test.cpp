@@ -12,9 +12,6 @@
 
 namespace {
 
-using testing::ContainsRegex;
-using testing::HasSubstr;
-
 class LifecycleTest : public ServerTest {
  protected:
   ScriptedServer& CreateServer() { return Create<ScriptedServer>(_pipeName, Acknowledge); }
