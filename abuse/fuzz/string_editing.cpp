@@ -14,7 +14,7 @@ using Fuzz::Input;
 using Fuzz::Require;
 
 constexpr int kMaxOperations = 64;
-constexpr int kMaxLength = 1 << 20;
+constexpr int kMaxLength = 1 << 16;
 
 void ChooseCodePage(std::uint8_t choice) {
   static bool isChosen = false;
