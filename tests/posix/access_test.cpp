@@ -25,15 +25,26 @@ namespace fs = std::filesystem;
 constexpr int kRefusedRoot = 78;
 constexpr const char* kAsAnotherUser = "setpriv --reuid=65534 --regid=65534 --clear-groups ";
 
+/// A copy of this program where every user reaches it, which the folder of the build may not be.
+std::string ProgramForEveryone() {
+  const fs::path program = fs::read_symlink("/proc/self/exe");
+  const fs::path folder = platform::StateRootPath() + "/program";
+  fs::create_directory(folder);
+  fs::permissions(folder, fs::perms{0755});
+  for (const fs::path& file : {program.filename(), fs::path("libtagwright_platform.so")}) {
+    fs::copy_file(program.parent_path() / file, folder / file, fs::copy_options::skip_existing);
+  }
+  return folder / program.filename();
+}
+
 /// Runs a role of this program in a shell, after `before`, and returns its exit code. What it
 /// writes to standard error goes to `errors`.
 int RunRole(const std::string& before, const std::string& role, const std::string& argument,
             std::string* errors = nullptr) {
   const fs::path output = platform::StateRootPath() + "/stderr";
-  const std::string program = fs::read_symlink("/proc/self/exe");
-  const int status = std::system(
-      (before + program + " --victim " + role + " - " + argument + " 2>" + output.string())
-          .c_str());
+  const int status = std::system((before + ProgramForEveryone() + " --victim " + role + " - " +
+                                  argument + " 2>" + output.string())
+                                     .c_str());
   if (errors != nullptr) {
     std::ifstream file(output);
     errors->assign(std::istreambuf_iterator<char>(file), {});
