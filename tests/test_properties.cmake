@@ -2,7 +2,7 @@
 # these labels; docs/building.md has the reasons.
 set(ends_threads
   EndsAThreadWhereverItIs TerminatedThreadLeavesThePipeUsable ThreadThatEndsAbandonsIt
-  AClientThatNeverComes AHandlerThatNeverReturnsIsTerminated ATerminationWaitsForTheStep
+  ATerminationWaitsForTheStep RunWaitsForTheEndAndThenForcesIt AControlThreadThatHangsIsEndedByForce
   OfAMessageThreadEndsTheConnectionThread)
 set(limits_memory ThreadStartTest)
 set(crashes StructuredExceptions CrashReport ThreadCrashTest)
