@@ -1,5 +1,7 @@
 #include "support/thread_termination.h"
 
+#include <optional>
+
 #include "support/oevent_log.h"
 
 namespace {
@@ -11,8 +13,8 @@ constexpr DWORD kTerminatedThreadEndMs = 1000;
 
 void TerminateBetweenLogLines(HANDLE thread, DWORD exitCode) {
   const StdBrennick::shared_ptr<OEventLog> log = Z7SvEventLog;
-  OCriticalSection nobodyWrites;
-  const OAutoLock lock(log ? log->WriteLock() : nobodyWrites);
+  std::optional<OAutoLock> lock;
+  if (log) lock.emplace(log->WriteLock());
   // TerminateThread may return while the thread still runs for a moment.
   TerminateThread(thread, exitCode);
   WaitForSingleObject(thread, kTerminatedThreadEndMs);

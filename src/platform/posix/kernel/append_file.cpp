@@ -38,8 +38,9 @@ int AppendWhole(int file, std::string_view bytes) {
   while (written < bytes.size()) {
     const ssize_t count =
         TEMP_FAILURE_RETRY(write(file, bytes.data() + written, bytes.size() - written));
-    if (count < 0) {
-      const int error = errno;
+    if (count <= 0) {
+      // What takes nothing once would be asked for ever.
+      const int error = count == 0 ? ENOSPC : errno;
       if (written > 0) TakeBack(file, written);
       return error;
     }
