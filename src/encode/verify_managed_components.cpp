@@ -19,13 +19,18 @@ constexpr DWORD kManagedExceptionCode = 0xE0434352U;
 /// Code of the exception that the component's test entry raised last.
 DWORD sehExceptionCode;
 
-/// Maps the exception that is being handled to the code it would be raised under. One that arrives
-/// as an OException is a crash of the component.
+/// An OException without exception pointers is an ordinary C++ exception.
+DWORD CodeOf(const OException& exception) {
+  const EXCEPTION_POINTERS* const pointers = exception.Pointers();
+  return pointers == nullptr ? kCppExceptionCode : pointers->ExceptionRecord->ExceptionCode;
+}
+
+/// Maps the exception that is being handled to the code it would be raised under.
 DWORD CurrentExceptionCode() {
   try {
     throw;
   } catch (const OException& exception) {
-    return exception.Pointers()->ExceptionRecord->ExceptionCode;
+    return CodeOf(exception);
   } catch (const Tagwright::ManagedException&) {
     return kManagedExceptionCode;
   } catch (CException* exception) {

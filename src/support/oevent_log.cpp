@@ -17,8 +17,10 @@ namespace {
 /// A line is written after this wait, whether the file's mutex was free or not.
 constexpr DWORD kFileMutexTimeoutMs = 10000;
 
-/// Far more than the report of a fatal crash has.
-constexpr std::size_t kMaxLastLine = 4096;
+/// Far more than the report of a fatal crash has; its line in the file is longer by what stands
+/// before the text.
+constexpr std::size_t kMaxLastText = 3072;
+constexpr std::size_t kMaxLastLine = kMaxLastText + 1024;
 /// More than most lines of the file have.
 constexpr std::size_t kTypicalLineBytes = 256;
 
@@ -221,7 +223,7 @@ void OEventLog::PrepareLogFile() {
 /// The same line as BuildFileLine's.
 void OEventLog::LogLastError(std::string_view text) const {
   const OEventData block = MakeEventData(LogLevel::kErrors);
-  FixedText<kMaxLastLine> stamped;
+  FixedText<kMaxLastText> stamped;
   stamped.AppendDecimal(block.tickCountMs / 1000, 7) << ".";
   stamped.AppendDecimal(block.tickCountMs % 1000, 3) << ": " << text;
   _lastOutput.ReportError(EventId(_eventLogType, EVENTLOG_ERROR_TYPE), stamped.View(), &block,
