@@ -27,31 +27,6 @@ std::unique_ptr<Tagwright::Client> ConnectTo(const FakeServer& server) {
   return client;
 }
 
-TEST(SendInOrder, GoesOnAfterARefusalAndTheFirstFailureDecides) {
-  const std::pair<std::vector<std::uint32_t>, ExitCode> cases[] = {
-      {{0, 0, 0}, ExitCode::kSuccess},
-      {{0, 200003, 0}, ExitCode::kRefused},
-      {{0}, ExitCode::kServerGone},
-      {{200003}, ExitCode::kRefused},
-  };
-  for (const auto& [statuses, expected] : cases) {
-    SCOPED_TRACE(testing::PrintToString(statuses));
-    // It answers one request with each status and then goes away.
-    FakeServer server([&answers = statuses](ServerEnd& end) {
-      for (const std::uint32_t status : answers) {
-        end.Read(kHeaderBytes);
-        end.Write(HeaderBytes(Tagwright::eEncode, 0, status));
-      }
-      end.Read(kHeaderBytes);
-    });
-    const auto client = ConnectTo(server);
-    Ctl::JobOutput output({}, 3);
-    Ctl::SendInOrder(*client, Jobs(3), true, output);
-    EXPECT_EQ(output.Summarize(), expected);
-    EXPECT_EQ(client->IsConnected(), statuses.size() == 3);
-  }
-}
-
 TEST(SendSideBySide, GivesTheJobsOfALostPipeToTheOthers) {
   constexpr std::size_t kJobCount = 6;
   std::atomic<std::size_t> served = 0;

@@ -7,7 +7,6 @@
 #include "client/ctl/since.h"
 #include "client/log/event_log_reader.h"
 #include "client/log/log_file_reader.h"
-#include "client/log/log_sources.h"
 #include "common/product_log.h"
 #include "platform/kept_event_log.h"
 #include "support/oevent_log.h"
@@ -54,13 +53,6 @@ TEST(EventLogReader, ReadsWhatIsNewUnlessTheSystemKeepsNothing) {
       reader.ReadNew(),
       ElementsAre(AllOf(Field(&LogEvent::text, "second"), Field(&LogEvent::level, LogLevel::kInfo),
                         Field(&LogEvent::processId, GetCurrentProcessId()), IsNow())));
-}
-
-TEST(LogSources, AreFoundByWordAndByName) {
-  EXPECT_EQ(Tagwright::FindLogSource("NATIVE")->name, kSource);
-  EXPECT_EQ(Tagwright::FindLogSource(kSource)->word, "native");
-  EXPECT_EQ(Tagwright::FindLogSource("other"), nullptr);
-  EXPECT_EQ(Tagwright::LogSourceWord("other"), "other");
 }
 
 TEST(Since, IsAnAgeOrAPointInLocalTime) {

@@ -71,7 +71,8 @@ name_what_differs() {
     -e 's/[0-9]{4}-[0-9]{2}-[0-9]{2}[ T][0-9:]{8}\.[0-9]{3}Z?/TIME/g' \
     -e 's/  [0-9]{7}\.[0-9]{3}:/  UPTIME:/' -e 's/\.\.\.[0-9a-f]{8}:/...PIPE:/' -e 's/(txt, )[0-9]+ bytes/\1N bytes/' \
     -e 's/[0-9]+\.[0-9] ms/N ms/g' -e 's/"milliseconds":[0-9.e-]+/"milliseconds":N/g' \
-    -e 's#\[[0-9]+/[0-9A-F]{8}\]#[PROCESS/THREAD]#g' -e 's/(process|tagwrightctl|version) [0-9][0-9.]*/\1 N/g' \
+    -e 's#\[[0-9]+/[0-9A-F]{8}\]#[PROCESS/THREAD]#g' -e 's/(process|tagwrightctl) [0-9][0-9.]*/\1 N/g' \
+    -e 's/version [0-9]+\.[0-9.]+/version N/g' \
     -e 's/(started by|client) ([^ ]+) \([0-9]+\)/\1 \2 (N)/g'
 }
 

@@ -135,16 +135,6 @@ TEST(MutexTest, ProcessThatIsKilledAbandonsIt) {
   CloseHandle(never);
 }
 
-TEST(MutexTest, ProcessThatGivesItBackDoesNotAbandonIt) {
-  const Text name = NewName();
-  const TestMutex mutex(name);
-  Victim victim("mutex-holder", Narrow(name));
-  victim.WaitUntilReady();
-  victim.Release();
-  EXPECT_EQ(mutex.Wait(kBoundMs), WAIT_OBJECT_0);
-  EXPECT_EQ(victim.ExitCode(), 0U);
-}
-
 TEST(MutexTest, WaitForAllTakesOneOfAnotherProcessWithTheRestOnly) {
   for (const bool isEventFirst : {true, false}) {
     const Text name = NewName();

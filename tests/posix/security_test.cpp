@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <map>
 #include <string>
+#include <vector>
 
 #include "platform/posix/kernel/state_paths.h"
 #include "platform/windows_api.h"
@@ -33,39 +35,23 @@ int VerdictOn(const std::string& sddl) {
 }
 
 TEST(SecurityDescriptor, OpensOnlyWhatEveryoneMayReadAndWrite) {
-  const struct {
-    const char* sddl;
-    int verdict;
-  } cases[] = {{"D:(A;OICI;GA;;;WD)", kEveryone},
-               {"D:P(A;;GRGW;;;S-1-1-0)", kEveryone},
-               {"D:(A;;GR;;;WD)(A;;GW;;;WD)", kEveryone},
-               {"D:(A;;FRFW;;;WD)", kEveryone},
-               {"D:(A;;FA;;;WD)", kEveryone},
-               {"D:(A;CIOINPID;GAGXFX;;;WD)", kEveryone},
-               {"D:(A;;GA;;;WD)(D;;GA;;;WD)", kEveryone},
-               {"D:(A;;GXFX;;;WD)", kPrivate},
-               {"D:(A;;GR;;;WD)", kPrivate},
-               {"D:(A;;FW;;;WD)", kPrivate},
-               {"D:(D;;FR;;;WD)(A;;FA;;;WD)", kPrivate},
-               {"D:(A;;GA;;;S-1-5-32-544)", kPrivate},
-               {"D:P", kPrivate},
-               {"D:(A;;GA;;;SY)", kPrivate},
-               {"D:(D;;GW;;;WD)(A;;GA;;;WD)", kPrivate},
-               {"D:(A;OIIO;GA;;;WD)", kPrivate},
-               {"", kRefused},
-               {"D:(A;OICI;GA;;;WD", kRefused},
-               {"D:A;;GA;;;WD)", kRefused},
-               {"D:(X;;GA;;;WD)", kRefused},
-               {"D:(A;XX;GA;;;WD)", kRefused},
-               {"D:(A;;XX;;;WD)", kRefused},
-               {"D:(A;;GA;x;;WD)", kRefused},
-               {"D:(A;;GA;;x;WD)", kRefused},
-               {"D:(A;;GA;;WD)", kRefused},
-               {"D:(A;;GA;;;W)", kRefused},
-               {"D:(A;;GA;;;wd)", kRefused},
-               {"D:(A;;GA;;;S-1-)", kRefused},
-               {"D:(A;;GA;;;S-1-x)", kRefused}};
-  for (const auto& one : cases) EXPECT_EQ(VerdictOn(one.sddl), one.verdict) << one.sddl;
+  const std::map<int, std::vector<const char*>> cases = {
+      {kEveryone,
+       {"D:(A;OICI;GA;;;WD)", "D:P(A;;GRGW;;;S-1-1-0)", "D:(A;;GR;;;WD)(A;;GW;;;WD)",
+        "D:(A;;FRFW;;;WD)", "D:(A;;FA;;;WD)", "D:(A;CIOINPID;GAGXFX;;;WD)",
+        "D:(A;;GA;;;WD)(D;;GA;;;WD)"}},
+      {kPrivate,
+       {"D:(A;;GXFX;;;WD)", "D:(A;;GR;;;WD)", "D:(A;;FW;;;WD)", "D:(D;;FR;;;WD)(A;;FA;;;WD)",
+        "D:(A;;GA;;;S-1-5-32-544)", "D:P", "D:(A;;GA;;;SY)", "D:(D;;GW;;;WD)(A;;GA;;;WD)",
+        "D:(A;OIIO;GA;;;WD)"}},
+      {kRefused,
+       {"", "D:(A;OICI;GA;;;WD", "D:A;;GA;;;WD)", "D:(X;;GA;;;WD)", "D:(A;XX;GA;;;WD)",
+        "D:(A;;XX;;;WD)", "D:(A;;GA;x;;WD)", "D:(A;;GA;;x;WD)", "D:(A;;GA;;WD)", "D:(A;;GA;;;W)",
+        "D:(A;;GA;;;wd)", "D:(A;;GA;;;S-1-)", "D:(A;;GA;;;S-1-x)"}},
+  };
+  for (const auto& [verdict, texts] : cases) {
+    for (const char* sddl : texts) EXPECT_EQ(VerdictOn(sddl), verdict) << sddl;
+  }
 }
 
 TEST(SecurityDescriptor, OpensTheProductsMutexesToEveryone) {

@@ -1,4 +1,4 @@
-/// tagwrightctl as it is used: its exit code and what it did.
+/// tagwrightctl as it is used, on both systems; tests/client/transcripts has all that it prints.
 #include "process/process_fixture.h"
 
 namespace {
@@ -41,6 +41,15 @@ TEST_F(TagwrightctlTest, TellsTimeOutFromAServerThatWentAway) {
   EXPECT_EQ(Run("run --timeout 300 " + Job("encode-epc.xml")), 7U);
   ScriptFaults(R"({"ZebraSDK": {"fault": "throw-unknown"}})");
   EXPECT_EQ(Run("run " + Job("encode-epc.xml")), 6U);
+}
+
+TEST_F(TagwrightctlTest, FeedsCardsAndScriptsFaults) {
+  EXPECT_EQ(Run("cards --start"), 0U);
+  EXPECT_EQ(Run("fault SetKillPassword false --call 2"), 0U);
+  EXPECT_EQ(Run("run " + Job("card.xml") + Job("card.xml") + Job("card.xml")), 1U);
+  const std::string cards = ReadWholeFile(SimulatorFolder() / "cards.jsonl");
+  EXPECT_EQ(std::ranges::count(cards, '\n'), 3);
+  EXPECT_NE(cards.find("SetKillPassword: scripted to return false"), cards.npos) << cards;
 }
 
 TEST_F(TagwrightctlTest, SetsTheLogMask) {

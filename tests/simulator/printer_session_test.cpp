@@ -36,36 +36,13 @@ class PrinterSessionTest : public StateTest {
   PrinterSession _session;
 };
 
-TEST_F(PrinterSessionTest, RefusesWhatMakesNoSense) {
-  ExpectRefusal(_session.WriteEpc(TEXT("E2")), "the data is not whole words of hexadecimal digits");
-  ExpectRefusal(_session.WriteEpc(TEXT("E2G0")),
-                "the data is not whole words of hexadecimal digits");
-  ExpectRefusal(_session.WriteEpc(TEXT("1111 2222")),
-                "the data has blanks; it is made of hexadecimal digits alone");
-  ExpectRefusal(_session.WriteMemory(3, 0, TEXT("")), "there is no data to write");
-  ExpectRefusal(_session.WriteMemory(4, 0, TEXT("1111")), "no such memory location");
-  ExpectRefusal(_session.WriteMemory(3, -1, TEXT("1111")), "no such memory location");
-  ExpectRefusal(_session.SetKillPassword(TEXT("12345")), "a password has 8 hexadecimal digits");
-  ExpectRefusal(_session.LockTag(TEXT(""), 0x100000), "a lock action is a payload of 20 bits");
-  ExpectRefusal(_session.UnlockTag(TEXT(""), -1), "a lock action is a payload of 20 bits");
-  ExpectRefusal(_session.PermalockUserBlock(TEXT(""), 0, -1), "no such memory location");
-  ExpectRefusal(Connect(TEXT("")), "no printer at an empty address");
-  Write("printers.json", R"({"printers": {"USB001": "standard"}})");
-  ExpectRefusal(Connect(TEXT("USB002")),
-                "no such printer; printers.json names those that there are");
-  EXPECT_FALSE(FindTag(TEXT("USB002")));
-}
-
-TEST_F(PrinterSessionTest, WithoutAConnectionNothingElseMatters) {
-  ExpectDone(_session.Disconnect());
-  for (const Outcome& outcome :
-       {_session.Disconnect(), _session.WriteEpc(TEXT("1111")), _session.WriteEpc(TEXT("1")),
-        _session.WriteMemory(9, 0, TEXT("1 1")), _session.SetAccessPassword(TEXT("1")),
-        _session.SetKillPassword(TEXT("12345678")), _session.LockTag(TEXT("1"), -1),
-        _session.UnlockTag(TEXT(""), -1), _session.PermalockUserBlock(TEXT("x"), 0, 1),
-        _session.KillTag(TEXT("12345678"))}) {
-    EXPECT_EQ(outcome.refusal, "not connected");
-  }
+TEST_F(PrinterSessionTest, ThePcWordIsTheLengthOfTheEpc) {
+  ExpectDone(_session.WriteEpc(TEXT("11112222")));
+  ExpectDone(_session.WriteMemory(1, 1, TEXT("1800")));
+  EXPECT_EQ(FormatWords(LoadTag(_address).Epc()), "1111 2222 0000");
+  ExpectDone(_session.WriteMemory(1, 1, TEXT("0000")));
+  EXPECT_EQ(FormatWords(LoadTag(_address).Memory().Of(Bank::kEpc)).substr(0, 14), "E2F0 0000 1111");
+  ExpectRefusal(_session.WriteMemory(1, 0, TEXT("1111")), "memory locked");
 }
 
 TEST_F(PrinterSessionTest, FieldFaultsLeaveWhatARealTagWouldHold) {
