@@ -35,44 +35,39 @@ TEST(SharedPtr, DeletesTheObjectWithItsLastUseByAnyThread) {
   EXPECT_EQ(destroyed, 1);
 }
 
+std::vector<int> g_destroyed;
+
 /// A list's item whose node is not its first base.
 struct Item : std::runtime_error, ONode {
-  Item(int number, std::vector<int>& record)
-      : runtime_error("item"), id(number), destroyed(record) {}
-  ~Item() override { destroyed.push_back(id); }
-  int id;
-  std::vector<int>& destroyed;
+  explicit Item(int number) : runtime_error("item"), id(number) {}
+  ~Item() override { g_destroyed.push_back(id); }
+  const int id;
 };
 
-struct List : testing::Test {
-  Item* Add(int id) {
-    auto* const item = new Item(id, destroyed);
-    EXPECT_TRUE(list->AddTail(item));
+TEST(List, HandsBackInOrderLosesWhatIsDestroyedAndDeletesTheRestFromTheHead) {
+  auto list = std::make_unique<OList_T<Item, OList>>();
+  const auto add = [&list](int id) {
+    auto item = std::make_unique<Item>(id);
+    EXPECT_TRUE(list->AddTail(item.get()));
     return item;
-  }
-
-  std::vector<int> destroyed;
-  std::unique_ptr<OList_T<Item, OList>> list = std::make_unique<OList_T<Item, OList>>();
-};
-
-TEST_F(List, HandsBackInOrderLosesWhatIsDestroyedAndDeletesTheRestFromTheHead) {
-  delete Add(1);
+  };
+  add(1);
   EXPECT_EQ(list->GetHead(), nullptr);
-  Item* const head = Add(2);
-  Add(3);
-  Item* const middle = Add(4);
-  delete Add(5);
-  delete head;
-  Add(6);
-  delete middle;
-  Add(7);
+  auto head = add(2);
+  add(3).release();
+  auto middle = add(4);
+  add(5);
+  head.reset();
+  add(6).release();
+  middle.reset();
+  add(7).release();
   EXPECT_FALSE(list->AddTail(nullptr));
   EXPECT_EQ(list->GetCount(), 3);
   const std::unique_ptr<ONode> removed(list->RemoveHead());
   EXPECT_EQ(removed->GetNext(), nullptr);
   EXPECT_EQ(list->GetCount(), 2);
   list.reset();
-  EXPECT_THAT(destroyed, ElementsAre(1, 5, 2, 4, 6, 7));
+  EXPECT_THAT(g_destroyed, ElementsAre(1, 5, 2, 4, 6, 7));
 }
 
 }  // namespace

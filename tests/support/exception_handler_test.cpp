@@ -15,6 +15,7 @@
 
 namespace {
 
+using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -34,9 +35,9 @@ class ExceptionHandler : public testing::Test {
   template <class Fail>
   std::string ReportOf(const Fail& fail, DWORD flags = 9) {
     const ProductLog log(kSource);
-    StdBrennick::shared_ptr<OEventLog> eventLog(new OEventLog(kSource, OEventLog::kApplicationLog));
     OExceptionHandler handler("Worker::Run", flags);
-    handler.SetEventLog(eventLog);
+    handler.SetEventLog(
+        StdBrennick::shared_ptr<OEventLog>(new OEventLog(kSource, OEventLog::kApplicationLog)));
     SetLastError(ERROR_SUCCESS);
     fail(handler);
     lastError = GetLastError();
@@ -46,16 +47,16 @@ class ExceptionHandler : public testing::Test {
   DWORD lastError = ERROR_SUCCESS;
 };
 
+auto Handling(LONG code, const char* text) {
+  return [=](OExceptionHandler& handler) { handler.Handle(OException(code, text, nullptr)); };
+}
+
 TEST_F(ExceptionHandler, ReportsTheTrimmedTextAndTheFunction) {
   for (const auto& [code, text, reported] :
        {std::tuple{87, "\t went wrong \r\n", std::string("went wrong")},
         {1, nullptr, SystemText(1)}}) {
-    const auto fail = [code = code, text = text](OExceptionHandler& handler) {
-      handler.Handle(OException(code, text, nullptr));
-    };
-    const std::string report = ReportOf(fail);
-    EXPECT_THAT(report, HasSubstr("Error: " + reported + "\r"));
-    EXPECT_THAT(report, HasSubstr("\nCaught in [Worker::Run]\r"));
+    EXPECT_THAT(ReportOf(Handling(code, text)), AllOf(HasSubstr("Error: " + reported + "\r"),
+                                                      HasSubstr("\nCaught in [Worker::Run]\r")));
     EXPECT_EQ(lastError, static_cast<DWORD>(code));
   }
 }
@@ -83,28 +84,21 @@ TEST_F(ExceptionHandler, KnowsWhatStandsForOtherFailures) {
 }
 
 TEST_F(ExceptionHandler, LeavesALineOfWhateverEndsAThread) {
-  const struct {
-    void (*fail)();
-    OtherExceptions others;
-    const char* reported;  // Null: nothing is.
-  } cases[] = {
-      {[] { throw std::runtime_error("no thread"); }, OtherExceptions::kReport, "Error: no thread"},
-      {[] { throw 42; }, OtherExceptions::kReport, "Error: Exception of unknown type."},
-      {[] { throw 42; }, OtherExceptions::kWereLogged, nullptr},
-      {[] { throw std::runtime_error("logged"); }, OtherExceptions::kWereLogged, nullptr},
-      {[] { throw new Counted<CException>(TEXT("logged")); }, OtherExceptions::kReport, nullptr},
+  const auto reportOf = [this](void (*fail)(), OtherExceptions others) {
+    return ReportOf(
+        [=](OExceptionHandler& handler) { EXPECT_FALSE(RunGuarded(handler, fail, others)); });
   };
-  for (const auto& expected : cases) {
-    const std::string report = ReportOf([&](OExceptionHandler& handler) {
-      EXPECT_FALSE(RunGuarded(handler, expected.fail, expected.others));
-    });
-    if (expected.reported == nullptr) {
-      EXPECT_THAT(report, Not(HasSubstr("Caught in")));
-    } else {
-      EXPECT_THAT(report,
-                  HasSubstr(std::string(expected.reported) + "\r\r\nCaught in [Worker::Run]\r"));
-    }
-  }
+  const auto standard = [] { throw std::runtime_error("no thread"); };
+  const auto unknown = [] { throw 42; };
+  const std::string caught = "\r\r\nCaught in [Worker::Run]\r";
+  EXPECT_THAT(reportOf(standard, OtherExceptions::kReport), HasSubstr("Error: no thread" + caught));
+  EXPECT_THAT(reportOf(unknown, OtherExceptions::kReport),
+              HasSubstr("Error: Exception of unknown type." + caught));
+  EXPECT_EQ(reportOf(standard, OtherExceptions::kWereLogged), "");
+  EXPECT_EQ(reportOf(unknown, OtherExceptions::kWereLogged), "");
+  EXPECT_EQ(
+      reportOf([] { throw new Counted<CException>(TEXT("logged")); }, OtherExceptions::kReport),
+      "");
   EXPECT_EQ(Counted<CException>::deleted, 1);
   LogFrameworkException(Tracer("Worker"), [] { throw new Counted<CException>(TEXT("logged")); });
   EXPECT_EQ(Counted<CException>::deleted, 2);
@@ -115,9 +109,7 @@ TEST_F(ExceptionHandler, AnApartmentThatIsThereAlreadyIsTold) {
   const ProductLog log(kSource);
   Z7SvEventLog.reset(new OEventLog(kSource, OEventLog::kApplicationLog));
   TestThread([] {
-    const auto intro = [] { return OString("Worker: "); };
-    InitializeApartment(intro);
-    InitializeApartment(intro);
+    for (int i = 0; i < 2; ++i) InitializeApartment([] { return OString("Worker: "); });
     for (int i = 0; i < 2; ++i) CoUninitialize();
     return 0;
   }).Join();
@@ -126,9 +118,7 @@ TEST_F(ExceptionHandler, AnApartmentThatIsThereAlreadyIsTold) {
 }
 
 TEST_F(ExceptionHandler, DoesOnlyWhatItsFlagsSay) {
-  const auto fail = [](OExceptionHandler& handler) {
-    handler.Handle(OException(-3, "x", nullptr));
-  };
+  const auto fail = Handling(-3, "x");
   EXPECT_THAT(ReportOf(fail, OExceptionHandler::kSetLastError), Not(HasSubstr("Caught in")));
   EXPECT_EQ(lastError, DWORD{ERROR_INTERNAL_ERROR}) << "a code below 1 is an internal error";
   EXPECT_THAT(ReportOf(fail, OExceptionHandler::kReportToLog), HasSubstr("Caught in"));

@@ -52,18 +52,21 @@ struct TestLog : TestSource, OEventLog {
       : TestSource(mask), OEventLog(name.c_str(), type, maskClock) {}
 };
 
+/// A number in the registry; 0 when there is none of four bytes.
+DWORD Number(const OString& path) {
+  DWORD number = 0;
+  return ORegistry().GetValue(path, &number, sizeof number) == 4 ? number : 0;
+}
+
 TEST(OEventLog, PutsTheDefaultMaskInPlaceOfNoneAndOfAnotherSize) {
   TestSource source(LogLevel::kCopyToFile);
   const OString key = "LOCAL_MACHINE:Software/Brennick/Drivers/DebugLogMasks/";
   const std::string ones(8, '\xFF');
   for (const DWORD size : {0U, 2U, 8U}) {
-    source.DeleteMask();
-    if (size > 0) source.SetMask(ones.substr(0, size));
+    size == 0 ? source.DeleteMask() : source.SetMask(ones.substr(0, size));
     OEventLog log(source.name.c_str(), 1);
     EXPECT_FALSE(log.IsLogEnabled(0x1000FFFF)) << size;
-    DWORD mask = 0;
-    EXPECT_EQ(ORegistry().GetValue(key + source.name.c_str(), &mask, sizeof mask), 4);
-    EXPECT_EQ(mask, 0xE0000000U);
+    EXPECT_EQ(Number(key + source.name.c_str()), 0xE0000000U);
   }
 }
 
@@ -89,18 +92,18 @@ std::string Now() {
 }
 
 TEST(OEventLog, TellsWhenAndByWhomALineWasWritten) {
-  using Write = void (*)(OEventLog&);
-  for (const Write write : {Write{[](OEventLog& log) { log.LogErrorEvent("failed", 0); }},
-                            Write{[](OEventLog& log) { log.LogLastError("failed"); }}}) {
+  for (const bool isLastError : {false, true}) {
+    const auto write = [isLastError](OEventLog& log) {
+      if (isLastError) return log.LogLastError("failed");
+      log.LogErrorEvent("failed", 0);
+    };
     TestLog log(LogLevel::kCopyToFile), silent(0);
     write(silent);
     EXPECT_EQ(silent.file.Content(), "");
     log.LogInformationEvent("makes the folder", 0, 0);
     const std::string before = Now();
-    const DWORD ticksBefore = GetTickCount();
+    const DWORD ticks = GetTickCount();
     write(log);
-    const DWORD ticks = GetTickCount() - ticksBefore;
-    const std::string after = Now();
 
     const std::regex form("(\\d\\d/\\d\\d)/(\\d{4})( \\d\\d:\\d\\d:\\d\\d), " + log.name +
                           ", Errors, Thread:0x" + FormatHex(GetCurrentThreadId()).nstring() +
@@ -110,8 +113,8 @@ TEST(OEventLog, TellsWhenAndByWhomALineWasWritten) {
     ASSERT_TRUE(std::regex_match(line, match, form)) << line;
     const std::string time = match.str(2) + "/" + match.str(1) + match.str(3);
     EXPECT_LE(before, time);
-    EXPECT_LE(time, after);
-    EXPECT_LE(std::stoul(match.str(4) + match.str(5)) - ticksBefore, ticks);
+    EXPECT_LE(time, Now());
+    EXPECT_LE(std::stoul(match.str(4) + match.str(5)) - ticks, GetTickCount() - ticks);
   }
 }
 
@@ -145,8 +148,10 @@ TEST(OEventLog, WaitsForTheFilesMutexWithEveryLine) {
 }
 
 TEST(OEventLog, RegistersItsSourceUnderOneLogOnce) {
-  const auto create = [](const OString& path, ScopedKey& key) {
+  // Whether it was not there.
+  const auto create = [](const OString& path) {
     DWORD disposition = 0;
+    ScopedKey key;
     RegCreateKeyExW(HKEY_LOCAL_MACHINE, path.wstring(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
                     key.Receive(), &disposition);
     return disposition == REG_CREATED_NEW_KEY;
@@ -155,10 +160,9 @@ TEST(OEventLog, RegistersItsSourceUnderOneLogOnce) {
     TestLog log(0, type);
     const OString own = log.Key(type == 1 ? "Application\\" : "System\\");
     const OString foreign = log.Key(type == 1 ? "System\\" : "Application\\");
-    ScopedKey before, again, after;
-    create(foreign, before);
+    create(foreign);
     log.LogInformationEvent("registers", 0, 0);
-    EXPECT_TRUE(create(foreign, again)) << "it was deleted";
+    EXPECT_TRUE(create(foreign)) << "it was deleted";
 
     const OString path = OString("2:") + own + "/";
     for (const char* name : {"EventMessageFile", "CategoryMessageFile"}) {
@@ -166,29 +170,24 @@ TEST(OEventLog, RegistersItsSourceUnderOneLogOnce) {
       EXPECT_THAT(file.nstring(), testing::MatchesRegex("C:\\\\.*\\\\bkevtmsg.dll"));
       EXPECT_EQ(ORegistry().GetValue(path + name, nullptr, 0), 2 * (file.GetLength() + 1));
     }
-    for (const auto& [name, expected] :
-         {std::pair{"TypesSupported", DWORD{7}}, {"CategoryCount", DWORD{2}}}) {
-      DWORD number = 0;
-      ORegistry().GetValue(path + name, &number, sizeof number);
-      EXPECT_EQ(number, expected) << name;
-    }
+    EXPECT_EQ(Number(path + "TypesSupported"), 7U);
+    EXPECT_EQ(Number(path + "CategoryCount"), 2U);
     OEventLog(log.name.c_str(), type).LogInformationEvent("is registered", 0, 0);
-    EXPECT_FALSE(create(foreign, after)) << "nothing was touched";
+    EXPECT_FALSE(create(foreign)) << "nothing was touched";
     EXPECT_EQ(log.file.Content(), "") << "a mask without a copy";
   }
 }
 
 TEST(OEventLog, NamesEveryLevel) {
-  std::string names;
-  for (DWORD bit = 0x80000000U; bit != 0; bit >>= 1) {
-    names += OEventLog::GetLevelName(bit) + std::string(" ");
-    if (bit == 0x10000000U) bit = 0x00010000U;
+  for (const auto& [bit, name] : {std::pair{0x80000000U, "Errors"},
+                                  {0x40000000U, "Warnings"},
+                                  {0x20000000U, "Info"},
+                                  {0x10000000U, "DetailInfo"}}) {
+    EXPECT_STREQ(OEventLog::GetLevelName(bit), name);
   }
-  std::string expected = "Errors Warnings Info DetailInfo ";
-  for (char letter = 'P'; letter >= 'A'; --letter) {
-    expected += std::string("DetailInfo") + letter + " ";
+  for (int i = 0; i < 16; ++i) {
+    EXPECT_EQ(OEventLog::GetLevelName(1U << i), std::string("DetailInfo") + char('A' + i));
   }
-  EXPECT_EQ(names, expected);
   EXPECT_EQ(LogLevel::kCopyToDebugger | LogLevel::kCopyToFile, 0x0C000000U);
 }
 
@@ -214,9 +213,11 @@ TEST(OEventLog, FollowsTheRegistryAfterFiveSeconds) {
   changed.file.SetMask(LogLevel::kWarnings);
   deleted.DeleteMask();
   g_nowMs += 5000;
-  for (TestLog* log : {&changed, &deleted}) EXPECT_FALSE(log->IsLogEnabled(LogLevel::kWarnings));
+  EXPECT_FALSE(changed.IsLogEnabled(LogLevel::kWarnings));
+  EXPECT_FALSE(deleted.IsLogEnabled(LogLevel::kWarnings));
   g_nowMs += 1;
-  for (TestLog* log : {&changed, &deleted}) EXPECT_TRUE(log->IsLogEnabled(LogLevel::kWarnings));
+  EXPECT_TRUE(changed.IsLogEnabled(LogLevel::kWarnings));
+  EXPECT_TRUE(deleted.IsLogEnabled(LogLevel::kWarnings));
   EXPECT_FALSE(changed.IsLogEnabled(static_cast<int>(LogLevel::kErrors)));
   EXPECT_TRUE(deleted.IsLogEnabled(static_cast<int>(LogLevel::kErrors)));
 }

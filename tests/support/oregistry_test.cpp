@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 
 #include "common/scratch_key.h"
 #include "support/scoped_handle.h"
@@ -51,13 +52,9 @@ TEST_F(ORegistryTest, NumbersStandForTheRoots) {
   int number = 0;
   for (const HKEY root : {HKEY_CLASSES_ROOT, HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE, HKEY_USERS}) {
     const OString keyPath = (OString() << number++ << ":") + path.c_str();
-    ScopedKey made;
-    ASSERT_EQ(RegCreateKeyExW(root, path.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE,
-                              KEY_ALL_ACCESS, nullptr, made.Receive(), nullptr),
-              ERROR_SUCCESS);
-    EXPECT_TRUE(ScopedKey(registry.OpenKey(keyPath, false)).IsValid()) << keyPath.nstring();
-    RegDeleteKeyW(root, path.c_str());
-    EXPECT_FALSE(ScopedKey(registry.OpenKey(keyPath, false)).IsValid()) << keyPath.nstring();
+    EXPECT_FALSE(ScopedKey(registry.OpenKey(keyPath, false)).IsValid()) << "reading makes no key";
+    EXPECT_TRUE(ScopedKey(registry.OpenKey(keyPath, true)).IsValid()) << keyPath.nstring();
+    EXPECT_EQ(RegDeleteKeyW(root, path.c_str()), ERROR_SUCCESS);
   }
 }
 
@@ -90,13 +87,11 @@ TEST_F(ORegistryTest, ABasePathStandsBeforeWhatHasNoRoot) {
 }
 
 TEST_F(ORegistryTest, EscapesPutSeparatorsIntoNames) {
-  const struct {
-    LPCWSTR subKey, name;
-    const char* path;
-  } cases[] = {{TEXT("A/B"), TEXT("Val"), "A//B/Val"},    {TEXT("K"), TEXT("c:d"), "K/c::d"},
-               {TEXT("100%"), TEXT("%41"), "100%%/%%41"}, {TEXT("K"), TEXT("%41"), "K/%2541"},
-               {TEXT("K"), TEXT("a/b%"), "K/a%2fb%"},     {TEXT("K"), TEXT(""), "K/"},
-               {TEXT("K"), TEXT("Z90"), "K/%5a%39%30"},   {TEXT("K"), TEXT("x%4"), "K/x%4"}};
+  const std::tuple<LPCWSTR, LPCWSTR, const char*> cases[] = {
+      {TEXT("A/B"), TEXT("Val"), "A//B/Val"},    {TEXT("K"), TEXT("c:d"), "K/c::d"},
+      {TEXT("100%"), TEXT("%41"), "100%%/%%41"}, {TEXT("K"), TEXT("%41"), "K/%2541"},
+      {TEXT("K"), TEXT("a/b%"), "K/a%2fb%"},     {TEXT("K"), TEXT(""), "K/"},
+      {TEXT("K"), TEXT("Z90"), "K/%5a%39%30"},   {TEXT("K"), TEXT("x%4"), "K/x%4"}};
   for (const auto& [subKey, name, path] : cases) {
     Store(subKey, name, TEXT("found"));
     EXPECT_STREQ(registry.GetString(Value(path), "").nstring(), "found") << path;
@@ -111,7 +106,6 @@ TEST_F(ORegistryTest, RefusesPathsThatAddressNoKey) {
     EXPECT_EQ(registry.SetValue(path, &number), -1) << path;
   }
   EXPECT_EQ(registry.GetValue(Value("Missing/V"), &number, sizeof number), -1);
-  EXPECT_EQ(registry.OpenKey(Value("Missing", "1:"), false), nullptr) << "reading makes no key";
 }
 
 TEST_F(ORegistryTest, AFailedWriteIsTold) {
@@ -133,14 +127,10 @@ TEST_F(ORegistryTest, ReadsValuesThatFit) {
   EXPECT_EQ(registry.GetValue(Value("V"), buffer, 5), -1);
   EXPECT_EQ(buffer[0], 9);
 
-  constexpr int kDefaultLength = 1;
-  for (const auto& [length, read] : {std::pair{3, 3},
-                                     {4096, 4096},
-                                     {65535, 65535},
-                                     {65536, kDefaultLength},
-                                     {0, kDefaultLength}}) {
+  for (const int length : {3, 4096, 65535, 65536, 0}) {
     Store(TEXT(""), TEXT("Text"), ScratchKey::Text(length, TEXT('x')));
-    EXPECT_EQ(registry.GetString(Value("Text"), "-").GetLength(), read);
+    const int defaultLength = 1, read = registry.GetString(Value("Text"), "-").GetLength();
+    EXPECT_EQ(read, length == 65536 || length == 0 ? defaultLength : length);
   }
 }
 

@@ -4,7 +4,8 @@
 #include <cstring>
 #include <functional>
 #include <limits>
-#include <set>
+#include <regex>
+#include <tuple>
 
 #include "common/dump_folder.h"
 #include "common/product_log.h"
@@ -21,8 +22,8 @@ namespace {
 
 using testing::EndsWith;
 using testing::HasSubstr;
-
-constexpr char kReported[] = "MiniDump File: ";
+using testing::IsEmpty;
+using testing::Not;
 
 int* volatile nowhere = nullptr;
 volatile int one = 1;
@@ -30,24 +31,12 @@ volatile int zero = 0;
 volatile int sink = 0;
 
 void Read() { sink = *nowhere; }
-void Write() { *nowhere = 1; }
 void Divide() { sink = one / zero; }
-void DivideTooFar() { sink = std::numeric_limits<int>::min() / -one; }
-void Halt() { asm volatile("hlt"); }
-void ReadNoAddress() { sink = *reinterpret_cast<volatile int*>(std::uintptr_t{1} << 62); }
-void Trap() { __builtin_trap(); }
-void Break() { asm volatile("int3"); }
 void (*volatile noFunction)() = nullptr;
 void CallNothing() {
   noFunction();
   sink = 1;
 }
-int Recurse(int depth) {
-  volatile char frame[4096];
-  frame[0] = static_cast<char>(depth);
-  return zero == 0 ? Recurse(depth + 1) + frame[0] : 0;
-}
-void Overflow() { sink = Recurse(0); }
 
 int locals = 0;
 struct Local {
@@ -58,12 +47,11 @@ struct Local {
     locals -= room[0];
   }
 };
-int RecurseWithLocal(int depth) {
+int Recurse(int depth) {
   const Local local{++locals};
-  return zero == 0 ? RecurseWithLocal(depth + 1) + local.number : 0;
+  return zero == 0 ? Recurse(depth + 1) + local.number : 0;
 }
-
-void OverflowWithLocals() { sink = RecurseWithLocal(0); }
+void Overflow() { sink = Recurse(0); }
 
 /// strlen is thought to throw nothing, so no table has a place for its crash.
 void MeasureBesideALocal() {
@@ -78,17 +66,18 @@ struct Crash {
 };
 const Crash kCrashes[] = {
     {Read, EXCEPTION_ACCESS_VIOLATION, ERROR_INVALID_ADDRESS},
-    {Write, EXCEPTION_ACCESS_VIOLATION, ERROR_INVALID_ADDRESS},
+    {[] { *nowhere = 1; }, EXCEPTION_ACCESS_VIOLATION, ERROR_INVALID_ADDRESS},
     {MeasureBesideALocal, EXCEPTION_ACCESS_VIOLATION, ERROR_INVALID_ADDRESS},
     {CallNothing, EXCEPTION_ACCESS_VIOLATION, ERROR_INVALID_ADDRESS},
-    {ReadNoAddress, EXCEPTION_ACCESS_VIOLATION, ERROR_INVALID_ADDRESS},
+    {[] { sink = *reinterpret_cast<volatile int*>(std::uintptr_t{1} << 62); },
+     EXCEPTION_ACCESS_VIOLATION, ERROR_INVALID_ADDRESS},
     {Divide, EXCEPTION_INT_DIVIDE_BY_ZERO, ERROR_INTERNAL_ERROR},
-    {DivideTooFar, EXCEPTION_INT_OVERFLOW, ERROR_ARITHMETIC_OVERFLOW},
-    {Halt, EXCEPTION_PRIV_INSTRUCTION, ERROR_UNIDENTIFIED_ERROR},
-    {Trap, EXCEPTION_ILLEGAL_INSTRUCTION, ERROR_INTERNAL_ERROR},
-    {Break, EXCEPTION_BREAKPOINT, ERROR_UNIDENTIFIED_ERROR},
+    {[] { sink = std::numeric_limits<int>::min() / -one; }, EXCEPTION_INT_OVERFLOW,
+     ERROR_ARITHMETIC_OVERFLOW},
+    {[] { asm volatile("hlt"); }, EXCEPTION_PRIV_INSTRUCTION, ERROR_UNIDENTIFIED_ERROR},
+    {[] { __builtin_trap(); }, EXCEPTION_ILLEGAL_INSTRUCTION, ERROR_INTERNAL_ERROR},
+    {[] { asm volatile("int3"); }, EXCEPTION_BREAKPOINT, ERROR_UNIDENTIFIED_ERROR},
     {Overflow, EXCEPTION_STACK_OVERFLOW, ERROR_STACK_OVERFLOW},
-    {OverflowWithLocals, EXCEPTION_STACK_OVERFLOW, ERROR_STACK_OVERFLOW},
 };
 
 /// "" for a code that the system has no text for.
@@ -98,31 +87,19 @@ std::string TextOf(const OException& exception) {
 std::string SystemText(LONG code) { return TextOf(OException(code, nullptr, nullptr)); }
 
 TEST(SeTranslation, EveryCodeHasItsErrorCodeAndText) {
-  const struct {
-    DWORD code;
-    LONG errorCode;
-    const char* message;
-  } kCases[] = {
-      {0xC0000005, 487, nullptr},
-      {0xC0000006, 487, nullptr},
-      {0x80000002, 487, nullptr},
-      {0xC000001D, 1359, "Illegal instruction."},
-      {0xC000008C, 1287, nullptr},
-      {0xC000008D, 1359, "Floating point error."},
-      {0xC0000093, 1359, "Floating point error."},
-      {0xC0000094, 1359, "Division by zero."},
-      {0xC0000095, 534, nullptr},
-      {0xC00000FD, 1001, nullptr},
-      {0x80000003, 1287, nullptr},
-  };
-  for (const auto& expected : kCases) {
+  for (const auto& [code, errorCode, message] : {std::tuple{0xC0000006U, 487, SystemText(487)},
+                                                 {0x80000002U, 487, SystemText(487)},
+                                                 {0xC000001DU, 1359, "Illegal instruction."},
+                                                 {0xC000008CU, 1287, SystemText(1287)},
+                                                 {0xC000008DU, 1359, "Floating point error."},
+                                                 {0xC0000093U, 1359, "Floating point error."},
+                                                 {0xC0000094U, 1359, "Division by zero."}}) {
     EXCEPTION_POINTERS pointers{};
     try {
-      ThrowStructuredException(expected.code, &pointers);
+      ThrowStructuredException(code, &pointers);
     } catch (const OException& exception) {
-      EXPECT_EQ(exception.ErrorCode(), expected.errorCode) << std::hex << expected.code;
-      EXPECT_EQ(TextOf(exception), expected.message != nullptr ? std::string(expected.message)
-                                                               : SystemText(expected.errorCode));
+      EXPECT_EQ(exception.ErrorCode(), errorCode) << std::hex << code;
+      EXPECT_EQ(TextOf(exception), message);
       EXPECT_EQ(exception.Pointers(), &pointers);
     }
   }
@@ -224,7 +201,7 @@ TEST(StructuredExceptions, DestroyLocalsWhereverTheStackEnds) {
           const OExceptionHandler handler("handler", 0);
           static_cast<volatile char*>(__builtin_alloca(shift))[0] = 0;
           try {
-            sink = RecurseWithLocal(0);
+            Overflow();
           } catch (const OException& exception) {
             EXPECT_EQ(exception.ErrorCode(), ERROR_STACK_OVERFLOW);
           }
@@ -297,14 +274,9 @@ class CrashReport : public testing::Test {
 
   /// The dump files that reports name, in the log's order.
   std::vector<std::string> DumpFiles() const {
-    std::vector<std::string> files;
-    for (const std::string& line : _log.Lines()) {
-      const auto at = line.find(kReported);
-      if (at == line.npos) continue;
-      files.push_back(line.substr(at + std::strlen(kReported)));
-      if (files.back().back() == '\r') files.back().pop_back();
-    }
-    return files;
+    static const std::regex reported("MiniDump File: ([^\r]*)");
+    const std::string log = _log.Content();
+    return {std::sregex_token_iterator(log.begin(), log.end(), reported, 1), {}};
   }
 
   static void UseLibrary(const std::basic_string<WCHAR>& name) {
@@ -322,9 +294,7 @@ TEST_F(CrashReport, NamesTheDumpThatFillsTheFirstGap) {
   for (int i = 0; i < 3; ++i) Report(Read);
   DeleteFileW(Widen(DumpFolder::Path("bkcrash_0001.dmp")).c_str());
   UseLibrary(TEXT("no-such-library.dll"));  // The system's is used instead.
-  char kept[24];
-  for (int i = 0; i < 24; ++i) kept[i] = static_cast<char>('A' + i * one);
-  Report(Read);
+  Report(CrashWithAMark);
   EXPECT_EQ(GetLastError(), DWORD{ERROR_INVALID_ADDRESS});
   Report(Divide);
   EXPECT_TRUE(_log.Has("Error: Division by zero."));
@@ -333,7 +303,9 @@ TEST_F(CrashReport, NamesTheDumpThatFillsTheFirstGap) {
               testing::ElementsAre(EndsWith("\\Brennick\\Drivers\\Dump\\bkcrash_0000.dmp"),
                                    EndsWith("_0001.dmp"), EndsWith("_0002.dmp"),
                                    EndsWith("_0001.dmp"), DumpFolder::Path("bkcrash_0003.dmp")));
-  EXPECT_THAT(DumpFolder::Content(DumpFiles()[3]), HasSubstr(std::string(kept, sizeof kept)));
+  std::string mark;
+  for (int i = 0; i < 24; ++i) mark += static_cast<char>('a' - i * one);
+  EXPECT_THAT(DumpFolder::Content(DumpFiles()[3]), HasSubstr(mark)) << "the stack at the crash";
 }
 
 TEST_F(CrashReport, ComesWhereNoExceptionFindsItsWayOut) {
@@ -345,40 +317,24 @@ TEST_F(CrashReport, ComesWhereNoExceptionFindsItsWayOut) {
     EXPECT_EQ(std::uncaught_exceptions(), count);
     EXPECT_EQ(std::current_exception(), nullptr);
   }
+  EXPECT_EQ(_log.Count("Attemped to generate minidump file but failed"), 6);
+  EXPECT_THAT(DumpFiles(), IsEmpty());
   UseLibrary(TEXT(""));
   Report(CrashWhileUnwinding);
   EXPECT_EQ(_log.Count("Caught in [Worker::Run]"), 7);
   EXPECT_EQ(DumpFiles().size(), 1U);
 }
 
-TEST_F(CrashReport, HasTheStackAsItWasAtTheCrash) {
-  std::string mark;
-  for (int i = 0; i < 24; ++i) mark += static_cast<char>('a' - i * one);
-  Report(CrashWithAMark);
-  EXPECT_THAT(DumpFolder::Content(DumpFiles().at(0)), HasSubstr(mark));
-}
-
-TEST_F(CrashReport, SaysWhenThereIsNoDump) {
-  UseLibrary(TEXT("Shell32.dll"));
-  Report(Read);
-  EXPECT_TRUE(_log.Has("Attemped to generate minidump file but failed"));
-  EXPECT_FALSE(_log.Mentions(kReported));
-}
-
 TEST_F(CrashReport, DumpsOfThreadsThatCrashTogetherHaveFilesOfTheirOwn) {
-  std::vector<std::unique_ptr<TestThread>> threads;
-  constexpr std::size_t kThreads = 3;
-  for (std::size_t i = 0; i < kThreads; ++i) {
-    threads.push_back(std::make_unique<TestThread>([] { return Report(Read), 0U; }));
-  }
-  threads.clear();
-  const auto files = DumpFiles();
-  EXPECT_EQ(std::set<std::string>(files.begin(), files.end()).size(), kThreads);
+  const auto crash = [] { return Report(Read), 0U; };
+  { TestThread first(crash), second(crash), third(crash); }
+  EXPECT_THAT(DumpFiles(), testing::UnorderedElementsAre(EndsWith("0.dmp"), EndsWith("1.dmp"),
+                                                         EndsWith("2.dmp")));
   constexpr std::uint32_t kThreadList = 3, kModuleList = 4, kException = 6, kSystemInfo = 7;
-  for (const std::string& file : files) {
+  for (const std::string& file : DumpFiles()) {
     const auto streams = DumpFolder::Streams(DumpFolder::Content(file));
     for (const auto stream : {kThreadList, kModuleList, kException, kSystemInfo}) {
-      EXPECT_TRUE(streams.count(stream) != 0 && !streams.at(stream).empty()) << stream;
+      EXPECT_THAT(streams, testing::Contains(testing::Pair(stream, Not(IsEmpty()))));
     }
   }
 }

@@ -34,16 +34,6 @@ TEST(Locks, ExcludeOtherThreads) {
   ExpectExclusion(section, section);
 }
 
-TEST(Locks, GiveTheirNamesBack) {
-  const OString name = UniqueName(TEXT("Tagwright Test ")).c_str();
-  for (int round = 0; round < 2; ++round) {
-    const ScopedHandle raw(CreateMutexW(nullptr, FALSE, name.wstring()));
-    EXPECT_EQ(GetLastError(), DWORD{ERROR_SUCCESS}) << "whoever had it before has gone";
-    OMutex mutex(name, INFINITE);
-    const OAutoLock lock(mutex);
-  }
-}
-
 TEST(Locks, AreHeldForTheirScopeWhateverAnImpatientThreadDoes) {
   const OString name = UniqueName(TEXT("Tagwright Test ")).c_str();
   OMutex mutex(name, INFINITE), foreign(name, 10);
@@ -56,11 +46,21 @@ TEST(Locks, AreHeldForTheirScopeWhateverAnImpatientThreadDoes) {
   };
   {
     const OAutoLock lock(mutex);
-    std::jthread(tryElsewhere).join();
+    std::thread(tryElsewhere).join();
     EXPECT_EQ(result, DWORD{WAIT_TIMEOUT}) << "only its owner gives it back";
   }
-  std::jthread(tryElsewhere).join();
+  std::thread(tryElsewhere).join();
   EXPECT_EQ(result, DWORD{WAIT_OBJECT_0});
+}
+
+TEST(Locks, GiveTheirNamesBack) {
+  const OString name = UniqueName(TEXT("Tagwright Test ")).c_str();
+  {
+    OMutex gone(name, INFINITE);
+    const OAutoLock lock(gone);
+  }
+  const ScopedHandle raw(CreateMutexW(nullptr, FALSE, name.wstring()));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_SUCCESS}) << "whoever had it before has gone";
 }
 
 }  // namespace
