@@ -2,32 +2,19 @@
 #include "pipe/server_fixture.h"
 #include "service/tagwright_controller.h"
 #include "service/tagwright_server.h"
-#include "support/scoped_handle.h"
 #include "support/thread_start.h"
 
 namespace {
 
-constexpr std::string_view kEmptyJob = "<zsdk_job/>";
-
-class EncoderServerTest : public ServerTest {
- protected:
-  void ServeEncoder() {
-    Create<TagwrightServer>(OString(_pipeName.c_str()));
-    StartAndConnect();
-  }
-};
+using EncoderServerTest = ServerTest;
 
 TEST_F(EncoderServerTest, AnswersByTypeAndGoesOn) {
-  ServeEncoder();
-  struct Case {
-    std::uint32_t type;
-    std::string_view payload;
-    std::uint32_t status;
-  };
-  const Case cases[] = {
+  Create<TagwrightServer>(_pipeName.c_str());
+  StartAndConnect();
+  const std::tuple<std::uint32_t, std::string_view, std::uint32_t> cases[] = {
       {0x200, "", 0},
       {0x201, "", 0},  // Without a job there is nothing to do or to end.
-      {0x200, kEmptyJob, 0},
+      {0x200, "<zsdk_job/>", 0},
       {0x200, "<ZSDK_JOB/>", 200003},
       {0x200, "no document", 200003},
       {0x300, "name", 200002},
@@ -35,18 +22,18 @@ TEST_F(EncoderServerTest, AnswersByTypeAndGoesOn) {
       {0x301, "", 200002},
       {0, "", 200002},
       {0x200, "<zsdk_job><erase/></zsdk_job>", 200003},
-      {0x200, kEmptyJob, 0},
+      {0x200, "<zsdk_job/>", 0},
   };
-  for (const Case& request : cases) {
-    SCOPED_TRACE(testing::Message() << request.type << " " << request.payload);
-    _client.Expect(request.status, request.type, request.payload);
+  for (const auto& [type, payload, status] : cases) {
+    SCOPED_TRACE(testing::Message() << type << " " << payload);
+    _client.Expect(status, type, payload);
   }
   StopServer();
   EXPECT_EQ(_log.Count("TagwrightServer::ParseIncomingMessage: eEncodeAndShutdown"), 1);
 }
 
 TEST_F(EncoderServerTest, EndsWithTheControllerThatIsDestroyed) {
-  Create<TagwrightController>(OString(_pipeName.c_str()));
+  Create<TagwrightController>(_pipeName.c_str());
   StartAndConnect();
   const std::string name = UniquePipeName();
   _client.Expect(0, 0x300, name);
@@ -59,7 +46,7 @@ TEST_F(EncoderServerTest, EndsWithTheControllerThatIsDestroyed) {
 }
 
 TEST_F(EncoderServerTest, AControllerThatWasNotStartedIsShutDown) {
-  auto& controller = Create<TagwrightController>(OString(_pipeName.c_str()));
+  auto& controller = Create<TagwrightController>(_pipeName.c_str());
   controller.ShutdownAllPipes();
   EXPECT_TRUE(_log.Has("WaitForControlThreadShutdown: WaitForSingleObjects failed"));
   EXPECT_FALSE(_log.Mentions("Forcibly"));
@@ -68,7 +55,7 @@ TEST_F(EncoderServerTest, AControllerThatWasNotStartedIsShutDown) {
 const ScopedHandle g_isHanging(CreateManualResetEvent());
 
 TEST_F(EncoderServerTest, AControlThreadThatHangsIsEndedByForce) {
-  auto& controller = Create<TagwrightController>(OString(_pipeName.c_str()));
+  auto& controller = Create<TagwrightController>(_pipeName.c_str());
   controller.SetOnActivityCallback([] {
     SetEvent(g_isHanging.Get());
     Sleep(INFINITE);
@@ -78,15 +65,15 @@ TEST_F(EncoderServerTest, AControlThreadThatHangsIsEndedByForce) {
   ASSERT_EQ(WaitForSingleObject(g_isHanging.Get(), kLongMs), WAIT_OBJECT_0);
   controller.ShutdownAllPipes();
   EXPECT_EQ(ExitCode(controller), 260U);
-  for (const char* line :
-       {"WaitForControlThreadShutdown: Timeout while waiting for thread to shutdown",
-        "ShutdownAllPipes: Forcibly terminating control thread"}) {
-    EXPECT_EQ(_log.Count(std::string("TagwrightController::") + line), 1) << line;
-  }
+  EXPECT_EQ(_log.Count("TagwrightController::WaitForControlThreadShutdown: Timeout while waiting "
+                       "for thread to shutdown"),
+            1);
+  EXPECT_EQ(
+      _log.Count("TagwrightController::ShutdownAllPipes: Forcibly terminating control thread"), 1);
 }
 
 TEST_F(EncoderServerTest, OneThatIsStillBeingAddedWhenAllPipesAreShutDownIsRefused) {
-  auto& controller = Create<TagwrightController>(OString(_pipeName.c_str()));
+  auto& controller = Create<TagwrightController>(_pipeName.c_str());
   std::jthread end;
   LogHooked("TagwrightServer::TagwrightServer Starting", [&] {
     end = std::jthread([&] { controller.ShutdownAllPipes(); });
@@ -101,14 +88,13 @@ TEST_F(EncoderServerTest, OneThatIsStillBeingAddedWhenAllPipesAreShutDownIsRefus
 
 TEST_F(EncoderServerTest, EndsAfterItsLastReply) {
   for (const auto& [type, payload, status] :
-       {std::tuple{0x100U, std::string_view(), 0U}, std::tuple{0x201U, kEmptyJob, 0U},
-        std::tuple{0x201U, std::string_view("<other/>"), 200003U}}) {
-    _pipeName = UniquePipeName();
-    ServeEncoder();
+       {std::tuple{0x100U, "", 0U}, {0x201U, "<zsdk_job/>", 0U}, {0x201U, "<other/>", 200003U}}) {
+    Create<TagwrightServer>(_pipeName.c_str());
+    StartAndConnect();
     _client.Expect(status, type, payload);
     EXPECT_EQ(WaitForEnd(), PipeServer::kShutdownSignaled);
     _client.Close();
-    _server.reset();
+    StopServer();
   }
 }
 

@@ -12,17 +12,13 @@ using Tagwright::MessageHeader;
 
 class FramingTest : public ServerTest {
  protected:
-  struct Request {
-    std::uint32_t type;
-    std::string payload;
-    bool operator==(const Request&) const = default;
-  };
+  using Request = std::pair<std::uint32_t, std::string>;
 
   void ServeAndRecord() {
     Serve([this](const MessageHeader& request, const BYTE* payload, MessageHeader& reply) {
       EXPECT_EQ(payload == nullptr, request.payloadLength == 0);
-      _requests.push_back(
-          {request.messageType, std::string(payload, payload + request.payloadLength)});
+      _requests.emplace_back(request.messageType,
+                             std::string(payload, payload + request.payloadLength));
       return Acknowledge(request, payload, reply);
     });
   }
@@ -42,13 +38,12 @@ TEST(MessageHeaderTest, OnlyTheExactMagicIsValid) {
 
 TEST_F(FramingTest, JoinsPieces) {
   ServeAndRecord();
-  const MessageHeader header = Header(0x200, 7);
-  const auto* bytes = reinterpret_cast<const char*>(&header);
-  _client.SendPiece(bytes, 5);
-  _client.SendPiece(bytes + 5, 5);
-  _client.SendPiece(bytes + 10, 6);
-  _client.SendPiece("<jo", 3);
-  _client.SendPiece("b/>!", 4);
+  const MessageHeader header = Header(0x200, 6);
+  const auto message =
+      std::string(reinterpret_cast<const char*>(&header), sizeof header) + "<job/>";
+  for (const auto& [at, size] : {std::pair{0U, 5U}, {5, 5}, {10, 6}, {16, 3}, {19, 3}}) {
+    _client.SendPiece(&message[at], size);
+  }
   _client.ExpectReply(0x200, 0);
   // Two headers in one write come apart again. (Two requests with a reply each would not do: a pipe
   // without buffers holds the writer until all is read, so the first reply would find nobody.)
@@ -57,7 +52,7 @@ TEST_F(FramingTest, JoinsPieces) {
   _client.SendBytes(two, sizeof(two));
   _client.ExpectReply(0x302, 0);
   StopServer();
-  EXPECT_THAT(_requests, testing::ElementsAre(Request{0x200, "<job/>!"}, Request{0x302, ""}));
+  EXPECT_THAT(_requests, testing::ElementsAre(Request{0x200, "<job/>"}, Request{0x302, ""}));
   EXPECT_EQ(_log.Count("PipeServer::ProcessMessages: Invalid header"), 1);
   EXPECT_EQ(_log.Mentions("Errors, Thread"), 1);
 }
@@ -66,12 +61,7 @@ TEST_F(FramingTest, RefusesAnAbsurdLengthAndStaysInStep) {
   ServeAndRecord();
   const std::uint32_t tooMuch = Tagwright::kMaxPayloadBytes + 1;
   _client.SendHeader(Header(0x200, tooMuch));
-  const std::vector<char> piece(64 * 1024, 'x');
-  for (std::size_t left = tooMuch; left > 0;) {
-    const std::size_t size = std::min(left, piece.size());
-    _client.SendBytes(piece.data(), size);
-    left -= size;
-  }
+  _client.SendBytes(std::string(tooMuch, 'x').data(), tooMuch);
   _client.Expect(0, 0x302);
   StopServer();
   EXPECT_THAT(_requests, testing::ElementsAre(Request{0x302, ""}));

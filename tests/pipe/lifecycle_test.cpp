@@ -4,11 +4,12 @@
 #include <atomic>
 #include <new>
 #include <stdexcept>
+#include <tuple>
 
 #include "pipe/server_fixture.h"
 #include "platform/framework_exceptions.h"
 #include "support/oexception.h"
-#include "support/scoped_handle.h"
+#include "support/thread_start.h"
 
 namespace {
 
@@ -16,17 +17,14 @@ class LifecycleTest : public ServerTest {
  protected:
   ScriptedServer& CreateServer() { return Create<ScriptedServer>(_pipeName, Acknowledge); }
 
-  static ScopedHandle Event(bool signalled) {
-    return ScopedHandle(CreateEventW(nullptr, TRUE, signalled, nullptr));
+  /// Serve in place of what was served before, under another name.
+  void ServeAnew(ScriptedServer::Handler handler) {
+    StopServer();
+    _client.Close();
+    _pipeName = UniquePipeName();
+    Serve(std::move(handler));
   }
 };
-
-TEST_F(LifecycleTest, AClientThatCameBeforeTheServerWasStarted) {
-  CreateServer();
-  _client.Connect(_pipeName);
-  ASSERT_TRUE(_server->StartProcessMessageThread(kLongMs));
-  _client.Expect(0, 0x302);
-}
 
 TEST_F(LifecycleTest, AClientThatHasGoneBeforeTheServerWasStarted) {
   CreateServer();
@@ -64,32 +62,27 @@ TEST_F(LifecycleTest, ShutdownEndsEveryStage) {
 TEST_F(LifecycleTest, ShutdownFindsABlockedReadWheneverItComes) {
   // The shutdown falls at every point between two reads; none may leave the thread blocked.
   for (int round = 0; round < 60; ++round) {
-    _pipeName = UniquePipeName();
-    Serve(Acknowledge);
+    ServeAnew(Acknowledge);
     if (round % 2 == 1) _client.Expect(0, 0x302);
     _server->Shutdown();
     ASSERT_EQ(WaitForEnd(), PipeServer::kShutdownSignaled);
-    _client.Close();
-    _server.reset();
   }
   EXPECT_FALSE(_log.Mentions("Calling TerminateThread"));
 }
 
 TEST_F(LifecycleTest, TheOwnersWaitTellsWhatHappened) {
   Serve(Acknowledge);
-  const auto off = Event(false);
-  const auto on = Event(true);
-  const auto alsoOn = Event(true);
+  const ScopedHandle off(CreateManualResetEvent()), on(CreateManualResetEvent());
+  SetEvent(on.Get());
   const auto wait = [&](std::vector<HANDLE> handles) {
     return _server->WaitForMultipeObjectsOrPipeTermination(static_cast<DWORD>(handles.size()),
                                                            handles.data(), 0, kLongMs);
   };
   EXPECT_EQ(wait({}), PipeServer::kWaitTimedOut);
-  EXPECT_EQ(wait({off.Get(), on.Get(), alsoOn.Get()}), PipeServer::kUserEvent + 1);
+  EXPECT_EQ(wait({off.Get(), on.Get(), on.Get()}), PipeServer::kUserEvent + 1);
   EXPECT_EQ(wait(std::vector<HANDLE>(62, on.Get())), PipeServer::kUserEvent);
   EXPECT_EQ(wait(std::vector<HANDLE>(63, on.Get())), PipeServer::kWaitFailed);
-  const auto foreign = reinterpret_cast<HANDLE>(std::uintptr_t{0x7654});
-  EXPECT_EQ(wait({foreign, on.Get()}), PipeServer::kWaitFailed);
+  EXPECT_EQ(wait({reinterpret_cast<HANDLE>(std::uintptr_t{0x7654})}), PipeServer::kWaitFailed);
 
   const ScopedHandle mutex(CreateMutexW(nullptr, FALSE, nullptr));
   std::thread([&] { WaitForSingleObject(mutex.Get(), INFINITE); }).join();
@@ -97,17 +90,16 @@ TEST_F(LifecycleTest, TheOwnersWaitTellsWhatHappened) {
 
   _server->Shutdown();
   EXPECT_EQ(wait({on.Get()}), PipeServer::kShutdownSignaled);
-  for (const char* line : {"Wait Timed Out", "User handle abandoned"}) {
-    EXPECT_EQ(_log.Count(std::string("WaitForMultipeObjectsOrPipeTermination: ") + line), 1);
-  }
+  EXPECT_EQ(_log.Count("WaitForMultipeObjectsOrPipeTermination: Wait Timed Out"), 1);
+  EXPECT_EQ(_log.Count("WaitForMultipeObjectsOrPipeTermination: User handle abandoned"), 1);
 }
 
 /// Its handler does a step under the termination lock and then never returns.
 class SteppingServer : public PipeServer {
  public:
-  explicit SteppingServer(const std::string& pipeName) : PipeServer(OString(pipeName.c_str())) {}
+  using PipeServer::PipeServer;
 
-  const ScopedHandle entered{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
+  const ScopedHandle entered{CreateManualResetEvent()};
   bool isStepDone = false;
 
  protected:
@@ -126,7 +118,7 @@ class SteppingServer : public PipeServer {
 };
 
 TEST_F(LifecycleTest, ATerminationWaitsForTheStepThatMustNotBeCutShort) {
-  auto& server = Create<SteppingServer>(_pipeName);
+  auto& server = Create<SteppingServer>(_pipeName.c_str());
   StartAndConnect();
   _client.Send(0x200);
   ASSERT_EQ(WaitForSingleObject(server.entered.Get(), kLongMs), WAIT_OBJECT_0);
@@ -138,26 +130,20 @@ TEST_F(LifecycleTest, ATerminationWaitsForTheStepThatMustNotBeCutShort) {
 }
 
 TEST_F(LifecycleTest, RunWaitsForTheEndAndThenForcesIt) {
-  const struct {
-    DWORD handlerMs, maxShutdownMs, exitCode;
-  } kCases[] = {{100, kLongMs, 0}, {INFINITE, 0, 260}};
-  for (const auto& one : kCases) {
-    _pipeName = UniquePipeName();
-    ScriptedServer server(_pipeName, [&](const auto&, const BYTE*, auto&) {
+  for (const auto& [handlerMs, maxShutdownMs, exitCode] :
+       {std::tuple{100U, kLongMs, 0U}, {INFINITE, 0U, 260U}}) {
+    PipeClient client;
+    ScriptedServer server(_pipeName, [&, ms = handlerMs](const auto&, const BYTE*, auto&) {
       server.Shutdown();
-      Sleep(one.handlerMs);
+      Sleep(ms);
       return true;
     });
     ASSERT_TRUE(server.CreateServerPipe());
-    std::thread client([&] {
-      _client.Connect(_pipeName);
-      _client.Send(0x200);
-    });
-    server.Run(kLongMs, one.maxShutdownMs);
-    EXPECT_EQ(ExitCode(server), one.exitCode);
+    client.Connect(_pipeName);  // Before the server was started.
+    std::jthread driver([&] { client.Send(0x200); });
+    server.Run(kLongMs, maxShutdownMs);
+    EXPECT_EQ(ExitCode(server), exitCode);
     EXPECT_TRUE(server.IsShutdown());
-    client.join();
-    _client.Close();
   }
   EXPECT_EQ(_log.Count("...the-pipe: PipeServer::Run: Enter"), 2);
   EXPECT_EQ(_log.Count("...the-pipe: PipeServer::Run: Exit"), 2);
@@ -185,73 +171,51 @@ TEST_F(LifecycleTest, AConnectionThreadThatFails) {
 }
 
 TEST_F(LifecycleTest, EveryThreadEntersItsApartmentAndLeavesIt) {
-  const std::pair<const char*, HRESULT> kLines[] = {
-      {"ConnectThreadProc: ConnectNamedPipe succeeded", S_FALSE},
-      {"ConnectThreadProc: Exit", S_OK},
-      {"ProcessMessages: Enter", S_FALSE},
-      {"ProcessMessages: Thread exit", S_FALSE},
-      {"ProcessMessagesThread: Thread Exit", S_OK}};
-  for (const auto& [line, expected] : kLines) {
+  for (const auto& [line, expected] :
+       {std::pair{"ConnectThreadProc: ConnectNamedPipe succeeded", S_FALSE},
+        {"ConnectThreadProc: Exit", S_OK},
+        {"ProcessMessages: Enter", S_FALSE},
+        {"ProcessMessages: Thread exit", S_FALSE},
+        {"ProcessMessagesThread: Thread Exit", S_OK}}) {
     std::atomic<HRESULT> entered{-1};
     LogHooked(line, [&] {
       entered = CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
       CoUninitialize();
     });
-    _pipeName = UniquePipeName();
-    Serve(Acknowledge);
+    ServeAnew(Acknowledge);
     _client.Expect(0, 0x302);
     StopServer();
-    _client.Close();
     EXPECT_EQ(entered, expected) << line;
   }
 }
 
-struct Failure {
-  const char* name;
-  void (*raise)();
-  std::vector<const char*> lines;
-};
-
-class HandlerFailureTest : public ServerTest, public testing::WithParamInterface<Failure> {};
-
-TEST_P(HandlerFailureTest, EndsItsServerAndLeavesItsLines) {
-  Serve([](const auto&, const BYTE*, auto&) {
-    GetParam().raise();
-    return true;
-  });
-  _client.Send(0x200);
-  EXPECT_EQ(WaitForEnd(), PipeServer::kMessageThreadEnded);
-  for (const char* line : GetParam().lines) EXPECT_TRUE(_log.Has(line)) << line;
+TEST_F(LifecycleTest, AHandlerThatFailsEndsItsServerAndLeavesItsLines) {
+  constexpr char kUnknownType[] =
+      "Exception thrown of unknown type. Since we're not handling SEH exceptions here it could be "
+      "a SEH exception";
+  const struct {
+    void (*fail)();
+    std::vector<const char*> lines;
+  } kCases[] = {
+      {[] { throw std::runtime_error("no paper"); },
+       {"PipeServer::ProcessMessages: std::exception. Message =no paper",
+        "PipeServer::ProcessMessagesThread: std::exception. Message =no paper"}},
+      {[] { throw new CException(TEXT("port busy")); },
+       {"PipeServer::ProcessMessages: CException. Message = port busy",
+        "PipeServer::ProcessMessagesThread: CException. Message = port busy"}},
+      {[] { throw std::bad_alloc(); }, {"Caught in [PipeServer::ProcessMessagesThread]"}},
+      {[] { throw new CMemoryException; }, {"Caught in [PipeServer::ProcessMessagesThread]"}},
+      {[] { throw OException(1359, "Division by zero.", nullptr); },
+       {"Error: Division by zero.", kUnknownType}},
+      {[] { throw OStdException("vector too long"); }, {"Error: vector too long", kUnknownType}},
+      {[] { throw 42; }, {kUnknownType}}};
+  for (const auto& [fail, lines] : kCases) {
+    _log.Clear();
+    ServeAnew([fail = fail](const auto&, const BYTE*, auto&) { return fail(), true; });
+    _client.Send(0x200);
+    EXPECT_EQ(WaitForEnd(), PipeServer::kMessageThreadEnded);
+    for (const char* line : lines) EXPECT_TRUE(_log.Has(line)) << line;
+  }
 }
-
-constexpr char kUnknownType[] =
-    "Exception thrown of unknown type. Since we're not handling SEH exceptions here it could be a "
-    "SEH exception";
-
-INSTANTIATE_TEST_SUITE_P(
-    Types, HandlerFailureTest,
-    testing::Values(
-        Failure{"standard",
-                [] { throw std::runtime_error("no paper"); },
-                {"PipeServer::ProcessMessages: std::exception. Message =no paper",
-                 "PipeServer::ProcessMessagesThread: std::exception. Message =no paper"}},
-        Failure{"framework",
-                [] { throw new CException(TEXT("port busy")); },
-                {"PipeServer::ProcessMessages: CException. Message = port busy",
-                 "PipeServer::ProcessMessagesThread: CException. Message = port busy"}},
-        Failure{"memory",
-                [] { throw std::bad_alloc(); },
-                {"Caught in [PipeServer::ProcessMessagesThread]"}},
-        Failure{"frameworkMemory",
-                [] { throw new CMemoryException; },
-                {"Caught in [PipeServer::ProcessMessagesThread]"}},
-        Failure{"library",
-                [] { throw OException(1359, "Division by zero.", nullptr); },
-                {"Error: Division by zero.", kUnknownType}},
-        Failure{"libraryStandard",
-                [] { throw OStdException("vector too long"); },
-                {"Error: vector too long", kUnknownType}},
-        Failure{"foreign", [] { throw 42; }, {kUnknownType}}),
-    [](const auto& failure) { return failure.param.name; });
 
 }  // namespace

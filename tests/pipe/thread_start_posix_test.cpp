@@ -1,45 +1,38 @@
 /// Threads that cannot be started, for want of address space.
-#include <sys/resource.h>
-
-#include <cstdio>
+#include <fstream>
 #include <optional>
 #include <vector>
 
+#include "common/resource_limit.h"
 #include "pipe/server_fixture.h"
 #include "service/tagwright_controller.h"
-#include "support/scoped_handle.h"
+#include "support/thread_start.h"
 
 namespace {
-
-unsigned __stdcall WaitFor(void* event) { return WaitForSingleObject(event, INFINITE); }
 
 /// While it lives, the process can start no thread: its address space is limited, and threads of
 /// the test's own have taken the stacks that the C library keeps for the next ones.
 class NoRoomForStacks {
  public:
   NoRoomForStacks() {
-    getrlimit(RLIMIT_AS, &_before);
-    unsigned long pages = 0;
-    std::FILE* const sizes = std::fopen("/proc/self/statm", "r");
-    EXPECT_EQ(std::fscanf(sizes, "%lu", &pages), 1);
-    std::fclose(sizes);
-    rlimit limit = _before;
-    limit.rlim_cur = pages * 4096 + kSpareBytes;
-    setrlimit(RLIMIT_AS, &limit);
-    while (const auto thread = _beginthreadex(nullptr, 0, WaitFor, _end.Get(), 0, nullptr)) {
-      _threads.emplace_back(reinterpret_cast<HANDLE>(thread));
-    }
+    while (const HANDLE thread = StartThread(WaitFor, _end.Get())) _threads.emplace_back(thread);
   }
   ~NoRoomForStacks() {
-    setrlimit(RLIMIT_AS, &_before);
     SetEvent(_end.Get());
     for (const ScopedHandle& thread : _threads) WaitForSingleObject(thread.Get(), INFINITE);
   }
 
  private:
+  static unsigned __stdcall WaitFor(void* event) { return WaitForSingleObject(event, INFINITE); }
+  static rlim_t AddressSpaceBytes() {
+    rlim_t pages = 0;
+    std::ifstream("/proc/self/statm") >> pages;
+    return pages * 4096;
+  }
+
   static constexpr rlim_t kSpareBytes = 256 * 1024;
-  rlimit _before{};
-  ScopedHandle _end{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
+  const ScopedHandle _end{CreateManualResetEvent()};
+  const ResourceLimit _limit{RLIMIT_AS, AddressSpaceBytes() + kSpareBytes};
   std::vector<ScopedHandle> _threads;
 };
 
