@@ -65,8 +65,8 @@ class EncodeTest : public testing::Test {
     for (std::string line; std::getline(lines, line);) {
       const auto call = nlohmann::json::parse(line);
       if (call["event"] != "end") continue;
-      if (!calls.empty()) calls += ' ';
-      calls += std::string(call["member"]) + "=" + std::string(call["result"]);
+      calls += (calls.empty() ? "" : " ") + std::string(call["member"]) + "=" +
+               std::string(call["result"]);
     }
     Simulator::ReplaceStateFile(CallsPath(), "");
     return calls;

@@ -21,11 +21,7 @@ TEST_F(EncodeTest, NoValueOfAJobReachesALog) {
 }
 
 TEST_F(EncodeTest, EveryElementHasItsCallAndItsLine) {
-  const struct {
-    const char* element;
-    const char* line;
-    const char* member;
-  } cases[] = {
+  const std::tuple<std::string, std::string, std::string> cases[] = {
       {"<write segment='1' data='1111'/>", "write WMB_EPC", "WriteEPC"},
       {"<WRITE segment='3' data='1111'/>", "write WMB_User", "WriteUserMemory"},
       {"<write segment='7' data='1111'/>", "write memory", "WriteMemory"},
@@ -36,13 +32,11 @@ TEST_F(EncodeTest, EveryElementHasItsCallAndItsLine) {
       {"<setpassword type='2'/>", "setpassword generic", "SetAccessPassword"},
       {"<killTag/>", "killtag", "KillTag"},
   };
-  for (const auto& expected : cases) {
+  for (const auto& [element, line, member] : cases) {
     // Without a printer element the operation is tried all the same.
-    EXPECT_FALSE(RunOperations(expected.element)) << expected.element;
-    EXPECT_EQ(TakeCalls(), kMade + expected.member + "=false Dispose=true") << expected.element;
-    EXPECT_THAT(_log.Texts(), Contains(std::string("DetailInfo: ZXP7EpcGen2Encode::") +
-                                       "ParseNextElement " + expected.line))
-        << expected.element;
+    EXPECT_FALSE(RunOperations(element)) << element;
+    EXPECT_EQ(TakeCalls(), kMade + member + "=false Dispose=true");
+    EXPECT_THAT(_log.Texts(), Contains("DetailInfo: ZXP7EpcGen2Encode::ParseNextElement " + line));
   }
 }
 
@@ -52,13 +46,8 @@ TEST_F(EncodeTest, DocumentsDecideWhatIsExecuted) {
   std::string manyAttributes, deepNesting;
   for (int i = 0; i < 101; ++i) manyAttributes += " a" + std::to_string(i) + "=''";
   while (deepNesting.size() < 1000000) deepNesting += "<a>";
-  const struct {
-    std::string document;
-    bool result;
-    bool invalid;
-    std::string calls;
-  } cases[] = {
-      {"<zsdk_job/>", true, false, kMade},
+  // The document, its result, whether it is told as invalid XML, and the calls.
+  const std::tuple<std::string, bool, bool, std::string> cases[] = {
       {"<other/><zsdk_job></zsdk_job>", true, false, kMade},
       {"<ZSDK_JOB>" + write + "</ZSDK_JOB>", false, false, kMade},
       {"<job><zsdk_job>" + write + "</zsdk_job></job>", false, false, kMade},
@@ -76,12 +65,12 @@ TEST_F(EncodeTest, DocumentsDecideWhatIsExecuted) {
       {"<zsdk_job>" + printer + "<printer port_address=''/></zsdk_job>", false, false,
        kOpened + "Connect=true " + kOpened.substr(kMade.size()) + "Connect=false "},
   };
-  for (const auto& expected : cases) {
-    SCOPED_TRACE(expected.document.substr(0, 100));
-    const ProductLog log;
-    EXPECT_EQ(RunDocument(expected.document), expected.result);
-    EXPECT_EQ(log.Has("ZXP7EpcGen2Encode::ZXP7EpcGen2Encode    Invalid XML"), expected.invalid);
-    EXPECT_EQ(TakeCalls(), expected.calls + "Dispose=true");
+  for (const auto& [document, result, isInvalid, calls] : cases) {
+    SCOPED_TRACE(document.substr(0, 100));
+    _log.Clear();
+    EXPECT_EQ(RunDocument(document), result);
+    EXPECT_EQ(_log.Has("ZXP7EpcGen2Encode::ZXP7EpcGen2Encode    Invalid XML"), isInvalid);
+    EXPECT_EQ(TakeCalls(), calls + "Dispose=true");
   }
   const unsigned char blank = ' ';
   EXPECT_TRUE(ZXP7EpcGen2Encode(nullptr, 1).ParseAndExecuteXML());
@@ -91,11 +80,8 @@ TEST_F(EncodeTest, DocumentsDecideWhatIsExecuted) {
 
 TEST_F(EncodeTest, ExceptionsAreLoggedByKindWhereTheyAreCaught) {
   const std::string unknown = "unknown exception occurred. Likely a SEH Exception.";
-  const struct {
-    const char* fault;
-    std::string ofOperation;
-    std::string ofConnect;  // In the component's log.
-  } cases[] = {
+  // The fault, the line of an operation, and that of the connection in the component's log.
+  const std::tuple<std::string, std::string, std::string> cases[] = {
       {"throw-framework", "CException Occurred: disk full", "CException - disk full"},
       {"throw-managed", unknown,
        "Exception - disk fullTagwright.Managed.EncoderException: disk full"},
@@ -103,32 +89,31 @@ TEST_F(EncodeTest, ExceptionsAreLoggedByKindWhereTheyAreCaught) {
       {"throw-unknown", unknown,
        "Unknown exception - likely a structured exception handler exception"},
   };
-  for (const auto& expected : cases) {
-    const ProductLog log;
-    Script("WriteEPC", expected.fault);
+  for (const auto& [fault, ofOperation, ofConnect] : cases) {
+    _log.Clear();
+    Script("WriteEPC", fault);
     EXPECT_FALSE(RunOperations(std::string(kPrinter) + "<write segment='1' data='1111'/><lock/>"));
-    EXPECT_THAT(log.Texts(),
-                Contains("Errors: ZXP7EpcGen2Encode::ParseNextElement " + expected.ofOperation));
+    EXPECT_THAT(_log.Texts(),
+                Contains("Errors: ZXP7EpcGen2Encode::ParseNextElement " + ofOperation));
     EXPECT_THAT(TakeCalls(), HasSubstr("Connect=true WriteEPC=exception Disconnect=true"));
 
-    Script("Connect", expected.fault);
-    EXPECT_FALSE(RunOperations(kPrinter)) << expected.fault;
-    EXPECT_TRUE(_componentLog->Has("ZebraSDKManagedBridge::Connect " + expected.ofConnect));
-    EXPECT_EQ(log.Mentions("Errors, "), 1);
+    Script("Connect", fault);
+    EXPECT_FALSE(RunOperations(kPrinter)) << fault;
+    EXPECT_TRUE(_componentLog->Has("ZebraSDKManagedBridge::Connect " + ofConnect));
+    EXPECT_EQ(_log.Mentions("Errors, "), 1);
     EXPECT_THAT(TakeCalls(), Not(HasSubstr("Disconnect=true")));
   }
 }
 
 TEST_F(EncodeTest, AFailingTestEntryIsRecordedWithItsCode) {
-  for (const auto& [fault, code] :
-       {std::pair{"throw-managed", "E0434352"}, {"throw-framework", "E06D7363"}}) {
+  for (const std::string fault : {"throw-managed", "throw-framework"}) {
     Script("TestManagedCodeAccessible", fault);
     EXPECT_FALSE(RunOperations(kPrinter));
-    EXPECT_TRUE(
-        _log.Has(std::string("::VerifyManagedComponentsLoad: A structured exception handler(SEH) "
-                             "exception occurred trying to load the managed components. It's "
-                             "likely one or more DLLs are missing. ExceptionCode:") +
-                 code));
+    EXPECT_TRUE(_log.Has(
+        "ZXP7EpcGen2Encode::VerifyManagedComponentsLoad: A structured exception handler(SEH) "
+        "exception occurred trying to load the managed components. It's likely one or more DLLs "
+        "are missing. ExceptionCode:" +
+        std::string(fault == "throw-managed" ? "E0434352" : "E06D7363")));
   }
   EXPECT_THAT(TakeCalls(), Not(HasSubstr("InitLogging=true")));
 }

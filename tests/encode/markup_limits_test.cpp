@@ -13,60 +13,34 @@ namespace {
 constexpr MarkupLimits kSmall = {.depth = 3, .nodes = 12, .attributes = 2, .unclearMarkup = 3};
 
 TEST(MarkupLimits, BoundDepthNumberAndAttributes) {
-  const struct {
-    const char* text;
-    bool isWithin;
-  } cases[] = {
-      {"<a><b><c/></b></a>", true},
-      {"<a><b><c><d/></c></b></a>", false},
-      {"<a><b/><b/><b/><b/><b/><b/><b/><b/><b/><b/></a>", true},
-      {"<a><b/><b/><b/><b/><b/><b/><b/><b/><b/><b/><b/></a>", false},
-      {"<a><!--<b><b><b>--><![CDATA[<b><b><b>]]><b c='<d><d><d>'/></a>", true},
-      {"<?xml version=\"1.0\" encoding='~' standalone='x'?><!DOCTYPE a><a b='1' c='2'/><b/>", true},
-      {"<a b='1' c='2'/><a b='1' c='2'/>", true},
-      {"<a b='1' c='2' d='3'/>", false},
-      {"<a b='</a>'><a b='</a>'><a b='</a>'><a b='</a>'>", false},
-      {"<a>\xC3\xA4</a><a><b/></a>", true},
-      {"<a></a><b><c><d/></c></b>", true},
-      {"</a><a><b><c><d>", false},
-      {"<a/><b><c><d><e>", false},
-      {"<><a><b><c><d>", false},
-      {"<a>x<b><c><d>", false},
-      {"<z><A><Z><_>", false},
-      {"<a><b><c><\x7F>", false},
-      // What is regular may have more markup than what is not.
-      {"<!----><a/><a/><a/>", true},
-      {"<![CDATA[]]><a/><a/><a/>", true},
-      {"<?xml?><a/><a/><a/>", true},
-      {"<1><1><1><1>", true},
-      {"<aZz09_-.:\x7F/><a/><a/><a/>", true},
-      {"<a \t\n\v\f\rb \t=\n'1'/><a/><a/><a/>", true},
-      {"<a>z</a><a/><a/>", true},
-      {"<a>\xC0z</a><a/><a/>", true},
-      {"<a>\xE0zz</a><a/><a/>", true},
-      {"<a>\xF0zzz</a><a/><a/>", true},
-      {"<a b=1 c=2 d=3>", true},
-      // Behind an irregularity each sign counts.
-      {"<?xmlx version='1'?><a/><a/><a/>", false},
-      {"<?xml x='1'?><a/><a/><a/>", false},
-      {"<?xml version='&'?><a/><a/><a/>", false},
-      {"<?xml version='>'?><a/><a/><a/>", false},
-      {"<?xml version='\x80'?><a/><a/><a/>", false},
-      {"<a ='1'/><a/><a/><a/>", false},
-      {"<a>\xC0</a></a></a></a>", false},
-      {"<a b=1><c/></a>", true},
-      {"<a b=1><c/><c/></a>", false},
-      {"<a b=1 c=2 d=3 e=4>", false},
-      {"<a>\xF0</a></a></a></a>", false},
-      {"<a>\xF0zz</a></a></a></a>", false},
-      {"<a>\xE0z</a></a></a></a>", false},
-      {"<a></><b><c><d><e>", false},
-      {"<?xml a\" version=\"1?><!-- \"?><a><a><a><a>-->", false},
-      {"\xF0<===", true},
-      {"", true},
-  };
-  for (const auto& expected : cases) {
-    EXPECT_EQ(IsWithinLimits(expected.text, kSmall), expected.isWithin) << expected.text;
+  for (const char* within :
+       {"<a><b><c/></b></a>", "<a><b/><b/><b/><b/><b/><b/><b/><b/><b/><b/></a>",
+        "<a><!--<b><b><b>--><![CDATA[<b><b><b>]]><b c='<d><d><d>'/></a>",
+        "<?xml version=\"1.0\" encoding='~' standalone='x'?><!DOCTYPE a><a b='1' c='2'/><b/>",
+        "<a b='1' c='2'/><a b='1' c='2'/>", "<a>\xC3\xA4</a><a><b/></a>",
+        "<a></a><b><c><d/></c></b>",
+        // What is regular may have more markup than what is not.
+        "<!----><a/><a/><a/>", "<![CDATA[]]><a/><a/><a/>", "<?xml?><a/><a/><a/>", "<1><1><1><1>",
+        "<aZz09_-.:\x7F/><a/><a/><a/>", "<a \t\n\v\f\rb \t=\n'1'/><a/><a/><a/>", "<a>z</a><a/><a/>",
+        "<a>\xC0z</a><a/><a/>", "<a>\xE0zz</a><a/><a/>", "<a>\xF0zzz</a><a/><a/>",
+        "<a b=1 c=2 d=3>",
+        // Behind an irregularity each sign counts.
+        "<a b=1><c/></a>", "\xF0<===", ""}) {
+    EXPECT_TRUE(IsWithinLimits(within, kSmall)) << within;
+  }
+  for (const char* beyond :
+       {"<a><b><c><d/></c></b></a>", "<a><b/><b/><b/><b/><b/><b/><b/><b/><b/><b/><b/></a>",
+        "<a b='1' c='2' d='3'/>", "<a b='</a>'><a b='</a>'><a b='</a>'><a b='</a>'>",
+        "</a><a><b><c><d>", "<a/><b><c><d><e>", "<><a><b><c><d>", "<a>x<b><c><d>", "<z><A><Z><_>",
+        "<a><b><c><\x7F>",
+        // Behind an irregularity each sign counts.
+        "<?xmlx version='1'?><a/><a/><a/>", "<?xml x='1'?><a/><a/><a/>",
+        "<?xml version='&'?><a/><a/><a/>", "<?xml version='>'?><a/><a/><a/>",
+        "<?xml version='\x80'?><a/><a/><a/>", "<a ='1'/><a/><a/><a/>", "<a>\xC0</a></a></a></a>",
+        "<a b=1><c/><c/></a>", "<a b=1 c=2 d=3 e=4>", "<a>\xF0</a></a></a></a>",
+        "<a>\xF0zz</a></a></a></a>", "<a>\xE0z</a></a></a></a>", "<a></><b><c><d><e>",
+        "<?xml a\" version=\"1?><!-- \"?><a><a><a><a>-->"}) {
+    EXPECT_FALSE(IsWithinLimits(beyond, kSmall)) << beyond;
   }
 }
 
@@ -87,20 +61,19 @@ TEST(MarkupLimits, AreFarBeyondAnyJob) {
   EXPECT_TRUE(IsWithinLimits("<a b=1>" + Repeat("<c/>", 999)));
 }
 
-struct Extent {
-  std::size_t depth = 0;
-  std::size_t attributes = 0;  // Of the element that has the most.
-};
+/// The depth, and the attributes of the element that has the most.
+using Extent = std::pair<std::size_t, std::size_t>;
 
 Extent ExtentOf(const TiXmlNode& node) {
   Extent extent;
+  auto& [depth, attributes] = extent;
   if (const TiXmlElement* element = node.ToElement()) {
-    for (auto* at = element->FirstAttribute(); at != nullptr; at = at->Next()) ++extent.attributes;
+    for (auto* at = element->FirstAttribute(); at != nullptr; at = at->Next()) ++attributes;
   }
   for (const TiXmlNode* child = node.FirstChild(); child != nullptr; child = child->NextSibling()) {
-    const Extent below = ExtentOf(*child);
-    extent.depth = std::max(extent.depth, below.depth + (child->ToElement() != nullptr ? 1 : 0));
-    extent.attributes = std::max(extent.attributes, below.attributes);
+    const auto [depthBelow, attributesBelow] = ExtentOf(*child);
+    depth = std::max(depth, depthBelow + (child->ToElement() != nullptr ? 1 : 0));
+    attributes = std::max(attributes, attributesBelow);
   }
   return extent;
 }
@@ -127,9 +100,9 @@ TEST(MarkupLimits, HoldForWhateverTheParserMakesOfDamagedText) {
     ++within;
     TiXmlDocument document;
     document.Parse((text + std::string(4, '\0')).c_str());
-    const Extent extent = ExtentOf(document);
-    ASSERT_LE(extent.depth, kSmall.depth) << text;
-    ASSERT_LE(extent.attributes, kSmall.unclearMarkup) << text;
+    const auto [depth, attributes] = ExtentOf(document);
+    ASSERT_LE(depth, kSmall.depth) << text;
+    ASSERT_LE(attributes, kSmall.unclearMarkup) << text;
   }
   EXPECT_GT(within, 2000);
 }

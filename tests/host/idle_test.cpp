@@ -8,7 +8,7 @@
 
 #include "host/process_state.h"
 #include "pipe/server_fixture.h"
-#include "support/scoped_handle.h"
+#include "support/thread_start.h"
 
 namespace {
 
@@ -38,32 +38,24 @@ std::vector<bool> Minutes(int minutes, std::initializer_list<int> active = {}) {
   return activity;
 }
 
-TEST(IdleWatchTest, SignalsFromTheFifteenthIdleMinuteOn) {
+TEST(IdleWatchTest, SignalsFromTheFifteenthMinuteAfterTheLastActivityOn) {
   EXPECT_THAT(SignalsOver(Minutes(14)), IsEmpty());
   EXPECT_THAT(SignalsOver(Minutes(17)), ElementsAre(15, 16, 17));
-}
-
-TEST(IdleWatchTest, ActivityStartsTheCountAnew) {
-  EXPECT_THAT(SignalsOver(Minutes(29, {15})), IsEmpty());
   EXPECT_THAT(SignalsOver(Minutes(30, {15})), ElementsAre(30));
   EXPECT_THAT(SignalsOver(Minutes(60, {14, 28, 42, 56})), IsEmpty());
   EXPECT_THAT(SignalsOver(Minutes(31, {16})), ElementsAre(15, 31));
-}
-
-TEST(IdleWatchTest, AFailedWaitEndsIt) {
-  EXPECT_THAT(SignalsOver(Minutes(15), WAIT_FAILED), ElementsAre(15));
+  EXPECT_THAT(SignalsOver(Minutes(15), WAIT_FAILED), ElementsAre(15)) << "it ends the watch";
 }
 
 class IdleDecisionTest : public ServerTest {
  protected:
-  IdleDecisionTest()
-      : _mutex(_pipeName.c_str(), INFINITE),
-        _idleEvent(CreateEventW(nullptr, TRUE, TRUE, nullptr)) {
-    pServer = &_idleServer;
-  }
+  IdleDecisionTest() { pServer = &_idleServer; }
   ~IdleDecisionTest() override { pServer = nullptr; }
 
-  void Decide() { DecideIdleShutdown(_mutex, _idleEvent.Get()); }
+  void Decide() {
+    SetEvent(_idleEvent.Get());
+    DecideIdleShutdown(_mutex, _idleEvent.Get());
+  }
   bool IsIdleEventSet() const { return WaitForSingleObject(_idleEvent.Get(), 0) == WAIT_OBJECT_0; }
 
   /// Whether another thread could take the shutdown mutex at once.
@@ -77,22 +69,12 @@ class IdleDecisionTest : public ServerTest {
     return result == WAIT_OBJECT_0;
   }
 
-  OMutex _mutex;
-  ScopedHandle _idleEvent;
+  OMutex _mutex{_pipeName.c_str(), INFINITE};
+  const ScopedHandle _idleEvent{CreateManualResetEvent()};
   ScriptedServer _idleServer{_pipeName, Acknowledge};
 };
 
-TEST_F(IdleDecisionTest, WithoutActivityTheServerStopsAndTheMutexIsKept) {
-  PipeActivity = 0;
-  Decide();
-  EXPECT_TRUE(_idleServer.IsShutdown());
-  EXPECT_TRUE(IsIdleEventSet());
-  EXPECT_FALSE(IsMutexFree());
-  EXPECT_TRUE(_log.Has("wmain: hIdleEvent was signaled. Taking Shutdown mutex"));
-  EXPECT_TRUE(_log.Has("wmain: All pipes were idle for 15 minutes. Shutting down server"));
-}
-
-TEST_F(IdleDecisionTest, ActivityAfterTheSignalKeepsTheServer) {
+TEST_F(IdleDecisionTest, OnlyWithoutActivityTheServerStopsAndTheMutexIsKept) {
   OnPipeActivityCallback();
   Decide();
   EXPECT_FALSE(_idleServer.IsShutdown());
@@ -102,25 +84,24 @@ TEST_F(IdleDecisionTest, ActivityAfterTheSignalKeepsTheServer) {
   EXPECT_TRUE(_log.Has(
       "wmain: All pipes were idle for 15 minutes. But it isn't now. NOT shutting down and mutex "
       "released"));
+  PipeActivity = 0;
+  Decide();
+  EXPECT_TRUE(_idleServer.IsShutdown());
+  EXPECT_TRUE(IsIdleEventSet());
+  EXPECT_FALSE(IsMutexFree());
 }
 
 TEST_F(IdleDecisionTest, LooksOnlyWhenItHasTheMutex) {
   PipeActivity = 0;
-  const ScopedHandle held(CreateEventW(nullptr, TRUE, FALSE, nullptr));
-  const ScopedHandle release(CreateEventW(nullptr, TRUE, FALSE, nullptr));
-  std::thread holder([&] {
-    OMutex other(_pipeName.c_str(), INFINITE);
-    other.Acquire();
-    SetEvent(held.Get());
-    WaitForSingleObject(release.Get(), INFINITE);
-    // While the decision waits for the mutex, a pipe is used.
-    OnPipeActivityCallback();
-    other.Release();
-  });
-  WaitForSingleObject(held.Get(), INFINITE);
-  SetEvent(release.Get());
-  Decide();
-  holder.join();
+  const ScopedHandle decides(CreateManualResetEvent());
+  LogHooked("Taking Shutdown mutex", [&] { SetEvent(decides.Get()); });
+  OMutex other(_pipeName.c_str(), INFINITE);
+  other.Acquire();
+  std::jthread decision([this] { Decide(); });
+  WaitForSingleObject(decides.Get(), INFINITE);
+  OnPipeActivityCallback();
+  other.Release();
+  decision.join();
   EXPECT_FALSE(_idleServer.IsShutdown());
 }
 

@@ -3,6 +3,7 @@
 /// unless the file interface.txt says otherwise: version, bytes that the table lacks, whether it
 /// can create an object.
 #include <algorithm>
+#include <concepts>
 #include <cstdlib>
 #include <fstream>
 #include <string>
@@ -26,8 +27,7 @@ std::ofstream& Received() {
 void Take(TagwrightText text) {
   Received() << " '" << std::string(text.characters, text.characters + text.length) << "'";
 }
-void Take(std::int32_t number) { Received() << " " << number; }
-void Take(std::uint32_t number) { Received() << " " << number; }
+void Take(std::integral auto number) { Received() << " " << number; }
 void Take(Result* result) {
   Received() << std::endl;
   result->returned = 1;
@@ -47,10 +47,11 @@ struct Member {
 
   template <class... Arguments>
   constexpr operator Function<Arguments...>() const {
-    return [](Object*, Arguments... arguments) {
-      Received() << kName.text;
-      (Take(arguments), ...);
-    };
+    return [](Object*, Arguments... arguments) { Note(arguments...); };
+  }
+  static void Note(auto... arguments) {
+    Received() << kName.text;
+    (Take(arguments), ...);
   }
 };
 
@@ -61,11 +62,7 @@ Object* Create(Result*) {
 }
 void Connect(Object*, std::int32_t portType, TagwrightText printerAddress,
              std::uint32_t connectPerCard, Result* result) {
-  Received() << "Connect";
-  Take(portType);
-  Take(printerAddress);
-  Take(connectPerCard);
-  Take(result);
+  Member<"Connect">::Note(portType, printerAddress, connectPerCard, result);
   result->returned = portType == 0 ? 0 : 1;
 }
 void TestManagedCodeAccessible(Result*) {}
