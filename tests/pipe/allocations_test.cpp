@@ -62,6 +62,14 @@ TEST_F(ServerTest, ALineOfTheLogIsMadeOfFewPieces) {
   const OString text("PipeServer::ReadBytes: Called");
   EXPECT_LE(AllocationsOf([&] { log.LogInformationEvent(text, 0, LogLevel::kDetailInfo); }), 40);
   EXPECT_EQ(AllocationsOf([&] { log.IsLogEnabled(LogLevel::kCopyToDebugger); }), 0);
+
+  // The last line of a process that has no memory any more.
+  const OEventLog named(TEXT("Tagwright Costs"), OEventLog::kApplicationLog);
+  g_allocations = 0;
+  t_isCounted = true;
+  named.LogLastError("out of memory");
+  t_isCounted = false;
+  EXPECT_EQ(g_allocations, 0);
 }
 
 TEST_F(ServerTest, AJobsDocumentAllocatesItsNodesAndTheirTexts) {

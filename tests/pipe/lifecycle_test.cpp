@@ -162,6 +162,23 @@ TEST_F(LifecycleTest, ACancelledWaitForTheClientEndsTheServer) {
   EXPECT_EQ(WaitForEnd(), PipeServer::kMessageThreadEnded);
 }
 
+TEST_F(LifecycleTest, AConnectionThreadThatTakesItsTimeIsWaitedForAndOneThatHangsIsEnded) {
+  for (const auto& [stepMs, maxShutdownMs] : {std::pair{DWORD{100}, kLongMs}, {INFINITE, 0}}) {
+    const ScopedHandle ownedByIt(CreateMutexW(nullptr, FALSE, nullptr));
+    LogHooked("ConnectThreadProc: Enter", [&] {
+      WaitForSingleObject(ownedByIt.Get(), 0);
+      _server->Shutdown();
+      Sleep(stepMs);
+    });
+    _pipeName = UniquePipeName();
+    CreateServer();
+    ASSERT_TRUE(_server->StartProcessMessageThread(INFINITE));
+    EXPECT_EQ(WaitForEnd(maxShutdownMs), PipeServer::kShutdownSignaled);
+    EXPECT_EQ(WaitForSingleObject(ownedByIt.Get(), 0), DWORD{WAIT_ABANDONED}) << "it is gone";
+    EXPECT_EQ(_log.Count("ConnectThreadProc: Exit"), 1) << "the first has come to its end";
+  }
+}
+
 TEST_F(LifecycleTest, AConnectionThreadThatFails) {
   LogHooked("ConnectThreadProc: Enter", [] { throw new CException(TEXT("port busy")); });
   CreateServer();

@@ -52,7 +52,9 @@ TEST_F(UnreadReplyTest, FindsThePayloadWiped) {
   char first = 0;
   ASSERT_NO_FATAL_FAILURE(_client.ReadBytes(&first, 1));
   EXPECT_EQ(MemoryAt(payload, secret.size()).find("SSSSSSSS"), std::string::npos);
-  EXPECT_EQ(_server->WaitForMultipeObjectsOrPipeTermination(0, nullptr, 0, kLongMs),
+  constexpr DWORD kLongerThanTheWayToTheEndMs = 100;
+  EXPECT_EQ(_server->WaitForMultipeObjectsOrPipeTermination(0, nullptr, kLongerThanTheWayToTheEndMs,
+                                                            kLongMs),
             PipeServer::kWaitTimedOut);
 }
 

@@ -37,7 +37,9 @@ TEST_F(Files, AFolderRightUnderTheDriveIsCreatedWithItsParentWhateverItsLength) 
   EXPECT_TRUE(OFile::CreateDirectoryPath(inIt));
   EXPECT_NE(OFile::GetAttributes(inIt), INVALID_FILE_ATTRIBUTES);
   for (const OString& folder : {inIt, shortest}) RemoveDirectoryW(folder.wstring());
-  EXPECT_FALSE(OFile::CreateDirectoryPath("Q:\\below")) << "nothing is above a drive";
+  for (const char* path : {"Q:\\below", "abc\\below"}) {
+    EXPECT_FALSE(OFile::CreateDirectoryPath(path)) << "what may be a root is not created";
+  }
 }
 
 TEST_F(Files, OnlyWhatCanBeOpenedExistsAndNoFolderIsMadeBelowIt) {
