@@ -220,6 +220,8 @@ TEST(OEventLog, FollowsTheRegistryAfterFiveSeconds) {
   EXPECT_TRUE(deleted.IsLogEnabled(LogLevel::kWarnings));
   EXPECT_FALSE(changed.IsLogEnabled(static_cast<int>(LogLevel::kErrors)));
   EXPECT_TRUE(deleted.IsLogEnabled(static_cast<int>(LogLevel::kErrors)));
+  changed.file.SetMask(LogLevel::kErrors);
+  EXPECT_TRUE(changed.IsLogEnabled(LogLevel::kWarnings)) << "the next look is in five seconds";
 }
 
 TEST(Log, BuildsTextOnlyForALogThatWantsIt) {

@@ -36,9 +36,11 @@ TEST_F(Files, AFolderRightUnderTheDriveIsCreatedWithItsParentWhateverItsLength) 
   const OString shortest(TEXT("C:\\\x00fe")), inIt = shortest + "\\below";
   EXPECT_TRUE(OFile::CreateDirectoryPath(inIt));
   EXPECT_NE(OFile::GetAttributes(inIt), INVALID_FILE_ATTRIBUTES);
-  for (const OString& folder : {inIt, shortest}) RemoveDirectoryW(folder.wstring());
   for (const char* path : {"Q:\\below", "abc\\below"}) {
     EXPECT_FALSE(OFile::CreateDirectoryPath(path)) << "what may be a root is not created";
+  }
+  for (const OString& folder : {inIt, shortest, OString("abc\\below"), OString("abc")}) {
+    RemoveDirectoryW(folder.wstring());
   }
 }
 
