@@ -11,11 +11,6 @@ using Tagwright::ClientErrorKind;
 using Tagwright::eEncode;
 using Tagwright::eKeepAlive;
 
-/// Short enough not to be noticed when it is meant to pass.
-constexpr DWORD kShortTimeoutMs = 50;
-/// Only a fault reaches it.
-constexpr DWORD kAmpleTimeoutMs = 60000;
-
 std::span<const std::uint8_t> Bytes(const std::string& text) {
   return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
 }
@@ -31,7 +26,7 @@ TEST(Client, SendsHeaderAndPayloadAndTakesRepliesInPieces) {
     second = end.Read(16);
     end.Write(HeaderBytes(eKeepAlive, 0, 0));
   });
-  Client client(kAmpleTimeoutMs);
+  Client client(kAmpleMs);
   ASSERT_FALSE(client.Connect(server.Name()));
   EXPECT_EQ(client.ServerProcessId(), GetCurrentProcessId());
 
@@ -48,28 +43,17 @@ TEST(Client, SendsHeaderAndPayloadAndTakesRepliesInPieces) {
 }
 
 TEST(Client, TellsWhatIsWrongWithAnAnswerAndClosesTheConnection) {
-  const struct {
-    const char* name;
-    std::string answer;  ///< After which the server closes.
-    ClientErrorKind expected;
-  } kCases[] = {
-      {"nothing", "", ClientErrorKind::kServerGone},
-      {"short", HeaderBytes(eEncode, 0, 0).substr(0, 5), ClientErrorKind::kServerGone},
-      {"bad magic", HeaderBytes(eEncode, 0, 0, "#@bk"), ClientErrorKind::kBadReply},
-      {"other type", HeaderBytes(eKeepAlive, 0, 0), ClientErrorKind::kBadReply},
-      {"payload announced", HeaderBytes(eEncode, 4, 0), ClientErrorKind::kBadReply},
-  };
-  for (const auto& test : kCases) {
-    SCOPED_TRACE(test.name);
-    FakeServer server([&](ServerEnd& end) {
+  for (const auto& [bytes, isWhole] : BadAnswersTo(eEncode)) {
+    SCOPED_TRACE(testing::PrintToString(bytes));
+    FakeServer server([&answer = bytes](ServerEnd& end) {
       end.Read(16);
-      end.Write(test.answer);
+      end.Write(answer);
     });
-    Client client(kAmpleTimeoutMs);
+    Client client(kAmpleMs);
     ASSERT_FALSE(client.Connect(server.Name()));
     const auto error = client.Send(eEncode).error;
     ASSERT_TRUE(error);
-    EXPECT_EQ(error->kind, test.expected);
+    EXPECT_EQ(error->kind, isWhole ? ClientErrorKind::kBadReply : ClientErrorKind::kServerGone);
     EXPECT_FALSE(client.IsConnected());
     EXPECT_EQ(client.Send(eEncode).error->kind, ClientErrorKind::kNotConnected);
   }
@@ -84,7 +68,7 @@ TEST(Client, GivesUpOnAServerThatNeitherReadsNorAnswers) {
   });
   const std::string payload(Tagwright::kMaxPayloadBytes, 'x');
   for (const auto& [server, bytes] : {std::pair{&deaf, Bytes(payload)}, {&silent, Bytes("")}}) {
-    Client client(kShortTimeoutMs);
+    Client client(kShortMs);
     ASSERT_FALSE(client.Connect(server->Name()));
     const auto error = client.Send(eEncode, bytes).error;
     SetEvent(clientLeft.Get());

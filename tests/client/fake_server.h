@@ -6,6 +6,7 @@
 #include <string>
 #include <thread>
 #include <utility>
+#include <vector>
 
 #include "client/client.h"
 #include "client/server_process.h"
@@ -13,6 +14,11 @@
 #include "pipe/message_header.h"
 #include "platform/windows_api.h"
 #include "support/scoped_handle.h"
+
+/// Short enough not to be noticed when it is meant to pass.
+constexpr DWORD kShortMs = 50;
+/// Only a fault reaches it.
+constexpr DWORD kAmpleMs = 60000;
 
 /// What a script can do with the connected pipe.
 class ServerEnd {
@@ -80,4 +86,17 @@ inline std::string HeaderBytes(std::uint32_t type, std::uint32_t length, std::ui
     for (int shift = 0; shift < 32; shift += 8) bytes += static_cast<char>(field >> shift);
   }
   return bytes;
+}
+
+/// What is no reply to a request of `type`; the server closes after it. It is cut short, or wrong.
+struct BadAnswer {
+  std::string bytes;
+  bool isWhole;
+};
+inline std::vector<BadAnswer> BadAnswersTo(std::uint32_t type) {
+  return {{"", false},
+          {HeaderBytes(type, 0, 0).substr(0, 5), false},
+          {HeaderBytes(type, 0, 0, "#@bk"), true},
+          {HeaderBytes(type + 1, 0, 0), true},
+          {HeaderBytes(type, 4, 0), true}};
 }

@@ -8,11 +8,6 @@
 
 namespace {
 
-/// Short enough not to be noticed when it is meant to pass.
-constexpr std::uint32_t kShortMs = 50;
-/// Only a fault reaches it.
-constexpr std::uint32_t kAmpleMs = 60000;
-
 std::string NameOf(const FakeServer& server) { return Tagwright::ToUtf8(server.Name()); }
 
 /// The result of one encoding request, and of a second one behind it.
@@ -48,24 +43,15 @@ TEST(Kit, SendsHeaderAndPayloadAndTakesRepliesInPieces) {
 }
 
 TEST(Kit, TellsWhatIsWrongAndClosesTheConnection) {
-  const struct {
-    const char* name;
-    std::string answer;  ///< After which the server closes.
-    tagwright_result expected;
-  } kCases[] = {
-      {"nothing", "", TAGWRIGHT_SERVER_GONE},
-      {"short", HeaderBytes(0x200, 0, 0).substr(0, 5), TAGWRIGHT_SERVER_GONE},
-      {"bad magic", HeaderBytes(0x200, 0, 0, "#@bk"), TAGWRIGHT_BAD_REPLY},
-      {"other type", HeaderBytes(0x302, 0, 0), TAGWRIGHT_BAD_REPLY},
-      {"payload announced", HeaderBytes(0x200, 4, 0), TAGWRIGHT_BAD_REPLY},
-  };
-  for (const auto& test : kCases) {
-    SCOPED_TRACE(test.name);
-    FakeServer server([&](ServerEnd& end) {
+  for (const auto& [bytes, isWhole] : BadAnswersTo(TAGWRIGHT_ENCODE)) {
+    FakeServer server([&answer = bytes](ServerEnd& end) {
       end.Read(19);
-      end.Write(test.answer);
+      end.Write(answer);
     });
-    EXPECT_EQ(SendTwice(server, kAmpleMs), std::pair(test.expected, TAGWRIGHT_NOT_CONNECTED));
+    EXPECT_EQ(
+        SendTwice(server, kAmpleMs),
+        std::pair(isWhole ? TAGWRIGHT_BAD_REPLY : TAGWRIGHT_SERVER_GONE, TAGWRIGHT_NOT_CONNECTED))
+        << testing::PrintToString(bytes);
   }
   FakeServer silent([](ServerEnd& end) {
     end.Read(19);
