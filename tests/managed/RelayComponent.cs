@@ -25,7 +25,7 @@ namespace Tagwright.Managed
         readonly string fullText;
 
         public RelayedException(string message, string fullText) : base(message) { this.fullText = fullText; }
-        public override string ToString() { return fullText; }
+        public override string ToString() => fullText;
     }
 
     /// Members by their places in the native table.
@@ -63,10 +63,8 @@ namespace Tagwright.Managed
 
         static readonly IntPtr table = TagwrightManagedGetInterface(1);
 
-        static D Native<D>(Place member)
-        {
-            return Marshal.GetDelegateForFunctionPointer<D>(Marshal.ReadIntPtr(table, (int)member * IntPtr.Size));
-        }
+        static D Native<D>(Place member) =>
+            Marshal.GetDelegateForFunctionPointer<D>(Marshal.ReadIntPtr(table, (int)member * IntPtr.Size));
 
         /// What the native member ended with: an exception, or its result.
         static bool Relayed(Action<byte[]> call)
@@ -81,14 +79,10 @@ namespace Tagwright.Managed
             string all = Encoding.Unicode.GetString(result, from, to - from);
             return all.Substring(0, all.IndexOf('\0'));
         }
-        bool WithText(Place member, string text)
-        {
-            return Relayed(result => Native<OfText>(member)(sdk, text, (IntPtr)text.Length, result));
-        }
-        bool WithTextAndNumber(Place member, string text, int number)
-        {
-            return Relayed(result => Native<OfTextAndNumber>(member)(sdk, text, (IntPtr)text.Length, number, result));
-        }
+        bool WithText(Place member, string text) =>
+            Relayed(result => Native<OfText>(member)(sdk, text, (IntPtr)text.Length, result));
+        bool WithTextAndNumber(Place member, string text, int number) =>
+            Relayed(result => Native<OfTextAndNumber>(member)(sdk, text, (IntPtr)text.Length, number, result));
 
         public ZebraSDK() { Relayed(result => sdk = Native<OfNothing>(Place.CreateObject)(result)); }
         public void Dispose() { Relayed(result => Native<OfObject>(Place.DisposeObject)(sdk, result)); }
@@ -102,38 +96,26 @@ namespace Tagwright.Managed
             ZSDKEventLogM = new BrennickUtilities.OEventLogM(this);
         }
         internal void LogErrorEvent(string text) { WithText(Place.LogErrorEvent, text); }
-        public bool Connect(int portType, string address, bool perCard)
-        {
-            return Relayed(result => Native<OfConnect>(Place.Connect)(
+        public bool Connect(int portType, string address, bool perCard) =>
+            Relayed(result => Native<OfConnect>(Place.Connect)(
                 sdk, portType, address, (IntPtr)address.Length, perCard ? 1u : 0u, result));
-        }
-        public bool Disconnect() { return Relayed(result => Native<OfObject>(Place.Disconnect)(sdk, result)); }
-        public bool WriteEPC(string data) { return WithText(Place.WriteEPC, data); }
-        public bool WriteMemory(int bank, int offset, string data)
-        {
-            return Relayed(result => Native<OfMemory>(Place.WriteMemory)(
+        public bool Disconnect() => Relayed(result => Native<OfObject>(Place.Disconnect)(sdk, result));
+        public bool WriteEPC(string data) => WithText(Place.WriteEPC, data);
+        public bool WriteMemory(int bank, int offset, string data) =>
+            Relayed(result => Native<OfMemory>(Place.WriteMemory)(
                 sdk, bank, offset, data, (IntPtr)data.Length, result));
-        }
-        public bool WriteUserMemory(int offset, string data)
-        {
-            return Relayed(result => Native<OfUserMemory>(Place.WriteUserMemory)(
+        public bool WriteUserMemory(int offset, string data) =>
+            Relayed(result => Native<OfUserMemory>(Place.WriteUserMemory)(
                 sdk, offset, data, (IntPtr)data.Length, result));
-        }
-        public bool SetAccessPassword(string password) { return WithText(Place.SetAccessPassword, password); }
-        public bool SetKillPassword(string password) { return WithText(Place.SetKillPassword, password); }
-        public bool LockTag(string password, int action)
-        {
-            return WithTextAndNumber(Place.LockTag, password, action);
-        }
-        public bool UnlockTag(string password, int action)
-        {
-            return WithTextAndNumber(Place.UnlockTag, password, action);
-        }
-        public bool PermalockUserBlock(string password, uint start, int count)
-        {
-            return Relayed(result => Native<OfTextAndBlocks>(Place.PermalockUserBlock)(
+        public bool SetAccessPassword(string password) => WithText(Place.SetAccessPassword, password);
+        public bool SetKillPassword(string password) => WithText(Place.SetKillPassword, password);
+        public bool LockTag(string password, int action) =>
+            WithTextAndNumber(Place.LockTag, password, action);
+        public bool UnlockTag(string password, int action) =>
+            WithTextAndNumber(Place.UnlockTag, password, action);
+        public bool PermalockUserBlock(string password, uint start, int count) =>
+            Relayed(result => Native<OfTextAndBlocks>(Place.PermalockUserBlock)(
                 sdk, password, (IntPtr)password.Length, start, count, result));
-        }
-        public bool KillTag(string password) { return WithText(Place.KillTag, password); }
+        public bool KillTag(string password) => WithText(Place.KillTag, password);
     }
 }

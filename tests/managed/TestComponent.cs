@@ -38,10 +38,8 @@ namespace Tagwright.Managed
         [DllImport("libc")] static extern int strlen(IntPtr text);
         [DllImport("libc")] static extern void abort();
 
-        static string In(string file)
-        {
-            return Path.Combine(Environment.GetEnvironmentVariable("TAGWRIGHT_ROOT"), file);
-        }
+        static string In(string file) =>
+            Path.Combine(Environment.GetEnvironmentVariable("TAGWRIGHT_ROOT"), file);
 
         public static void Note(string member, params object[] arguments)
         {
@@ -70,26 +68,22 @@ namespace Tagwright.Managed
             atEnd = portType == 9 ? "crash" : "";
             return Noted("Connect", portType, printerAddress, connectPerCard) && Do(printerAddress);
         }
-        public bool Disconnect() { return Noted("Disconnect") && Do(atEnd); }
+        public bool Disconnect() => Noted("Disconnect") && Do(atEnd);
         public bool WriteEPC(string data)
         {
             Note("WriteEPC", data);
             return Do(data);
         }
-        public bool WriteMemory(int bank, int offset, string data)
-        {
-            return Noted("WriteMemory", bank, offset, data);
-        }
-        public bool WriteUserMemory(int offset, string data) { return Noted("WriteUserMemory", offset, data); }
-        public bool SetAccessPassword(string password) { return Noted("SetAccessPassword", password); }
-        public bool SetKillPassword(string password) { return Noted("SetKillPassword", password); }
-        public bool LockTag(string password, int action) { return Noted("LockTag", password, action); }
-        public bool UnlockTag(string password, int action) { return Noted("UnlockTag", password, action); }
-        public bool PermalockUserBlock(string password, uint start, int count)
-        {
-            return Noted("PermalockUserBlock", password, start, count);
-        }
-        public bool KillTag(string password) { return Noted("KillTag", password) && password != "refuse"; }
+        public bool WriteMemory(int bank, int offset, string data) =>
+            Noted("WriteMemory", bank, offset, data);
+        public bool WriteUserMemory(int offset, string data) => Noted("WriteUserMemory", offset, data);
+        public bool SetAccessPassword(string password) => Noted("SetAccessPassword", password);
+        public bool SetKillPassword(string password) => Noted("SetKillPassword", password);
+        public bool LockTag(string password, int action) => Noted("LockTag", password, action);
+        public bool UnlockTag(string password, int action) => Noted("UnlockTag", password, action);
+        public bool PermalockUserBlock(string password, uint start, int count) =>
+            Noted("PermalockUserBlock", password, start, count);
+        public bool KillTag(string password) => Noted("KillTag", password) && password != "refuse";
 
         static bool Do(string action)
         {

@@ -18,15 +18,6 @@ class PrinterSessionTest : public StateTest {
     _session.Approach(address, false);
     return _session.Connect();
   }
-  /// A new connection: whatever password was given is forgotten.
-  void Reconnect() {
-    EXPECT_TRUE(_session.Disconnect().Succeeded());
-    const Outcome again = Connect(_address);
-    EXPECT_TRUE(again.Succeeded() && again.remark.empty());
-  }
-  std::string UserStart() const {
-    return FormatWords(LoadTag(_address).Memory().Of(Bank::kUser)).substr(0, 19);
-  }
   static void ExpectDone(const Outcome& outcome) { EXPECT_EQ(outcome.refusal, ""); }
   static void ExpectRefusal(const Outcome& outcome, const char* reason) {
     EXPECT_EQ(outcome.refusal, reason);
@@ -48,28 +39,6 @@ TEST_F(PrinterSessionTest, ThePcWordIsTheLengthOfTheEpc) {
   ExpectDone(Connect(TEXT("SMALL")));
   ExpectRefusal(_session.WriteMemory(1, 1, TEXT("1800")), "no such memory location");
   DeleteFileW(TagFilePath(TEXT("SMALL")).c_str());
-}
-
-TEST_F(PrinterSessionTest, FieldFaultsLeaveWhatARealTagWouldHold) {
-  ExpectDone(_session.WriteMemory(3, 0, TEXT("1111222233334444")));
-  _session.InterruptNextWrite(1, false);
-  ExpectRefusal(_session.WriteMemory(3, 0, TEXT("AAAABBBBCCCCDDDD")),
-                "insufficient power: the write stopped part-way");
-  EXPECT_EQ(UserStart(), "AAAA 2222 3333 4444");
-  _session.InterruptNextWrite(std::nullopt, true);
-  ExpectRefusal(_session.WriteMemory(3, 0, TEXT("EEEEFFFF99998888")),
-                "insufficient power: the write stopped part-way");
-  EXPECT_EQ(UserStart(), "EEEE FFFF 0000 4444");
-  _session.InterruptNextWrite(7, false);
-  ExpectRefusal(_session.WriteMemory(3, 3, TEXT("7777")),
-                "insufficient power: the write stopped part-way");
-  EXPECT_EQ(UserStart(), "EEEE FFFF 0000 4444") << "the last word is never written";
-  ExpectDone(_session.WriteMemory(3, 3, TEXT("7777")));
-  _session.TakeTagAway();
-  ExpectRefusal(_session.WriteEpc(TEXT("1111")), "no answer from the tag");
-  ExpectRefusal(_session.SetKillPassword(TEXT("12345678")), "no answer from the tag");
-  Reconnect();
-  ExpectDone(_session.WriteEpc(TEXT("1111")));
 }
 
 TEST_F(PrinterSessionTest, ADamagedFileIsAnErrorAndIsKept) {
