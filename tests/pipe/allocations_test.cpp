@@ -56,6 +56,17 @@ int AllocationsOf(const Work& work) {
   return g_allocations / kTimes;
 }
 
+TEST_F(ServerTest, ATextThatFitsIntoItsStringsRoomTakesNone) {
+  const std::string full(31, 'x');
+  OString text;
+  EXPECT_EQ(AllocationsOf([&] {
+              text = full.c_str();
+              text = full.c_str() + 1;
+              text << "x";
+            }),
+            0);
+}
+
 TEST_F(ServerTest, ALineOfTheLogIsMadeOfFewPieces) {
   const ProductLog file("Tagwright Costs");
   OEventLog log("Tagwright Costs", OEventLog::kApplicationLog);

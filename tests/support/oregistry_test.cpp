@@ -108,16 +108,21 @@ TEST_F(ORegistryTest, RefusesPathsThatAddressNoKey) {
   EXPECT_EQ(registry.GetValue(Value("Missing/V"), &number, sizeof number), -1);
 }
 
-TEST_F(ORegistryTest, AFailedWriteIsTold) {
+TEST_F(ORegistryTest, AFailedWriteIsToldAndANameAloneIsNoPath) {
   struct Reader : ORegistry {
     HKEY OpenKey(const OString&, bool) override {
       HKEY key = nullptr;
-      RegOpenKeyExW(HKEY_CURRENT_USER, TEXT("Software"), 0, KEY_READ, &key);
+      RegOpenKeyExW(HKEY_CURRENT_USER, path.c_str(), 0, KEY_READ, &key);
       return key;
     }
-  };
+    ScratchKey::Text path;
+  } reader;
+  reader.path = scratch.Path(TEXT(""));
+  Store(TEXT(""), TEXT("V"), TEXT("abc"));
   const DWORD number = 7;
-  EXPECT_EQ(Reader().SetValue("1:Software/TagwrightTest", &number), -1);
+  EXPECT_EQ(reader.SetValue("1:Key/V", &number), -1);
+  EXPECT_EQ(reader.GetValue("1:Key/V", nullptr, 0), 6);
+  EXPECT_EQ(reader.GetValue("V", nullptr, 0), -1);
 }
 
 TEST_F(ORegistryTest, ReadsValuesThatFit) {

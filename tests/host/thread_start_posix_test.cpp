@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "common/resource_limit.h"
+#include "host/end_deadline.h"
 #include "pipe/server_fixture.h"
 #include "service/tagwright_controller.h"
 #include "support/thread_start.h"
@@ -54,6 +55,14 @@ TEST_F(ThreadStartTest, AServerWithoutItsConnectionThreadEnds) {
   ASSERT_TRUE(server.StartProcessMessageThread(1));
   EXPECT_EQ(WaitForEnd(), PipeServer::kMessageThreadEnded);
   EXPECT_TRUE(_log.Has("PipeServer::WaitClientConnection: Couldn't start connnect thread"));
+}
+
+TEST_F(ThreadStartTest, AProcessWithoutItsEndDeadlineStartsWithoutDelay) {
+  const NoRoomForStacks noRoom;
+  const DWORD startMs = GetTickCount();
+  StartEndDeadline(kLongMs);
+  constexpr DWORD kWaitForItsThreadMs = 5000;
+  EXPECT_LT(GetTickCount() - startMs, kWaitForItsThreadMs);
 }
 
 }  // namespace
