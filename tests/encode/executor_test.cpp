@@ -118,4 +118,31 @@ TEST_F(EncodeTest, AFailingTestEntryIsRecordedWithItsCode) {
   EXPECT_THAT(TakeCalls(), Not(HasSubstr("InitLogging=true")));
 }
 
+TEST_F(EncodeTest, AFaultLeavesAHalfWrittenTag) {
+  const auto start = [](Simulator::Bank bank) {
+    const auto tag = Simulator::LoadTag(TEXT("TEST1"));
+    return Simulator::FormatWords(tag.Memory().Of(bank)).substr(0, 14);
+  };
+  const std::string printer = kPrinter;
+  Script("WriteUserMemory", "partial-write");
+  EXPECT_FALSE(RunOperations(printer + "<write segment='3' data='111122223333'/>"));
+  EXPECT_EQ(start(Simulator::Bank::kUser), "1111 0000 0000");
+  EXPECT_TRUE(_componentLog->Mentions("insufficient power"));
+  Script("SetKillPassword", "erased-word");
+  EXPECT_FALSE(RunOperations(printer + "<setpassword type='1' password='5EC0DE01'/>"));
+  EXPECT_EQ(start(Simulator::Bank::kReserved), "5EC0 0000 0000");
+  Script("LockTag", "tag-leaves");
+  EXPECT_FALSE(RunOperations(printer + "<lock/><write segment='1' data='1111'/>"));
+  EXPECT_TRUE(_componentLog->Mentions("no answer from the tag"));
+  EXPECT_EQ(start(Simulator::Bank::kEpc), "0DAD 3000 0000");
+}
+
+TEST_F(EncodeTest, AnErrorInTheFaultScriptRefusesEveryConnection) {
+  Script("WriteEpc", "false");
+  EXPECT_FALSE(RunOperations(kPrinter));
+  EXPECT_TRUE(
+      _componentLog->Has("Connect: port type = 1, connect per card = 0, faults.json: no "
+                         "such member: WriteEpc"));
+}
+
 }  // namespace

@@ -25,11 +25,8 @@ Content Load(const std::filesystem::path& path) {
 }
 
 Content RepeatedToLength(const Content& content) {
-  Content repeated;
-  repeated.reserve(kLongInputBytes + content.size());
-  while (repeated.size() < kLongInputBytes) {
-    repeated.insert(repeated.end(), content.begin(), content.end());
-  }
+  Content repeated(kLongInputBytes);
+  for (std::size_t i = 0; i < repeated.size(); ++i) repeated[i] = content[i % content.size()];
   return repeated;
 }
 

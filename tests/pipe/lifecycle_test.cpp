@@ -38,16 +38,6 @@ TEST_F(LifecycleTest, AClientThatHasGoneBeforeTheServerWasStarted) {
       _log.Has("WaitClientConnection: Connection thread exited without connecting. _shutdown = 0"));
 }
 
-TEST_F(LifecycleTest, OnlyOneServerAndOneClientForAName) {
-  Serve(Acknowledge);
-  ScriptedServer second(_pipeName, Acknowledge);
-  EXPECT_FALSE(second.CreateServerPipe());
-  EXPECT_TRUE(_log.Has("CreateNamedPipe failed. GetLastError: 0x000000E7"));
-  PipeClient late;
-  EXPECT_EQ(late.TryConnect(_pipeName), DWORD{ERROR_PIPE_BUSY});
-  _client.Expect(0, 0x302);
-}
-
 TEST_F(LifecycleTest, ShutdownEndsEveryStage) {
   CreateServer();
   EXPECT_EQ(WaitForEnd(), PipeServer::kWaitFailed) << "no message thread yet";
