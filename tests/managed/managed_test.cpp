@@ -132,13 +132,10 @@ TEST_F(ManagedTest, AnExceptionBeforeOrAfterAllCallsEndsTheProcess) {
   for (const char* member : {"Disconnect", "ZebraSDK"}) {
     SCOPED_TRACE(member);
     ThrowIn(member);
-    Program program;
-    PipeClient client;
-    program.Start(kProgram, "/n " + _pipeName);
-    program.Connect(client, _pipeName);
-    client.Send(0x200, JobOfEveryMember());
-    client.ExpectClosed();
-    EXPECT_EQ(program.ExitCode(), 0U);
+    Serving ending(kProgram);
+    ending.client.Send(0x200, JobOfEveryMember());
+    ending.client.ExpectClosed();
+    EXPECT_EQ(ending.program.ExitCode(), 0U);
   }
 }
 
@@ -206,15 +203,11 @@ TEST_F(ManagedTest, WhatEndsTheRuntimeEndsTheProcessWithADump) {
     SCOPED_TRACE(action);
     const DumpFolder dumps;
     const ProductLog log;
-    const std::string name = UniquePipeName();
-    Program program;
-    PipeClient client;
-    program.Start(kProgram, "/n " + name);
-    program.Connect(client, name);
-    client.Expect(0, 0x200, Job(Write("collect")));
-    client.Send(0x200, Job(Write(action)));
-    client.ExpectClosed();
-    EXPECT_EQ(program.ExitCode(), static_cast<DWORD>(128 + signal));
+    Serving ending(kProgram);
+    ending.client.Expect(0, 0x200, Job(Write("collect")));
+    ending.client.Send(0x200, Job(Write(action)));
+    ending.client.ExpectClosed();
+    EXPECT_EQ(ending.program.ExitCode(), static_cast<DWORD>(128 + signal));
     const std::string path = DumpFolder::Path("bkcrash_0000.dmp");
     EXPECT_TRUE(log.Has("MiniDump File: " + path));
     EXPECT_FALSE(DumpFolder::Streams(DumpFolder::Content(path)).empty());

@@ -160,23 +160,19 @@ TEST_F(ControlModeTest, AComponentThatHangsHoldsUpNobodyForLong) {
   _tagwright.Await([&] { return HasCalled(_tagwright.Id(), "WriteEPC"); });
   AddEncoder();
   ScriptFaults("{}");
-  Program other;
-  PipeClient otherClient;
-  const std::string otherName = UniquePipeName();
-  other.Start("tagwright", "/n " + otherName);
-  other.Connect(otherClient, otherName);
-  otherClient.Send(0x200, job);  // Has to wait for the hanging job.
-  other.Await([&] { return _log.Count("Aquiring _Zxp7EncodeMutex") == 2; });
+  Serving other("tagwright");
+  other.client.Send(0x200, job);  // Has to wait for the hanging job.
+  other.program.Await([&] { return _log.Count("Aquiring _Zxp7EncodeMutex") == 2; });
 
   const ULONGLONG start = GetTickCount64();
   _client.Expect(0, 0x100);
   EXPECT_LT(GetTickCount64() - start, 15000U + 10000U);
   EXPECT_EQ(Terminated(), 1) << "before the reply";
-  otherClient.ExpectReply(0x200, 0);
+  other.client.ExpectReply(0x200, 0);
   ExpectExit();
   for (PipeClient& encoder : _encoders) encoder.ExpectClosed();
-  otherClient.Expect(0, 0x100);
-  EXPECT_EQ(other.ExitCode(), DWORD{0});
+  other.client.Expect(0, 0x100);
+  EXPECT_EQ(other.program.ExitCode(), DWORD{0});
   ExpectLog("hung-component");
 }
 

@@ -133,8 +133,7 @@ TEST_F(Costs, ARequestIsReceivedAndAnswered) {
 }
 
 TEST_F(Costs, AJobLooksAtItsFilesAndHoldsTheMutex) {
-  _tagwright.Start("instant\\tagwright", "/n " + _pipeName);
-  _tagwright.Connect(_client, _pipeName);
+  StartTagwright("instant\\tagwright");
   EXPECT_EQ(CallsFor(0x200, Example("card.xml"), 0),
             (CallCounts{{SYS_recvmsg, 1},
                         {SYS_sendto, 1},

@@ -29,17 +29,11 @@ class FatalCrashTest : public ProcessTest {
                         const std::string& function = "PipeServer::ProcessMessagesThread") {
     SCOPED_TRACE(action);
     const ProductLog log;
-    Program bystander, crashing;
-    PipeClient other, client;
-    const std::string otherName = UniquePipeName(), name = UniquePipeName();
-    bystander.Start(kProgram, "/n " + otherName);
-    bystander.Connect(other, otherName);
-    crashing.Start(program, "/n " + name);
-    crashing.Connect(client, name);
-    client.Send(0x200, JobFor(action));
-    client.ExpectClosed();
-    EXPECT_NE(crashing.ExitCode(), 0U);
-    other.Expect(0, 0x200, JobFor("nothing"));
+    Serving bystander(kProgram), crashing(program);
+    crashing.client.Send(0x200, JobFor(action));
+    crashing.client.ExpectClosed();
+    EXPECT_NE(crashing.program.ExitCode(), 0U);
+    bystander.client.Expect(0, 0x200, JobFor("nothing"));
     EXPECT_TRUE(log.Has("Error: " + error));
     EXPECT_EQ(log.Count("Caught in [" + function + "]"), 1);
     const std::string number = std::to_string(_crashes++);

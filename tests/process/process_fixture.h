@@ -72,6 +72,17 @@ class Program : public ChildProcess {
   }
 };
 
+/// A program in single mode and its client.
+struct Serving {
+  explicit Serving(const std::string& name) {
+    const std::string pipeName = UniquePipeName();
+    program.Start(name, "/n " + pipeName);
+    program.Connect(client, pipeName);
+  }
+  Program program;
+  PipeClient client;
+};
+
 /// The folder of the simulated printer's tags and faults.
 inline std::filesystem::path SimulatorFolder() {
   const std::filesystem::path folder =
@@ -89,8 +100,8 @@ class ProcessTest : public testing::Test {
   }
 
   /// tagwright in single mode, its client connected.
-  void StartTagwright() {
-    _tagwright.Start("tagwright", "/n " + _pipeName);
+  void StartTagwright(const std::string& program = "tagwright") {
+    _tagwright.Start(program, "/n " + _pipeName);
     _tagwright.Connect(_client, _pipeName);
   }
 

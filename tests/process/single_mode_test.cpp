@@ -54,8 +54,7 @@ TEST_F(SingleModeTest, WithoutADriverItEndsByItself) {
 }
 
 TEST_F(SingleModeTest, WithoutRequestsItEndsByItself) {
-  _tagwright.Start("hurried\\tagwright", "/n " + _pipeName);
-  _tagwright.Connect(_client, _pipeName);
+  StartTagwright("hurried\\tagwright");
   const ScopedHandle decisionOfAnother(
       CreateMutexW(nullptr, TRUE, TEXT("Tagwright_Shutdown_Mutex")));
   _tagwright.Await(

@@ -27,8 +27,7 @@ TEST_F(TagwrightctlTest, RunsJobsInAProcessOfItsOwn) {
 }
 
 TEST_F(TagwrightctlTest, SendsItsVerbsOnOneConnection) {
-  _tagwright.Start("tagwright", "/n " + _pipeName);
-  { _tagwright.Connect(_client, _pipeName); }
+  StartTagwright();
   const std::string send = "send --pipe " + _pipeName + " ";
   EXPECT_EQ(Run(send + "shutdown"), 5U) << "the pipe has its one client";
   _client.Expect(0, 0x100);
