@@ -38,7 +38,7 @@ TEST(CommandArgumentsTest, ReadsItsSwitchesExactly) {
     Z7SvEventLog.reset();
     EXPECT_EQ(arguments.GetPipeName().nstring(), pipeName);
     EXPECT_EQ(arguments.IsUsingControlChannel(), isControlChannel);
-    EXPECT_EQ(arguments.HasError(), error != "");
+    EXPECT_EQ(arguments.HasError(), !error.empty());
     EXPECT_EQ(log.ThreadTexts(), error);
   }
   EXPECT_TRUE(Parse(Words{}).HasError()) << "without a log, too";

@@ -84,38 +84,32 @@ TEST_F(LifecycleTest, TheOwnersWaitTellsWhatHappened) {
   EXPECT_EQ(_log.Count("WaitForMultipeObjectsOrPipeTermination: User handle abandoned"), 1);
 }
 
-/// Its handler does a step under the termination lock and then never returns.
-class SteppingServer : public PipeServer {
- public:
-  using PipeServer::PipeServer;
+/// Its handler may hold the lock that a termination waits for.
+struct LockableServer : ScriptedServer {
+  using ScriptedServer::_terminationLock;
+  using ScriptedServer::ScriptedServer;
+};
 
-  const ScopedHandle entered{CreateManualResetEvent()};
-  bool isStepDone = false;
-
- protected:
-  bool ParseIncomingMessage(const Tagwright::MessageHeader&, const BYTE*,
-                            Tagwright::MessageHeader&) override {
+TEST_F(LifecycleTest, ATerminationWaitsForTheStepThatMustNotBeCutShort) {
+  const ScopedHandle entered(CreateManualResetEvent());
+  std::atomic<bool> isStepDone = false;
+  Create<LockableServer>(_pipeName, [&](const auto&, const BYTE*, auto&) {
     {
-      constexpr DWORD kStepMs = 100;
-      OAutoLock lock(_terminationLock);
+      OAutoLock lock(static_cast<LockableServer&>(*_server)._terminationLock);
       SetEvent(entered.Get());
-      Sleep(kStepMs);
+      Sleep(100);
       isStepDone = true;
     }
     Sleep(INFINITE);
     return true;
-  }
-};
-
-TEST_F(LifecycleTest, ATerminationWaitsForTheStepThatMustNotBeCutShort) {
-  auto& server = Create<SteppingServer>(_pipeName.c_str());
+  });
   StartAndConnect();
   _client.Send(0x200);
-  ASSERT_EQ(WaitForSingleObject(server.entered.Get(), kLongMs), WAIT_OBJECT_0);
-  server.Shutdown();
+  ASSERT_EQ(WaitForSingleObject(entered.Get(), kLongMs), WAIT_OBJECT_0);
+  _server->Shutdown();
   EXPECT_EQ(WaitForEnd(0), PipeServer::kShutdownSignaled);
-  EXPECT_TRUE(server.isStepDone);
-  EXPECT_EQ(ExitCode(server), 260U);
+  EXPECT_TRUE(isStepDone);
+  EXPECT_EQ(ExitCode(*_server), 260U);
   EXPECT_TRUE(_log.Has("Calling TerminateThread"));
 }
 
@@ -155,10 +149,10 @@ TEST_F(LifecycleTest, ACancelledWaitForTheClientEndsTheServer) {
 TEST_F(LifecycleTest, AConnectionThreadThatTakesItsTimeIsWaitedForAndOneThatHangsIsEnded) {
   for (const auto& [stepMs, maxShutdownMs] : {std::pair{DWORD{100}, kLongMs}, {INFINITE, 0}}) {
     const ScopedHandle ownedByIt(CreateMutexW(nullptr, FALSE, nullptr));
-    LogHooked("ConnectThreadProc: Enter", [&] {
+    LogHooked("ConnectThreadProc: Enter", [&, ms = stepMs] {
       WaitForSingleObject(ownedByIt.Get(), 0);
       _server->Shutdown();
-      Sleep(stepMs);
+      Sleep(ms);
     });
     _pipeName = UniquePipeName();
     CreateServer();
