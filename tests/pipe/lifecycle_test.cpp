@@ -47,6 +47,9 @@ TEST_F(LifecycleTest, ShutdownEndsEveryStage) {
   _server->Shutdown();  // Again, to no harm.
   EXPECT_FALSE(_server->StartProcessMessageThread(kLongMs));
   EXPECT_FALSE(_log.Mentions("Calling TerminateThread"));
+  const HANDLE thread = _server->GetThreadHandle();
+  _server.reset();
+  EXPECT_EQ(WaitForSingleObject(thread, 0), WAIT_FAILED) << "its handle is closed";
 }
 
 TEST_F(LifecycleTest, ShutdownFindsABlockedReadWheneverItComes) {

@@ -92,6 +92,7 @@ TEST(OStringForms, EmptyStringsAreNeverNull) {
     EXPECT_EQ(*text.wstring(), 0);
     EXPECT_TRUE(text == none);
   }
+  EXPECT_STREQ((OString("text") << none).nstring(), "text");
 }
 
 TEST(OStringComparison, RanksNarrowBytesSignedAndWideOnesUnsigned) {
