@@ -42,7 +42,8 @@ std::string ProgramName(const fs::path& folder, const std::string& shortName) {
 std::optional<ProcessLine> ReadProcess(const fs::path& folder, DWORD id) {
   constexpr std::size_t kParent = 1;
   std::ifstream file(folder / "stat");
-  const std::string text{std::istreambuf_iterator<char>(file), {}};
+  // Unlike an iterator, << does not throw when the process goes before its open file is read.
+  const std::string text = (std::ostringstream() << file.rdbuf()).str();
   const auto open = text.find('(');
   const auto close = text.rfind(')');
   if (open == text.npos || close == text.npos) return std::nullopt;
