@@ -75,6 +75,15 @@ TEST_F(RegistryFile, OutlivesProcessesThatMakeItTogetherAndAreKilledWriting) {
   }
 }
 
+TEST_F(RegistryFile, IsItsOwnersAloneWhateverItWas) {
+  for (const auto before : {fs::perms{0664}, fs::perms{0400}}) {
+    std::ofstream(Path()).close();
+    fs::permissions(Path(), before);
+    Use();
+    EXPECT_EQ(fs::status(Path()).permissions(), before & fs::perms::owner_all);
+  }
+}
+
 TEST_F(RegistryFile, DamagedAndForeignFilesAreBadDatabases) {
   const std::tuple<std::string, std::streamoff, std::string> cases[] = {
       {"no database", 0, std::string(100, 'x')},

@@ -42,7 +42,7 @@ TEST(SecurityDescriptor, OpensOnlyWhatEveryoneMayReadAndWrite) {
         "D:(A;;GA;;;WD)(D;;GA;;;WD)"}},
       {kPrivate,
        {"D:(A;;GXFX;;;WD)", "D:(A;;GR;;;WD)", "D:(A;;FW;;;WD)", "D:(D;;FR;;;WD)(A;;FA;;;WD)",
-        "D:(A;;GA;;;S-1-5-32-544)", "D:P", "D:(A;;GA;;;SY)", "D:(D;;GW;;;WD)(A;;GA;;;WD)",
+        "D:(A;;GA;;;S-1-5-32-544)", "D:P", "D:(A;;GA;;;ZY)", "D:(D;;GW;;;WD)(A;;GA;;;WD)",
         "D:(A;OIIO;GA;;;WD)"}},
       {kRefused,
        {"", "D:(A;OICI;GA;;;WD", "D:A;;GA;;;WD)", "D:(X;;GA;;;WD)", "D:(A;XX;GA;;;WD)",
