@@ -3,7 +3,7 @@
 set(ends_threads
   EndsAThreadWhereverItIs TerminatedThreadLeavesThePipeUsable ThreadThatEndsAbandonsIt
   ATerminationWaitsForTheStep RunWaitsForTheEndAndThenForcesIt AControlThreadThatHangsIsEndedByForce
-  OfAMessageThreadEndsTheConnectionThread)
+  OfAMessageThreadEndsTheConnectionThread AConnectionThreadThatTakesItsTime)
 set(limits_memory ThreadStartTest)
 set(crashes StructuredExceptions CrashReport ThreadCrashTest)
 set(labels ends_threads limits_memory crashes)
