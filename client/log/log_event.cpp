@@ -33,6 +33,7 @@ std::string FormatLogEvent(const LogEvent& event) {
                 static_cast<unsigned long>(event.processId),
                 static_cast<unsigned long>(event.threadId));
   std::string line = FormatLogTime(event.timeMs) + columns + event.text;
+  std::erase(line, '\r');  // On a terminal, what follows would be written over what stands there.
   std::ranges::replace(line, '\n', ' ');
   return line;
 }
