@@ -13,6 +13,7 @@ template <class Element>
 Element Read(const std::string& xml) {
   TiXmlDocument document;
   document.Parse(xml.c_str());
+  EXPECT_NE(document.RootElement(), nullptr) << xml;
   return Element(document.RootElement());
 }
 

@@ -40,6 +40,7 @@ TEST(CommandArgumentsTest, ReadsItsSwitchesExactly) {
     EXPECT_EQ(arguments.IsUsingControlChannel(), isControlChannel);
     EXPECT_EQ(arguments.HasError(), !error.empty());
     EXPECT_EQ(log.ThreadTexts(), error);
+    EXPECT_EQ(log.Texts().size(), error.empty() ? 0U : 1U);
   }
   EXPECT_TRUE(Parse(Words{}).HasError()) << "without a log, too";
 }

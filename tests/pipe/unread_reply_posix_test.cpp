@@ -47,6 +47,7 @@ TEST_F(UnreadReplyTest, FindsThePayloadWiped) {
     return false;
   });
   const std::string secret(1024 * 1024, 'S');
+  ASSERT_EQ(MemoryAt(secret.data(), secret.size()), secret);
   _client.Send(0x201, secret);
   // The rest of the reply is not read, so that the server waits for its delivery.
   char first = 0;
