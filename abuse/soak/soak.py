@@ -289,8 +289,12 @@ class Soak:
         limits = (before[0], before[1], before[2] + MAX_GROWTH_KIB)
         # Ended pipes keep their descriptors until these are scarce.
         survivor.limit_descriptors(0)
-        survivor.add_encoder()
+        pipe = survivor.add_encoder()
         survivor.limit_descriptors(None)
+        if pipe is not None:
+            # Who left without a word, once he was let in, would be served to the end of the process.
+            with pipe, contextlib.suppress(wire.Closed, OSError):
+                pipe.request(wire.SHUTDOWN)
         awaits(lambda: all(now <= limit for now, limit in zip(survivor.usage(), limits)), 20)
         for name, was, now, limit in zip(names, before, survivor.usage(), limits):
             self.counts["{} before and after".format(name)] = "{}, {}".format(was, now)
