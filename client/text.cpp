@@ -39,4 +39,6 @@ std::optional<std::string> ToAnsi(std::basic_string_view<WCHAR> text) {
 
 std::string AnsiToUtf8(std::string_view bytes) { return ToUtf8(FromAnsi(bytes)); }
 
+void TrimLineEnds(std::string& text) { text.erase(text.find_last_not_of("\r\n") + 1); }
+
 }  // namespace Tagwright

@@ -22,4 +22,7 @@ std::optional<std::string> ToAnsi(std::basic_string_view<WCHAR> text);
 /// Text in the ANSI code page, in which log files are written, as UTF-8.
 std::string AnsiToUtf8(std::string_view bytes);
 
+/// Takes off what ends the last line, in the form of either system, and empty lines behind it.
+void TrimLineEnds(std::string& text);
+
 }  // namespace Tagwright

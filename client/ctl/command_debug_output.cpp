@@ -2,13 +2,14 @@
 #include "client/ctl/console.h"
 #include "client/ctl/system_error.h"
 #include "client/log/log_event.h"
+#include "client/text.h"
 #include "platform/debug_listener.h"
 
 namespace Ctl {
 namespace {
 
 void Print(std::string text) {
-  while (text.ends_with('\n') || text.ends_with('\r')) text.pop_back();
+  Tagwright::TrimLineEnds(text);
   PrintLine(Tagwright::FormatLogTime(Tagwright::LogTimeNow()) + "  " + text);
 }
 

@@ -55,7 +55,7 @@ bool IsTickStamp(std::string_view text) {
 std::string WithoutStamp(std::string text) {
   constexpr std::size_t kStampChars = 13;
   if (IsTickStamp(text)) text.erase(0, kStampChars);
-  while (text.ends_with('\n') || text.ends_with('\r')) text.pop_back();
+  TrimLineEnds(text);
   return text;
 }
 

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <ctime>
 
+#include "client/text.h"
 #include "support/log_levels.h"
 #include "support/scoped_handle.h"
 
@@ -67,7 +68,7 @@ std::vector<LogEvent> LogFileReader::ReadNew() {
   for (std::size_t start = 0, end; (end = text.find('\n', start)) != std::string::npos;
        start = end + 1) {
     std::string line = text.substr(start, end - start);
-    while (line.ends_with('\r')) line.pop_back();
+    TrimLineEnds(line);
     LogEvent event;
     if (ParseLogLine(line, event)) {
       events.push_back(event);

@@ -98,7 +98,7 @@ TEST_F(IdleDecisionTest, LooksOnlyWhenItHasTheMutex) {
   OMutex other(_pipeName.c_str(), INFINITE);
   other.Acquire();
   std::jthread decision([this] { Decide(); });
-  EXPECT_EQ(WaitForSingleObject(decides.Get(), 60000), WAIT_OBJECT_0);
+  EXPECT_EQ(WaitForSingleObject(decides.Get(), kLongMs), WAIT_OBJECT_0);
   OnPipeActivityCallback();
   other.Release();
   decision.join();

@@ -15,13 +15,9 @@
 
 namespace {
 
-std::vector<pid_t> ThreadsOf(DWORD process) {
-  std::vector<pid_t> threads;
-  for (const auto& entry :
-       std::filesystem::directory_iterator("/proc/" + std::to_string(process) + "/task")) {
-    threads.push_back(std::stoi(entry.path().filename()));
-  }
-  return threads;
+/// Of each thread a folder, which has its number.
+std::filesystem::directory_iterator ThreadsOf(DWORD process) {
+  return std::filesystem::directory_iterator("/proc/" + std::to_string(process) + "/task");
 }
 
 using CallCounts = std::map<long, int>;  // How often each system call is made.
@@ -109,11 +105,10 @@ class Costs : public ControlTest {
   pid_t AwaitMessageThread() {
     pid_t found = 0;
     _tagwright.Await([&] {
-      for (const pid_t thread : ThreadsOf(_tagwright.Id())) {
-        std::ifstream call("/proc/" + std::to_string(_tagwright.Id()) + "/task/" +
-                           std::to_string(thread) + "/syscall");
+      for (const auto& thread : ThreadsOf(_tagwright.Id())) {
+        std::ifstream call(thread.path() / "syscall");
         long number = -1;
-        if (call >> number && number == SYS_recvmsg) found = thread;
+        if (call >> number && number == SYS_recvmsg) found = std::stoi(thread.path().filename());
       }
       return found != 0;
     });
@@ -165,9 +160,8 @@ TEST_F(Costs, AnIdleProcessSleeps) {
   AddEncoder().Expect(200002, 0x301);
   const auto wakeUps = [&] {
     long sum = 0;
-    for (const pid_t thread : ThreadsOf(_tagwright.Id())) {
-      std::ifstream status("/proc/" + std::to_string(_tagwright.Id()) + "/task/" +
-                           std::to_string(thread) + "/status");
+    for (const auto& thread : ThreadsOf(_tagwright.Id())) {
+      std::ifstream status(thread.path() / "status");
       std::string state;
       for (std::string word; status >> word;) {
         long switches = 0;
