@@ -76,6 +76,33 @@ OString LogFilePath(const OString& sourceName) {
   return OString(kLogFolder) + "\\" + fileName + ".txt";
 }
 
+/// The local time as a line of the file has it: "11/19/2026 04:22:58".
+using FileTime = FixedText<32>;
+FileTime FileTimeNow() {
+  SYSTEMTIME now{};
+  GetLocalTime(&now);
+  FileTime text;
+  text.AppendDecimal(now.wMonth, 2) << "/";
+  text.AppendDecimal(now.wDay, 2) << "/";
+  text.AppendDecimal(now.wYear, 4) << " ";
+  text.AppendDecimal(now.wHour, 2) << ":";
+  text.AppendDecimal(now.wMinute, 2) << ":";
+  return text.AppendDecimal(now.wSecond, 2);
+}
+
+/// Appends the narrow form of what the event log got, which is the wide form.
+void AppendNarrow(std::string& line, const OString& text) {
+  const std::basic_string_view<WCHAR> wide(text.wstring());
+  const bool isAscii = std::ranges::all_of(wide, [](WCHAR character) { return character < 0x80; });
+  if (!isAscii) {
+    line.append(OString(wide.data()).nstring());
+    return;
+  }
+  const std::size_t start = line.size();
+  line.resize(start + wide.size());
+  std::ranges::copy(wide, line.data() + start);
+}
+
 OEventData MakeEventData(DWORD level) {
   LARGE_INTEGER counter{};
   QueryPerformanceCounter(&counter);
@@ -229,15 +256,8 @@ void OEventLog::LogLastError(std::string_view text) const {
   _lastOutput.ReportError(EventId(_eventLogType, EVENTLOG_ERROR_TYPE), stamped.View(), &block,
                           sizeof block);
   if ((_levelMask & LogLevel::kCopyToFile) == 0) return;
-  SYSTEMTIME now{};
-  GetLocalTime(&now);
   FixedText<kMaxLastLine> line;
-  line.AppendDecimal(now.wMonth, 2) << "/";
-  line.AppendDecimal(now.wDay, 2) << "/";
-  line.AppendDecimal(now.wYear, 4) << " ";
-  line.AppendDecimal(now.wHour, 2) << ":";
-  line.AppendDecimal(now.wMinute, 2) << ":";
-  line.AppendDecimal(now.wSecond, 2) << ", " << _sourceName.nstring() << ", ";
+  line << FileTimeNow().View() << ", " << _sourceName.nstring() << ", ";
   line << GetLevelName(block.level) << ", Thread:0x";
   line.AppendHex(block.threadId) << ", " << stamped.View() << "\n";
   _lastOutput.AppendToFile(line.View());
@@ -259,15 +279,13 @@ void OEventLog::WriteEventToFile(const OString& text, const OEventData& block) {
 }
 
 std::string OEventLog::BuildFileLine(const OString& text, const OEventData& block) const {
-  SYSTEMTIME now{};
-  GetLocalTime(&now);
   std::string line;
   line.reserve(kTypicalLineBytes);
-  line.append(FormatTime(now, "%m/%d/%Y %H:%M:%S").nstring());
-  line.append(", ").append(_sourceName.nstring()).append(", ").append(GetLevelName(block.level));
-  line.append(", Thread:0x").append(FormatHex(block.threadId).nstring()).append(", ");
-  // By way of the wide form, which the event log got.
-  return line.append(OString(text.wstring()).nstring()).append("\n");
+  line.append(FileTimeNow().View()).append(", ").append(_sourceName.nstring()).append(", ");
+  line.append(GetLevelName(block.level)).append(", Thread:0x");
+  line.append(FixedText<9>().AppendHex(block.threadId).View()).append(", ");
+  AppendNarrow(line, text);
+  return line += '\n';
 }
 
 const char* OEventLog::GetLevelName(DWORD level) {

@@ -28,9 +28,8 @@ HANDLE OMutex::CreatedHandle() {
 }
 
 HANDLE OMutex::Create() const {
-  SecurityDACL everyone;
-  everyone.AddACE(SecurityDACL::kEveryoneFullAccess);
-  return CreateMutexW(everyone, FALSE, _name.IsEmpty() ? nullptr : _name.wstring());
+  return CreateMutexW(SecurityDACL::ForEveryone(), FALSE,
+                      _name.IsEmpty() ? nullptr : _name.wstring());
 }
 
 OCriticalSection::OCriticalSection()

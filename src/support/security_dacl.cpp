@@ -1,7 +1,23 @@
 #include "support/security_dacl.h"
 
+#include <atomic>
+#include <memory>
+
 SecurityDACL::SecurityDACL()
     : _attributes{sizeof(SECURITY_ATTRIBUTES), nullptr, FALSE}, _sddl("D:") {}
+
+SECURITY_ATTRIBUTES* SecurityDACL::ForEveryone() {
+  static std::atomic<SecurityDACL*> converted{nullptr};
+  SecurityDACL* everyone = converted;
+  if (everyone == nullptr) {
+    auto own = std::make_unique<SecurityDACL>();
+    own->AddACE(kEveryoneFullAccess);
+    if (static_cast<SECURITY_ATTRIBUTES*>(*own)->lpSecurityDescriptor == nullptr) return nullptr;
+    // Another thread's, when that was quicker.
+    if (converted.compare_exchange_strong(everyone, own.get())) everyone = own.release();
+  }
+  return &everyone->_attributes;
+}
 
 SecurityDACL::~SecurityDACL() { FreeDescriptor(); }
 

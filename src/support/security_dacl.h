@@ -16,6 +16,11 @@ class SecurityDACL {
   SecurityDACL(const SecurityDACL&) = delete;
   SecurityDACL& operator=(const SecurityDACL&) = delete;
 
+  /// Everyone's full access, which each line of the log asks for: converted once, and there for as
+  /// long as the process. Null, which stands for default security, when it cannot be converted; the
+  /// next call tries again. Any thread may call it.
+  static SECURITY_ATTRIBUTES* ForEveryone();
+
   /// `ace` is one entry in parentheses.
   void AddACE(const OString& ace);
 

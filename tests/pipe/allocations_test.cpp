@@ -71,7 +71,7 @@ TEST_F(ServerTest, ALineOfTheLogIsMadeOfFewPieces) {
   const ProductLog file("Tagwright Costs");
   OEventLog log("Tagwright Costs", OEventLog::kApplicationLog);
   const OString text("PipeServer::ReadBytes: Called");
-  EXPECT_LE(AllocationsOf([&] { log.LogInformationEvent(text, 0, LogLevel::kDetailInfo); }), 40);
+  EXPECT_LE(AllocationsOf([&] { log.LogInformationEvent(text, 0, LogLevel::kDetailInfo); }), 10);
   EXPECT_EQ(AllocationsOf([&] { log.IsLogEnabled(LogLevel::kCopyToDebugger); }), 0);
 
   // The last line of a process that has no memory any more.

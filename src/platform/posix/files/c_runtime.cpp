@@ -1,9 +1,10 @@
 #include <cerrno>
 #include <cstdio>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <string_view>
-#include <vector>
+#include <utility>
 
 #include "platform/posix/api/code_pages.h"
 #include "platform/posix/api/files.h"
@@ -24,18 +25,20 @@ constexpr std::size_t kBufferBytes = 64 * platform::kKiB;
 
 /// A file whose lines end in CR LF while the program sees LF. The stream owns it.
 struct TextFile {
+  explicit TextFile(UniqueFd opened) : file(std::move(opened)) {}
+
   UniqueFd file;
-  std::unique_ptr<char[]> streamBuffer{new char[kBufferBytes]};
+  char streamBuffer[kBufferBytes];
 };
 
 std::string WithCarriageReturns(std::string_view text) {
   std::string bytes;
   bytes.reserve(text.size() + text.size() / 16);
-  for (const char byte : text) {
-    if (byte == '\n') bytes += '\r';
-    bytes += byte;
+  for (std::size_t end = text.find('\n'); end != text.npos; end = text.find('\n')) {
+    bytes.append(text, 0, end).append("\r\n");
+    text.remove_prefix(end + 1);
   }
-  return bytes;
+  return bytes.append(text);
 }
 
 ssize_t WriteText(void* file, const char* text, std::size_t size) {
@@ -54,20 +57,42 @@ int CloseText(void* file) {
 }
 
 std::FILE* OpenStream(UniqueFd file) {
-  auto text = std::make_unique<TextFile>(TextFile{std::move(file)});
+  auto text = std::make_unique<TextFile>(std::move(file));
   std::FILE* const stream = fopencookie(text.get(), "a", {nullptr, WriteText, nullptr, CloseText});
   if (stream == nullptr) return nullptr;
-  std::setvbuf(stream, text.release()->streamBuffer.get(), _IOFBF, kBufferBytes);
+  std::setvbuf(stream, text.release()->streamBuffer, _IOFBF, kBufferBytes);
   return stream;
 }
 
-bool ToNativePath(const char* ansiPath, std::string& nativePath) {
-  const int size = MultiByteToWideChar(CP_ACP, 0, ansiPath, -1, nullptr, 0);
-  if (size <= 0) return false;
-  std::vector<WCHAR> path(static_cast<std::size_t>(size));
-  MultiByteToWideChar(CP_ACP, 0, ansiPath, -1, path.data(), size);
-  return platform::NativePathOf(path.data(), nativePath) == 0;
+/// Empty for a path that cannot be expressed.
+std::string ToNativePath(const std::string& ansiPath) {
+  // No code page has more units of UTF-16 than bytes for a character.
+  std::u16string path(ansiPath.size() + 1, u'\0');
+  std::string nativePath;
+  const int units = MultiByteToWideChar(CP_ACP, 0, ansiPath.c_str(), -1, path.data(),
+                                        static_cast<int>(path.size()));
+  if (units == 0 || platform::NativePathOf(path.c_str(), nativePath) != 0) return {};
+  return nativePath;
 }
+
+/// The path that was opened last: one file is opened for each line of the log.
+class LastPath {
+ public:
+  std::string Native(const char* ansiPath) {
+    const std::lock_guard lock(_lock);
+    if (_ansi != ansiPath) {
+      std::string native = ToNativePath(ansiPath);
+      _ansi = ansiPath;
+      _native = std::move(native);
+    }
+    return _native;
+  }
+
+ private:
+  std::mutex _lock;
+  std::string _ansi;
+  std::string _native;
+};
 
 }  // namespace
 
@@ -78,8 +103,9 @@ std::FILE* _fsopen(const char* path, const char* mode, int shareFlag) {
     errno = EINVAL;
     return nullptr;
   }
-  std::string nativePath;
-  if (!ToNativePath(path, nativePath)) {
+  static auto* const lastPath = new LastPath;  // Used until the very end of the process.
+  const std::string nativePath = lastPath->Native(path);
+  if (nativePath.empty()) {
     errno = ENOENT;
     return nullptr;
   }

@@ -12,7 +12,7 @@ namespace platform {
 /// One wait of one thread, on its stack. Every member is guarded by the engine's lock.
 class Waiter {
  public:
-  Waiter(Thread& thread, const std::vector<std::shared_ptr<Waitable>>& objects, bool waitAll);
+  Waiter(Thread& thread, std::span<const std::shared_ptr<Waitable>> objects, bool waitAll);
   ~Waiter();
   Waiter(const Waiter&) = delete;
   Waiter& operator=(const Waiter&) = delete;
@@ -32,14 +32,14 @@ class Waiter {
   void StayAsleep();
 
   Thread& _thread;
-  const std::vector<std::shared_ptr<Waitable>>& _objects;
+  const std::span<const std::shared_ptr<Waitable>> _objects;
   const bool _waitAll;
   bool _isEnlisted = false;
   bool _isSatisfied = false;
   DWORD _result = WAIT_FAILED;
 };
 
-Waiter::Waiter(Thread& thread, const std::vector<std::shared_ptr<Waitable>>& objects, bool waitAll)
+Waiter::Waiter(Thread& thread, std::span<const std::shared_ptr<Waitable>> objects, bool waitAll)
     : _thread(thread), _objects(objects), _waitAll(waitAll) {}
 
 Waiter::~Waiter() {
@@ -118,15 +118,14 @@ void Waitable::SignalWaiters() {
   for (Waiter* waiter : _waiters) waiter->Offer();
 }
 
-DWORD WaitForObjects(const std::vector<std::shared_ptr<Waitable>>& objects, bool waitAll,
+DWORD WaitForObjects(std::span<const std::shared_ptr<Waitable>> objects, bool waitAll,
                      DWORD timeoutMs) {
-  const Deadline deadline(timeoutMs);
   Thread& self = Thread::Current();
   std::unique_lock lock(EngineLock());
   Waiter waiter(self, objects, waitAll);
   if (waiter.TrySatisfy()) return waiter.Result();
   if (timeoutMs == 0) return WAIT_TIMEOUT;
-  return waiter.SleepUntil(deadline, lock);
+  return waiter.SleepUntil(Deadline(timeoutMs), lock);
 }
 
 }  // namespace platform

@@ -8,6 +8,7 @@
 
 #include <memory>
 #include <mutex>
+#include <span>
 #include <vector>
 
 #include "platform/posix/kernel/object.h"
@@ -48,7 +49,7 @@ class Waitable : public Object {
 };
 
 /// WaitForMultipleObjects over objects that have been looked up. Called in a KernelScope.
-DWORD WaitForObjects(const std::vector<std::shared_ptr<Waitable>>& objects, bool waitAll,
+DWORD WaitForObjects(std::span<const std::shared_ptr<Waitable>> objects, bool waitAll,
                      DWORD timeoutMs);
 
 }  // namespace platform

@@ -1,6 +1,6 @@
 #include <algorithm>
 #include <memory>
-#include <utility>
+#include <span>
 #include <vector>
 
 #include "platform/posix/api/handles.h"
@@ -35,9 +35,9 @@ BOOL CloseHandle(HANDLE handle) {
 
 DWORD WaitForSingleObject(HANDLE handle, DWORD timeoutMs) {
   KernelScope scope;
-  auto object = platform::Lookup<Waitable>(handle);
+  const auto object = platform::Lookup<Waitable>(handle);
   if (!object) return WAIT_FAILED;
-  return platform::WaitForObjects({std::move(object)}, false, timeoutMs);
+  return platform::WaitForObjects(std::span(&object, 1), false, timeoutMs);
 }
 
 DWORD WaitForMultipleObjects(DWORD count, const HANDLE* handles, BOOL waitAll, DWORD timeoutMs) {

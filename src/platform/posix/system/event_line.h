@@ -1,29 +1,56 @@
 /// One event as it stands in the log's file, a JSON object on a line of its own. It is put together
-/// in whatever takes characters and texts with +=: a string, or a buffer that needs no heap.
+/// in whatever takes characters and texts with +=: a string, or a buffer that needs no heap. Digits
+/// come in whole pieces, which a string takes many times faster than one by one.
 #pragma once
 
 #include <time.h>
 
+#include <algorithm>
+#include <charconv>
 #include <cstdlib>
+#include <iterator>
+#include <span>
 #include <string_view>
 
 #include "platform/posix/api/base.h"
 
 namespace platform {
 
-/// Appends at least `digits` digits.
-template <class Text>
-void AppendNumber(Text& text, long number, int digits) {
-  constexpr long kBase = 10;
-  if (digits > 1 || number >= kBase) AppendNumber(text, number / kBase, digits - 1);
-  text += static_cast<char>('0' + number % kBase);
-}
+inline constexpr char kHexDigits[] = "0123456789ABCDEF";
 
 template <class Text>
 void AppendHex(Text& text, unsigned number, int digits) {
   constexpr int kBits = 4;
   if (digits > 1) AppendHex(text, number >> kBits, digits - 1);
-  text += "0123456789ABCDEF"[number & 15];
+  text += kHexDigits[number & 15];
+}
+
+template <class Text>
+void AppendHex(Text& text, std::span<const BYTE> bytes) {
+  constexpr std::size_t kBytesAtOnce = 64;
+  while (!bytes.empty()) {
+    const auto piece = bytes.first(std::min(bytes.size(), kBytesAtOnce));
+    char hex[2 * kBytesAtOnce];
+    char* end = hex;
+    for (const BYTE byte : piece) {
+      *end++ = kHexDigits[byte >> 4];
+      *end++ = kHexDigits[byte & 15];
+    }
+    text += std::string_view(hex, end);
+    bytes = bytes.subspan(piece.size());
+  }
+}
+
+/// Puts exactly `digits` digits, the last of a longer number; returns their end.
+inline char* PutDigits(char* at, long number, int digits) {
+  for (int i = digits; i-- > 0; number /= 10) at[i] = static_cast<char>('0' + number % 10);
+  return at + digits;
+}
+
+template <class Text>
+void AppendNumber(Text& text, WORD number) {
+  char digits[5];
+  text += std::string_view(digits, std::to_chars(digits, std::end(digits), number).ptr);
 }
 
 /// ISO 8601 with milliseconds and the offset from UTC. Where the heap must not be used, tzset() has
@@ -43,8 +70,14 @@ void AppendLocalTime(Text& text, const timespec& now) {
       {':', local.tm_min, 2},          {':', local.tm_sec, 2},
       {'.', now.tv_nsec / 1000000, 3}, {local.tm_gmtoff < 0 ? '-' : '+', offsetMinutes / 60, 2},
       {':', offsetMinutes % 60, 2}};
-  for (const auto& part : parts) AppendNumber(text += part.before, part.number, part.digits);
-  text += '"';
+  char time[32];
+  char* end = time;
+  for (const auto& part : parts) {
+    *end++ = part.before;
+    end = PutDigits(end, part.number, part.digits);
+  }
+  *end++ = '"';
+  text += std::string_view(time, end);
 }
 
 struct EventOfSource {
@@ -66,13 +99,12 @@ void AppendEvent(Text& line, const EventOfSource& event, Append appendText) {
   line += event.source;
   line += R"(,"type":")";
   line += event.type;
-  AppendNumber(line += R"(","category":)", event.category, 1);
+  AppendNumber(line += R"(","category":)", event.category);
   AppendHex(line += R"(,"event_id":"0x)", event.id, 8);
   line += R"(","text":)";
   appendText(line);
   line += R"(,"data":")";
-  const auto* const bytes = static_cast<const BYTE*>(event.data);
-  for (DWORD i = 0; i < event.dataBytes; ++i) AppendHex(line, bytes[i], 2);
+  AppendHex(line, std::span(static_cast<const BYTE*>(event.data), event.dataBytes));
   line += "\"}\n";
 }
 

@@ -62,6 +62,22 @@ bool IsSystemSource(LPCWSTR sourceName) {
   return true;
 }
 
+/// Most texts stand there as they are, and the library takes longer to find out.
+void AppendQuoted(std::string& line, std::u16string_view text) {
+  const bool isPlain = std::ranges::all_of(text, [](char16_t unit) {
+    return unit >= ' ' && unit <= '~' && unit != '"' && unit != '\\';
+  });
+  if (!isPlain) {
+    line += platform::Quoted(platform::ToUtf8(text));
+    return;
+  }
+  line += '"';
+  const std::size_t start = line.size();
+  line.resize(start + text.size());
+  std::ranges::copy(text, line.data() + start);
+  line += '"';
+}
+
 /// 0 or an errno value.
 int AppendLine(const std::string& path, const std::string& line) {
   const platform::UniqueFd file = platform::OpenToAppend(path);
@@ -77,12 +93,7 @@ void WarnOnce(const std::string& path, int errnoValue) {
 
 }  // namespace
 
-// Most texts stand there as they are, and the library takes longer to find out.
-std::string platform::Quoted(const std::string& text) {
-  const bool isPlain = std::ranges::all_of(
-      text, [](char byte) { return byte >= ' ' && byte <= '~' && byte != '"' && byte != '\\'; });
-  return isPlain ? '"' + text + '"' : nlohmann::json(text).dump();
-}
+std::string platform::Quoted(const std::string& text) { return nlohmann::json(text).dump(); }
 
 std::string platform::EventLogFileOf(LPCWSTR sourceName) {
   const char* const log = IsSystemSource(sourceName) ? "/System.jsonl" : "/Application.jsonl";
@@ -120,7 +131,7 @@ BOOL ReportEventW(HANDLE eventLog, WORD type, WORD category, DWORD eventId, PSID
   std::string line;
   line.reserve(kTypicalLineBytes + text.size());
   platform::AppendEvent(line, {source->name, TypeName(type), category, eventId, rawData, dataSize},
-                        [&](std::string& end) { end += platform::Quoted(platform::ToUtf8(text)); });
+                        [&](std::string& end) { AppendQuoted(end, text); });
   const int error = AppendLine(source->path, line);
   if (error == 0) return TRUE;
   WarnOnce(source->path, error);
