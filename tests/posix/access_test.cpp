@@ -15,6 +15,7 @@
 #include "common/victim.h"
 #include "platform/debug_listener.h"
 #include "platform/posix/kernel/state_paths.h"
+#include "platform/posix/kernel/text.h"
 #include "platform/windows_api.h"
 #include "support/security_dacl.h"
 
@@ -134,6 +135,20 @@ const VictimRole kOtherUser("other-user", [](VictimSide&, const std::string& whi
   return WaitForSingleObject(mutex, 10) == WAIT_TIMEOUT ? 3 : 4;
 });
 
+/// Uses a mutex twice as another user, and makes it its owner's alone in between; the last error.
+const VictimRole kFormerUser("former-user", [](VictimSide&, const std::string& name) {
+  DWORD error = 0;
+  for (int time = 0; time < 2; ++time) {
+    seteuid(65534);
+    const HANDLE mutex = CreateMutexW(nullptr, FALSE, platform::ToUtf16(name).c_str());
+    error = GetLastError();
+    if (mutex != nullptr) CloseHandle(mutex);
+    seteuid(0);
+    chmod((platform::SharedStatePath("mutex") + "/" + name).c_str(), 0600);
+  }
+  return static_cast<int>(error);
+});
+
 /// Uses the registry ten times, in a current folder that is removed before; how often that fails.
 const VictimRole kRegistryUser("registry-user", [](VictimSide&, const std::string& folder) {
   if (folder != "-" && (chdir(folder.c_str()) != 0 || rmdir(folder.c_str()) != 0)) return 99;
@@ -160,6 +175,8 @@ TEST(Access, OtherUsersReachWhatIsForEveryoneAndNothingElse) {
               one.expected);
     for (const HANDLE handle : handles) CloseHandle(handle);
   }
+  CloseHandle(CreateMutexW(everyone, FALSE, u"once-for-everyone"));
+  EXPECT_EQ(Victim("former-user", "once-for-everyone").ExitCode(), ERROR_ACCESS_DENIED);
   std::string errors;
   EXPECT_EQ(RunRole(kAsAnotherUser, "registry-user", "-", &errors), kRefusedRoot);
   EXPECT_EQ(errors, "test_posix: the state root " + platform::StateRootPath() +

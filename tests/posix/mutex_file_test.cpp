@@ -1,12 +1,16 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <fstream>
 #include <string>
 
 #include "common/unique_name.h"
 #include "common/victim.h"
+#include "platform/posix/kernel/byte_lock.h"
 #include "platform/posix/kernel/state_paths.h"
 #include "platform/posix/kernel/text.h"
+#include "platform/posix/kernel/unique_fd.h"
 #include "platform/windows_api.h"
 
 namespace {
@@ -49,6 +53,29 @@ TEST_F(MutexFileTest, WhateverWasLeftInItIsReplaced) {
     std::ofstream(File()) << content;
     ExpectFresh();
   }
+}
+
+TEST_F(MutexFileTest, IsUsedAgainAsIfItWereOpenedAnew) {
+  namespace fs = std::filesystem;
+  ExpectFresh();  // Its file stays open.
+  {
+    const platform::UniqueFd other(open(File().c_str(), O_RDWR | O_CLOEXEC));
+    for (const off_t byte : {0, 1}) {
+      EXPECT_TRUE(platform::TryLockByte(other.Get(), byte, platform::ByteLock::kExclusive));
+    }
+    EXPECT_TRUE(platform::TryLockByte(other.Get(), 1, platform::ByteLock::kShared));
+    const HANDLE mutex = CreateMutexW(nullptr, FALSE, _name.c_str());
+    EXPECT_EQ(GetLastError(), ERROR_ALREADY_EXISTS);
+    EXPECT_EQ(WaitForSingleObject(mutex, 0), DWORD{WAIT_TIMEOUT});
+    CloseHandle(mutex);
+  }
+  ExpectFresh();
+  fs::permissions(File(), fs::perms(0666));
+  ExpectFresh();
+  EXPECT_EQ(fs::status(File()).permissions(), fs::perms(0600));
+  fs::remove(File());
+  ExpectFresh();
+  EXPECT_TRUE(fs::exists(File()));
 }
 
 }  // namespace

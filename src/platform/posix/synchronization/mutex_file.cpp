@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 
 #include "platform/posix/api/errors.h"
@@ -34,10 +35,14 @@ UniqueFd OpenFile(const std::string& name) {
   return UniqueFd(open(path.c_str(), kFlags | O_CREAT, kPrivateFile));
 }
 
-/// Whatever the umask is, and whatever the mutex before was for. Only the file's owner can.
-void EnsureMode(int file, mode_t mode) {
-  struct stat status {};
-  if (fstat(file, &status) == 0 && (status.st_mode & ALLPERMS) != mode) fchmod(file, mode);
+/// The file of the mutex that was closed last; owned.
+constinit std::atomic<MutexFile*> g_kept{nullptr};
+
+/// Without the file's times: asking for them makes the next write twice as slow.
+struct statx StatusOf(int file) {
+  struct statx status {};
+  statx(file, "", AT_EMPTY_PATH, STATX_TYPE | STATX_MODE | STATX_NLINK | STATX_UID, &status);
+  return status;
 }
 
 /// A folder, a socket or a link in the file's place is an object of another kind.
@@ -50,12 +55,18 @@ DWORD ErrorOfOpening(int errnoValue) {
 
 DWORD MutexFile::Open(const std::string& name, bool isForEveryone, bool lockWhenNew,
                       Opening& opening) {
+  const mode_t mode = isForEveryone ? kFileForEveryone : kPrivateFile;
+  opening.file = Reopen(name, mode);
+  if (opening.file) {
+    opening.isLocked = opening.file->Initialise(lockWhenNew);
+    return 0;
+  }
   UniqueFd file = OpenFile(FileNameFor(name));
   if (!file) return ErrorOfOpening(errno);
-  opening.file.reset(new MutexFile(std::move(file)));
+  opening.file.reset(new MutexFile(name, std::move(file)));
   if (opening.file->TryBecomeFirst()) {
-    opening.isLocked =
-        opening.file->Initialise(isForEveryone ? kFileForEveryone : kPrivateFile, lockWhenNew);
+    opening.file->EnsureMode(mode);
+    opening.isLocked = opening.file->Initialise(lockWhenNew);
     return 0;
   }
   if (errno != EAGAIN) return ErrorFromErrno(errno);
@@ -66,12 +77,33 @@ DWORD MutexFile::Open(const std::string& name, bool isForEveryone, bool lockWhen
 
 MutexFile::~MutexFile() { UnlockAllBytes(_file.Get()); }
 
+void MutexFile::Close(std::unique_ptr<MutexFile> file) {
+  UnlockAllBytes(file->_file.Get());
+  delete g_kept.exchange(file.release());
+}
+
+std::unique_ptr<MutexFile> MutexFile::Reopen(const std::string& name, mode_t mode) {
+  std::unique_ptr<MutexFile> file(g_kept.exchange(nullptr));
+  const bool isUsable =
+      file && file->_name == name && file->TryBecomeFirst() && file->IsAsCreated(mode);
+  return isUsable ? std::move(file) : nullptr;
+}
+
 bool MutexFile::TryBecomeFirst() {
   return TryLockByte(_file.Get(), kExistence, ByteLock::kExclusive);
 }
 
-bool MutexFile::Initialise(mode_t mode, bool lock) {
-  EnsureMode(_file.Get(), mode);
+bool MutexFile::IsAsCreated(mode_t mode) const {
+  static const uid_t user = geteuid();
+  const struct statx status = StatusOf(_file.Get());
+  return status.stx_nlink > 0 && status.stx_uid == user && (status.stx_mode & ALLPERMS) == mode;
+}
+
+void MutexFile::EnsureMode(mode_t mode) const {
+  if ((StatusOf(_file.Get()).stx_mode & ALLPERMS) != mode) fchmod(_file.Get(), mode);
+}
+
+bool MutexFile::Initialise(bool lock) {
   // Whatever a process that has died, or somebody else, left in the file: this is a new mutex.
   if (HasOwner()) SetOwner(false);
   const bool isLocked = lock && TryLock();

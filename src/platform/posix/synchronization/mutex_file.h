@@ -10,7 +10,8 @@
 /// waits for them.
 ///
 /// The file is never shortened or removed: file systems write one that was emptied to the disk when
-/// it is closed, and a mutex may be opened for each line of a log.
+/// it is closed, and a mutex may be opened for each line of a log. For the same reason the file of
+/// the mutex that was closed last stays open, without a lock.
 #pragma once
 
 #include <sys/types.h>
@@ -23,8 +24,8 @@
 
 namespace platform {
 
-/// Open as long as this object lives, and so long the name exists. The locks are those of the
-/// process; which of its threads owns the mutex is kept elsewhere.
+/// The name exists as long as this object lives or until Close. The locks are those of the process;
+/// which of its threads owns the mutex is kept elsewhere.
 class MutexFile {
  public:
   struct Opening {
@@ -38,6 +39,9 @@ class MutexFile {
   static DWORD Open(const std::string& name, bool isForEveryone, bool lockWhenNew,
                     Opening& opening);
   ~MutexFile();
+  /// Gives up every lock, and so the name, and keeps the file open for the next Open of that name.
+  /// The process keeps one file at a time.
+  static void Close(std::unique_ptr<MutexFile> file);
   MutexFile(const MutexFile&) = delete;
   MutexFile& operator=(const MutexFile&) = delete;
 
@@ -52,13 +56,21 @@ class MutexFile {
   void SetOwner(bool isOwned);
 
  private:
-  explicit MutexFile(UniqueFd file) : _file(std::move(file)) {}
+  MutexFile(std::string name, UniqueFd file) : _name(std::move(name)), _file(std::move(file)) {}
+  /// The kept file, with the name taken for a new mutex. Null when another process has the name, or
+  /// when opening the file anew could come out differently.
+  static std::unique_ptr<MutexFile> Reopen(const std::string& name, mode_t mode);
   bool TryBecomeFirst();
+  /// Whether it has not been removed and could have been created for this mutex just now.
+  bool IsAsCreated(mode_t mode) const;
+  /// Whatever the umask is, and whatever the mutex before was for. Only the file's owner can.
+  void EnsureMode(mode_t mode) const;
   /// Lets the others in at its end; whether the mutex is locked then.
-  bool Initialise(mode_t mode, bool lock);
+  bool Initialise(bool lock);
   void Join();
 
-  UniqueFd _file;
+  const std::string _name;
+  const UniqueFd _file;
 };
 
 }  // namespace platform

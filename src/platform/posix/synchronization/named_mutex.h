@@ -30,6 +30,7 @@ class NamedMutex final : public Mutex {
                     Opening& opening);
 
   explicit NamedMutex(std::unique_ptr<MutexFile> file) : _file(std::move(file)) {}
+  ~NamedMutex() override { MutexFile::Close(std::move(_file)); }
 
   bool IsSignalled(const Thread& waiter) override;
   bool Consume(Thread& waiter) override;
@@ -41,7 +42,7 @@ class NamedMutex final : public Mutex {
   void Queue();
   void WaitForTurn();
 
-  const std::unique_ptr<MutexFile> _file;
+  std::unique_ptr<MutexFile> _file;
   // Guarded by the engine's lock.
   bool _isElsewhere = false;  // The last look at the file found it locked by another process.
   bool _isQueued = false;     // A background thread waits for the file's lock.
