@@ -159,7 +159,7 @@ void OEventLog::LoadLogMask() {
   _maskKeyPath.wstring();  // both forms are there now: threads that refresh at once only read them
   const DWORD mask = ReadLogMask();
   _levelMask = mask;
-  _maskReadTick = _maskClock();
+  _maskReadTick = MaskClockMs();
   ORegistry().SetValue(_maskKeyPath, &mask);
 }
 
@@ -171,7 +171,7 @@ DWORD OEventLog::ReadLogMask() const {
 
 void OEventLog::RefreshLogMask() {
   if (_maskKeyPath.IsEmpty()) return;
-  _maskReadTick = _maskClock();
+  _maskReadTick = MaskClockMs();
   _levelMask = ReadLogMask();
 }
 

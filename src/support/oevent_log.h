@@ -56,8 +56,9 @@ class OEventLog {
   using TickSource = DWORD(WINAPI*)();
 
   /// Reads the mask of `sourceName` and writes it back, so that the value exists from the first
-  /// run. The event source is registered by the first event. `maskClock` tells how old the mask is.
-  OEventLog(const OString& sourceName, DWORD eventLogType, TickSource maskClock = GetTickCount);
+  /// run. The event source is registered by the first event. `maskClock` tells how old the mask is;
+  /// null stands for GetTickCount, asked without the detour of a pointer.
+  OEventLog(const OString& sourceName, DWORD eventLogType, TickSource maskClock = nullptr);
   virtual ~OEventLog();
   OEventLog(const OEventLog&) = delete;
   OEventLog& operator=(const OEventLog&) = delete;
@@ -95,12 +96,13 @@ class OEventLog {
   static OString GetDebugPrefix();
 
  private:
+  DWORD MaskClockMs() const { return _maskClock == nullptr ? GetTickCount() : _maskClock(); }
   void LoadLogMask();
   void RefreshLogMask();
   void RefreshLogMaskIfDue() {
     // Taken before the clock is looked at: another thread's refresh must not lie in the future.
     const DWORD readTick = _maskReadTick;
-    if (_maskClock() - readTick > kMaskLifetimeMs) RefreshLogMask();
+    if (MaskClockMs() - readTick > kMaskLifetimeMs) RefreshLogMask();
   }
   DWORD ReadLogMask() const;
 

@@ -2,15 +2,10 @@
 
 #include <time.h>
 
-#include <algorithm>
-#include <atomic>
-
 namespace {
 
 constexpr LONGLONG kNanosecondsPerSecond = 1'000'000'000;
 constexpr LONGLONG kNanosecondsPerMillisecond = 1'000'000;
-/// How long the tick count may go on as if the system had not been asleep.
-constexpr LONGLONG kSleepIsNoticedMs = 1000;
 // The unit of the system's performance counter is 100 ns on everything recent.
 constexpr LONGLONG kCountsPerSecond = 10'000'000;
 constexpr LONGLONG kNanosecondsPerCount = kNanosecondsPerSecond / kCountsPerSecond;
@@ -21,32 +16,7 @@ timespec Now(clockid_t clock) {
   return now;
 }
 
-LONGLONG Nanoseconds(clockid_t clock) {
-  const timespec now = Now(clock);
-  return now.tv_sec * kNanosecondsPerSecond + now.tv_nsec;
-}
-
-/// How long the system has been asleep, as of a second ago at most.
-LONGLONG AsleepMs(LONGLONG awakeMs) {
-  static std::atomic<LONGLONG> asleepMs{0}, nextLookMs{0};
-  if (awakeMs >= nextLookMs.load(std::memory_order_relaxed)) {
-    const LONGLONG asleep = Nanoseconds(CLOCK_BOOTTIME) - Nanoseconds(CLOCK_MONOTONIC);
-    asleepMs = std::max(asleepMs.load(), asleep / kNanosecondsPerMillisecond);
-    nextLookMs = awakeMs + kSleepIsNoticedMs;
-  }
-  return asleepMs.load(std::memory_order_relaxed);
-}
-
 }  // namespace
-
-DWORD GetTickCount() { return static_cast<DWORD>(GetTickCount64()); }
-
-ULONGLONG GetTickCount64() {
-  // Every line of the log that is off asks for the time. The coarse clock takes a quarter of the
-  // time of the others, but misses what the system spent asleep.
-  const LONGLONG awakeMs = Nanoseconds(CLOCK_MONOTONIC_COARSE) / kNanosecondsPerMillisecond;
-  return static_cast<ULONGLONG>(awakeMs + AsleepMs(awakeMs));
-}
 
 BOOL QueryPerformanceCounter(LARGE_INTEGER* count) {
   const timespec now = Now(CLOCK_MONOTONIC);
