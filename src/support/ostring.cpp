@@ -25,10 +25,6 @@ OString::OString(const OString& other) noexcept : _buffer(other._buffer) {
   if (_buffer != nullptr) _buffer->AddReference();
 }
 
-OString::OString(const char* text) : OString() { AssignText(text); }
-
-OString::OString(const WCHAR* text) : OString() { AssignText(text); }
-
 OString::OString(char character) : OString(std::array{character, '\0'}.data()) {}
 
 OString::OString(WCHAR character) : OString(std::array{character, TEXT('\0')}.data()) {}
@@ -58,19 +54,17 @@ OString& OString::AssignText(const Char* text) {
 
 template <class Char>
 OString OString::FromCharacters(const Char* text, int count, DWORD codePage) {
-  OString result(new OStringBuffer(codePage));
   const Char* const end = std::find(text, text + std::max(count, 0), Char{0});
-  result._buffer->Assign(text, static_cast<std::uint64_t>(end - text));
-  return result;
+  return OString(OStringBuffer::Make(text, static_cast<std::uint64_t>(end - text), codePage));
 }
 
 template OString OString::FromCharacters(const char*, int, DWORD);
 template OString OString::FromCharacters(const WCHAR*, int, DWORD);
 
-void OString::MakeUnique() {
+void OString::TakeOwnBuffer() {
   if (_buffer == nullptr) {
     _buffer = new OStringBuffer;
-  } else if (_buffer->IsShared()) {
+  } else {
     OStringBuffer* const own = _buffer->Clone();
     std::exchange(_buffer, own)->Release();
   }
@@ -83,15 +77,14 @@ OString& OString::operator<<(const OString& text) {
   return *this;
 }
 
-OString& OString::operator<<(const char* text) {
-  if (text == nullptr || IsEmpty() || _buffer->Contains(text)) return *this << OString(text);
-  const std::string_view added(text);
-  if (StaysNarrow()) {
-    Splice<char>(kEnd, 0, added);
-  } else if (is_valid_w() && IsAscii(added)) {
-    Splice<WCHAR>(kEnd, 0, added);
+OString& OString::Append(std::string_view text) {
+  const bool isOwn = _buffer != nullptr && _buffer->Contains(text.data());
+  if (!isOwn && is_valid_n() && StaysNarrow()) {
+    AppendTo<char>(text);
+  } else if (!isOwn && is_valid_w() && IsAscii(text)) {
+    AppendTo<WCHAR>(text);
   } else {
-    *this << OString(text);
+    *this << OString(text.data());
   }
   return *this;
 }
@@ -110,6 +103,14 @@ OString operator+(OString left, const char* right) {
   return left;
 }
 
+template <class Char, class In>
+void OString::AppendTo(std::basic_string_view<In> added) {
+  MakeUnique();
+  const std::uint64_t length = View<Char>().size();
+  Char* const end = _buffer->Edit<Char>(length, length + added.size()) + length;
+  *std::copy(added.begin(), added.end(), end) = 0;
+}
+
 template <class Char>
 int OString::Splice(int position, int count, const OString& text) {
   const OString source(text);  // Keeps the text when it is this string's own.
@@ -124,11 +125,13 @@ int OString::Splice(int position, int count, std::basic_string_view<In> added) {
   count = std::clamp(count, 0, length - position);
   const int newLength = length - count + static_cast<int>(added.size());
 
-  Char* const form = _buffer->Edit<Char>(static_cast<std::uint64_t>(newLength));
+  Char* const form = _buffer->Edit<Char>(static_cast<std::uint64_t>(length),
+                                         static_cast<std::uint64_t>(newLength));
   Char* const gap = form + position;
   std::char_traits<Char>::move(gap + added.size(), gap + count,
-                               static_cast<std::size_t>(length - position - count + 1));
+                               static_cast<std::size_t>(length - position - count));
   std::copy(added.begin(), added.end(), gap);
+  form[newLength] = 0;
   if (newLength < length) {
     SecureWipe(form + newLength, static_cast<std::size_t>(length - newLength) * sizeof(Char));
   }
@@ -141,8 +144,6 @@ template int OString::Splice<WCHAR>(int, int, const OString&);
 int OString::GetLength() const {
   return InForm(WorksWide(), [&]<class Char>() { return static_cast<int>(View<Char>().size()); });
 }
-
-bool OString::StaysNarrow() const { return CodePage() == CP_ACP && !WorksWide(); }
 
 bool OString::HasOtherPageThan(const OString& other) const {
   return ResolvedPage(CodePage()) != ResolvedPage(other.CodePage());

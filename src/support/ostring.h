@@ -24,8 +24,8 @@ class OString {
   OString() noexcept = default;
   OString(const OString& other) noexcept;
   OString(OString&& other) noexcept : _buffer(std::exchange(other._buffer, nullptr)) {}
-  OString(const char* text);
-  OString(const WCHAR* text);
+  OString(const char* text) : _buffer(OStringBuffer::Make(text)) {}
+  OString(const WCHAR* text) : _buffer(OStringBuffer::Make(text)) {}
   explicit OString(char character);
   explicit OString(WCHAR character);
   /// The decimal digits of `value`.
@@ -40,7 +40,9 @@ class OString {
 
   /// Appending to an empty string shares the appended string's buffer.
   OString& operator<<(const OString& text);
-  OString& operator<<(const char* text);
+  OString& operator<<(const char* text) {
+    return text == nullptr ? *this : Append(std::string_view(text));
+  }
   OString& operator<<(const WCHAR* text);
   /// Appends signed decimal digits.
   OString& operator<<(int value);
@@ -63,7 +65,11 @@ class OString {
 
   /// -1, 0 or 1. Wide characters compare unsigned, narrow ones signed: bytes from 0x80 upward sort
   /// before ASCII and before the end of a string.
-  int Compare(const OString& other) const;
+  int Compare(const OString& other) const {
+    // Most texts are narrow, and the C library finds out soonest that two of them are the same.
+    const bool haveText = _buffer != nullptr && other._buffer != nullptr;
+    return haveText && _buffer->HasNarrowTextOf(*other._buffer) ? 0 : CompareInWorkingForm(other);
+  }
   /// The same with "a" to "z", and only those, taken as upper case.
   int CompareNoCase(const OString& other) const;
   int CompareNoCase(const char* text) const;
@@ -129,7 +135,10 @@ class OString {
     return wide ? operation.template operator()<WCHAR>() : operation.template operator()<char>();
   }
 
-  void MakeUnique();
+  void MakeUnique() {
+    if (_buffer == nullptr || _buffer->IsShared()) TakeOwnBuffer();
+  }
+  void TakeOwnBuffer();
   DWORD CodePage() const noexcept { return _buffer == nullptr ? CP_ACP : _buffer->CodePage(); }
   bool WorksWide() const {
     return _buffer == nullptr ? OStringBuffer::IsMultiBytePage(CP_ACP) : _buffer->WorksWide();
@@ -139,7 +148,10 @@ class OString {
            (CodePage() != other.CodePage() && HasOtherPageThan(other));
   }
   bool HasOtherPageThan(const OString& other) const;
+  int CompareInWorkingForm(const OString& other) const;
 
+  template <class Char, class In>
+  void AppendTo(std::basic_string_view<In> added);
   /// The one way of editing: `count` characters at `position` make room for those of `text`.
   template <class Char>
   int Splice(int position, int count, const OString& text);
@@ -147,8 +159,10 @@ class OString {
   /// wide form is ASCII.
   template <class Char, class In>
   int Splice(int position, int count, std::basic_string_view<In> added);
+  /// `text` ends in a NUL.
+  OString& Append(std::string_view text);
   /// Whether working with narrow text of the system's code page, too, takes the narrow form.
-  bool StaysNarrow() const;
+  bool StaysNarrow() const { return CodePage() == CP_ACP && !WorksWide(); }
   template <class Map>
   int CompareMapped(const OString& other, Map map) const;
   template <class Map>

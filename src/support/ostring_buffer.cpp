@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <functional>
 #include <memory>
 #include <string>
 
@@ -28,21 +27,9 @@ std::uint64_t CapacityFor(std::uint64_t lengthChars) {
 
 template <class Char>
 Char* NewForm(std::uint64_t roomBytes) {
-  Char* form = new Char[roomBytes / sizeof(Char)];
+  Char* const form = static_cast<Char*>(::operator new(roomBytes));
   *form = 0;
   return form;
-}
-
-template <class Char>
-void WipeAndDelete(Char* form, std::uint64_t roomBytes) {
-  SecureWipe(form, roomBytes);
-  delete[] form;
-}
-
-bool IsWithin(const void* position, const void* start, std::uint64_t sizeBytes) {
-  const auto* const first = static_cast<const BYTE*>(start);
-  const auto* const at = static_cast<const BYTE*>(position);
-  return first != nullptr && !std::less<>()(at, first) && std::less<>()(at, first + sizeBytes);
 }
 
 /// The bytes that the text takes with its NUL, 0 on failure; `narrow` may be null while `room` is
@@ -67,14 +54,46 @@ OStringBuffer::~OStringBuffer() {
 }
 
 void OStringBuffer::Release() {
-  if (_references.fetch_sub(1, std::memory_order_acq_rel) == 1) delete this;
+  // What only the caller refers to, nobody else can come to refer to.
+  if (!IsShared() || _references.fetch_sub(1, std::memory_order_acq_rel) == 1) delete this;
+}
+
+template <class Char>
+OStringBuffer* OStringBuffer::WithRoom(std::uint64_t lengthChars, DWORD codePage) {
+  // One block of memory for both takes half the time of two.
+  const std::uint64_t capacityChars = CapacityFor(lengthChars);
+  const std::uint64_t roomBytes = lengthChars == 0 ? 0 : capacityChars * sizeof(WCHAR);
+  auto* const buffer =
+      new (::operator new(sizeof(OStringBuffer) + roomBytes)) OStringBuffer(codePage);
+  buffer->_capacityChars = capacityChars;
+  if (roomBytes != 0) buffer->Form<Char>() = static_cast<Char*>(buffer->Appendix());
+  return buffer;
+}
+
+template <class Char>
+OStringBuffer* OStringBuffer::Make(const Char* text, std::uint64_t count, DWORD codePage) {
+  OStringBuffer* const buffer = WithRoom<Char>(count, codePage);
+  if (count == 0) return buffer;
+  std::char_traits<Char>::copy(buffer->Form<Char>(), text, count);
+  buffer->Form<Char>()[count] = 0;
+  return buffer;
+}
+
+template <class Char>
+OStringBuffer* OStringBuffer::MakeWhole(const Char* text, std::uint64_t lengthChars) {
+  OStringBuffer* const buffer = WithRoom<Char>(lengthChars, CP_ACP);
+  // With its NUL at once: who counts the text now need not wait for a store of its own.
+  if (lengthChars != 0) {
+    std::char_traits<Char>::copy(buffer->Form<Char>(), text, lengthChars + 1);
+  }
+  return buffer;
 }
 
 OStringBuffer* OStringBuffer::Clone() const {
   std::unique_ptr<OStringBuffer, Releaser> copy(new OStringBuffer(_codePage));
   copy->_capacityChars = _capacityChars;
+  copy->CopyForm<WCHAR>(*this);  // First: the room of the narrow one may depend on it.
   copy->CopyForm<char>(*this);
-  copy->CopyForm<WCHAR>(*this);
   return copy.release();
 }
 
@@ -90,7 +109,8 @@ template <class Char>
 std::uint64_t OStringBuffer::RoomBytes() const {
   const std::uint64_t room = _capacityChars * sizeof(WCHAR);
   if constexpr (std::is_same_v<Char, char>) {
-    return _narrow == nullptr ? room : std::max(room, LengthOf(_narrow) + 1);
+    // Only a form that was made from a wide one outgrows the room, and no wide form goes before it.
+    return _narrow == nullptr || _wide == nullptr ? room : std::max(room, LengthOf(_narrow) + 1);
   } else {
     return room;
   }
@@ -109,9 +129,12 @@ void OStringBuffer::Empty() {
 
 template <class Char>
 void OStringBuffer::Free() {
+  // No block starts at the appendix of another.
+  static_assert(sizeof(OStringBuffer) % __STDCPP_DEFAULT_NEW_ALIGNMENT__ != 0);
   if (Form<Char>() == nullptr) return;
-  WipeAndDelete(Form<Char>(), RoomBytes<Char>());
-  Form<Char>() = nullptr;
+  Empty<Char>();
+  Char* const form = std::exchange(Form<Char>(), nullptr);
+  if (form != Appendix()) ::operator delete(form);
 }
 
 template <class Char>
@@ -125,7 +148,9 @@ const Char* OStringBuffer::ConvertedText() {
 void OStringBuffer::FillFrom(const char* text) {
   WCHAR* const wide = Allocated<WCHAR>();
   const int room = static_cast<int>(_capacityChars);
-  if (MultiByteToWideChar(_codePage, 0, text, -1, wide, room) == 0) *wide = 0;
+  if (MultiByteToWideChar(_codePage, 0, text, -1, wide, room) == 0) {
+    SecureWipe(wide, RoomBytes<WCHAR>());
+  }
 }
 
 void OStringBuffer::FillFrom(const WCHAR* text) {
@@ -135,21 +160,22 @@ void OStringBuffer::FillFrom(const WCHAR* text) {
     _narrow = NewForm<char>(static_cast<std::uint64_t>(needed));
   }
   char* const narrow = Allocated<char>();
-  if (ToNarrow(_codePage, text, narrow, needed) == 0) *narrow = 0;
+  if (ToNarrow(_codePage, text, narrow, needed) == 0) {
+    SecureWipe(narrow, static_cast<std::size_t>(needed));
+  }
 }
 
 template <class Char>
-Char* OStringBuffer::Edit(std::uint64_t lengthChars) {
-  Text<Char>();
+Char* OStringBuffer::Edit(std::uint64_t textChars, std::uint64_t lengthChars) {
   Empty<OtherForm<Char>>();
-  if (lengthChars + 1 > _capacityChars) Grow<Char>(CapacityFor(lengthChars));
+  if (lengthChars + 1 > _capacityChars) Grow<Char>(textChars, CapacityFor(lengthChars));
   return Allocated<Char>();
 }
 
 template <class Char>
-void OStringBuffer::Grow(std::uint64_t capacityChars) {
+void OStringBuffer::Grow(std::uint64_t textChars, std::uint64_t capacityChars) {
   Char* const grown = NewForm<Char>(capacityChars * sizeof(WCHAR));
-  if (IsValid<Char>()) std::copy_n(Form<Char>(), LengthOf(Form<Char>()) + 1, grown);
+  if (textChars != 0) std::char_traits<Char>::copy(grown, Form<Char>(), textChars + 1);
   Free<char>();
   Free<WCHAR>();
   _capacityChars = capacityChars;
@@ -172,13 +198,13 @@ void OStringBuffer::Assign(const Char* text, std::uint64_t count) {
   form[count] = 0;
 }
 
-bool OStringBuffer::Contains(const void* text) const {
-  return IsWithin(text, _narrow, RoomBytes<char>()) || IsWithin(text, _wide, RoomBytes<WCHAR>());
-}
-
 template const char* OStringBuffer::ConvertedText();
 template const WCHAR* OStringBuffer::ConvertedText();
-template char* OStringBuffer::Edit(std::uint64_t);
-template WCHAR* OStringBuffer::Edit(std::uint64_t);
+template OStringBuffer* OStringBuffer::Make(const char*, std::uint64_t, DWORD);
+template OStringBuffer* OStringBuffer::Make(const WCHAR*, std::uint64_t, DWORD);
+template OStringBuffer* OStringBuffer::MakeWhole(const char*, std::uint64_t);
+template OStringBuffer* OStringBuffer::MakeWhole(const WCHAR*, std::uint64_t);
+template char* OStringBuffer::Edit(std::uint64_t, std::uint64_t);
+template WCHAR* OStringBuffer::Edit(std::uint64_t, std::uint64_t);
 template void OStringBuffer::Assign(const char*, std::uint64_t);
 template void OStringBuffer::Assign(const WCHAR*, std::uint64_t);

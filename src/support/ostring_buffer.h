@@ -3,6 +3,8 @@
 
 #include <atomic>
 #include <cstdint>
+#include <cstring>
+#include <string>
 #include <type_traits>
 #include <utility>
 
@@ -21,6 +23,17 @@ class OStringBuffer {
   explicit OStringBuffer(DWORD codePage = CP_ACP) : _codePage(codePage) {}
   OStringBuffer(const OStringBuffer&) = delete;
   OStringBuffer& operator=(const OStringBuffer&) = delete;
+  /// Not by size: the form that Make puts behind the object is part of its block.
+  static void operator delete(void* block) { ::operator delete(block); }
+
+  /// A buffer with one reference that holds the first `count` characters of `text`.
+  template <class Char>
+  static OStringBuffer* Make(const Char* text, std::uint64_t count, DWORD codePage);
+  /// The same with a whole text. Null counts as empty.
+  template <class Char>
+  static OStringBuffer* Make(const Char* text) {
+    return MakeWhole(text, text == nullptr ? 0 : std::char_traits<Char>::length(text));
+  }
 
   void AddReference() { _references.fetch_add(1, std::memory_order_relaxed); }
   /// Gives one reference back; the last one frees the buffer.
@@ -52,22 +65,39 @@ class OStringBuffer {
     return IsValid<Char>() ? Form<Char>() : ConvertedText<Char>();
   }
 
+  /// Whether both are narrow texts of one code page, made of the same bytes. True only for what
+  /// would be the same in the wide form, too.
+  bool HasNarrowTextOf(const OStringBuffer& other) const {
+    return _wide == nullptr && other._wide == nullptr && _narrow != nullptr &&
+           other._narrow != nullptr && _codePage == other._codePage &&
+           std::strcmp(_narrow, other._narrow) == 0;
+  }
+
   /// Makes this the only valid form, with room for `lengthChars` characters besides its NUL, and
-  /// returns it. The text stays.
+  /// returns it. The text stays: its `textChars` characters are in this form already.
   template <class Char>
-  Char* Edit(std::uint64_t lengthChars);
+  Char* Edit(std::uint64_t textChars, std::uint64_t lengthChars);
 
   /// Replaces the text by the first `count` characters of `text` (not a part of this buffer).
   template <class Char>
   void Assign(const Char* text, std::uint64_t count);
 
   /// Whether `text` points into one of the forms.
-  bool Contains(const void* text) const;
+  bool Contains(const void* text) const { return IsWithin(text, _narrow) || IsWithin(text, _wide); }
 
  private:
   ~OStringBuffer();
 
   static bool IsListed(DWORD codePage);
+  template <class Char>
+  bool IsWithin(const void* position, const Char* form) const {
+    // No form is longer than this: what is farther away needs no count of the characters.
+    constexpr std::uint64_t kMostBytesPerChar = 4;
+    const std::uint64_t distance =
+        reinterpret_cast<std::uintptr_t>(position) - reinterpret_cast<std::uintptr_t>(form);
+    return form != nullptr && distance < _capacityChars * kMostBytesPerChar &&
+           distance <= std::char_traits<Char>::length(form) * sizeof(Char);
+  }
 
   template <class Char>
   Char* const& Form() const {
@@ -86,6 +116,10 @@ class OStringBuffer {
   template <class Char>
   std::uint64_t RoomBytes() const;
   template <class Char>
+  static OStringBuffer* WithRoom(std::uint64_t lengthChars, DWORD codePage);
+  template <class Char>
+  static OStringBuffer* MakeWhole(const Char* text, std::uint64_t lengthChars);
+  template <class Char>
   const Char* ConvertedText();
   template <class Char>
   Char* Allocated();
@@ -96,7 +130,9 @@ class OStringBuffer {
   template <class Char>
   void CopyForm(const OStringBuffer& source);
   template <class Char>
-  void Grow(std::uint64_t capacityChars);
+  void Grow(std::uint64_t textChars, std::uint64_t capacityChars);
+  /// The memory behind the object, where Make puts the first form.
+  void* Appendix() { return this + 1; }
   void FillFrom(const char* text);
   void FillFrom(const WCHAR* text);
 

@@ -43,7 +43,9 @@ int OString::CompareMapped(const char* text, Map map) const {
   return Order(nstring(), text == nullptr ? "" : text, map);
 }
 
-int OString::Compare(const OString& other) const { return CompareMapped(other, std::identity()); }
+int OString::CompareInWorkingForm(const OString& other) const {
+  return CompareMapped(other, std::identity());
+}
 
 int OString::CompareNoCase(const OString& other) const {
   return CompareMapped(other, kToUpperCase);

@@ -73,8 +73,8 @@ int OString::ReplaceAll(const OString& oldText, const OString& newText) {
 
   OString result(new OStringBuffer(CodePage()));
   const auto occurrences = static_cast<std::size_t>(count);
-  Char* out = result._buffer->Edit<Char>(text.size() - occurrences * sought.size() +
-                                         occurrences * replacement.size());
+  Char* out = result._buffer->Edit<Char>(
+      0, text.size() - occurrences * sought.size() + occurrences * replacement.size());
   std::size_t resume = 0;
   for (std::size_t at = text.find(sought); at != text.npos; at = text.find(sought, resume)) {
     out = std::copy(text.begin() + resume, text.begin() + at, out);
