@@ -81,8 +81,8 @@ constexpr int _SH_DENYNO = 0x40;
 /// fopen of the C runtime, to append text with shared access: `path` in the ANSI code page, `mode`
 /// "a" and `shareFlag` _SH_DENYNO only. LF is written as CR LF; the stream cannot be positioned.
 /// What is printed to it between two flushes, up to 64 KiB, reaches the file in one write or, on a
-/// full disk, not at all. Null on failure, errno says why (EINVAL: another mode; ENOTSUP: no
-/// regular file).
+/// full disk, not at all. Null on failure, errno says why (EINVAL: another mode; ENOTSUP: a FIFO
+/// or the like).
 std::FILE* _fsopen(const char* path, const char* mode, int shareFlag);
 
 constexpr int CSIDL_COMMON_APPDATA = 0x0023;

@@ -11,12 +11,10 @@
 namespace platform {
 namespace {
 
-/// Asks for the kind alone. The system would take a question for the file's times, as fstat asks,
-/// as the wish to tell the next write from this moment, and that write would take twice as long.
-bool IsRegular(int file) {
-  struct statx status {};
-  return statx(file, "", AT_EMPTY_PATH, STATX_TYPE, &status) == 0 && S_ISREG(status.stx_mode);
-}
+/// A FIFO and its like have no position. It is asked for because the system would take a question
+/// for the file's times, as fstat asks, as the wish to tell the next write from this moment, and
+/// that write would take twice as long.
+bool HasPosition(int file) { return lseek(file, 0, SEEK_CUR) >= 0; }
 
 /// Leaves the bytes where they are when another process has appended to them since.
 void TakeBack(int file, std::size_t sizeBytes) {
@@ -29,10 +27,9 @@ void TakeBack(int file, std::size_t sizeBytes) {
 }  // namespace
 
 UniqueFd OpenToAppend(const std::string& path) {
-  UniqueFd file(open(path.c_str(),
-                     O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY | O_NONBLOCK,
-                     kPrivateFile));
-  if (file && !IsRegular(file.Get())) {
+  constexpr int kFlags = O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
+  UniqueFd file(open(path.c_str(), kFlags, kPrivateFile));
+  if (file && !HasPosition(file.Get())) {
     file.Reset();
     errno = ENOTSUP;
   }

@@ -9,7 +9,8 @@
 namespace platform {
 
 /// Opens the file to append to it, and creates it for its owner alone (0600). Empty with errno set
-/// on failure; whatever is no regular file (a FIFO without a reader would block) is ENOTSUP.
+/// on failure. What has no position is ENOTSUP: a write to a FIFO that its reader has just left
+/// would end the process. It does not wait for a FIFO's reader either.
 UniqueFd OpenToAppend(const std::string& path);
 
 /// Appends everything, in one write, or nothing: 0 or an errno value. What a full disk took of it
