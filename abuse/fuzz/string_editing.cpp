@@ -4,7 +4,6 @@
 #include <string>
 
 #include "fuzz/fuzz_target.h"
-#include "support/oregistry.h"
 #include "support/ostring.h"
 #include "support/scoped_handle.h"
 
@@ -22,7 +21,11 @@ void ChooseCodePage(std::uint8_t choice) {
   isChosen = true;
   constexpr const WCHAR* kPages[] = {TEXT("1252"), TEXT("932"), TEXT("1251"), TEXT("936")};
   const std::u16string page = kPages[choice % std::size(kPages)];
-  const ScopedKey key(ORegistry().OpenKey("2:SYSTEM/CurrentControlSet/Control/Nls/CodePage", true));
+  // A path in a string would have the process ask for its page before it is there.
+  ScopedKey key;
+  RegCreateKeyExW(HKEY_LOCAL_MACHINE, TEXT("SYSTEM\\CurrentControlSet\\Control\\Nls\\CodePage"), 0,
+                  nullptr, REG_OPTION_NON_VOLATILE, KEY_ALL_ACCESS, nullptr, key.Receive(),
+                  nullptr);
   RegSetValueExW(key.Get(), TEXT("ACP"), 0, REG_SZ, reinterpret_cast<const BYTE*>(page.c_str()),
                  static_cast<DWORD>((page.size() + 1) * sizeof(WCHAR)));
 }
