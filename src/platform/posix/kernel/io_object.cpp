@@ -18,8 +18,8 @@ template <class Transfer>
 BOOL RunTransfer(HANDLE file, LPDWORD count, LPOVERLAPPED overlapped, Transfer transfer) {
   if (count != nullptr) *count = 0;
   if (overlapped != nullptr) return Fail(ERROR_INVALID_PARAMETER);
-  const auto object = platform::LookupObject(file);
-  IoObject* const target = object ? object->AsIoObject() : nullptr;
+  const platform::ObjectUse use(file);
+  IoObject* const target = use.Get() != nullptr ? use.Get()->AsIoObject() : nullptr;
   if (target == nullptr) return Fail(ERROR_INVALID_HANDLE);
   DWORD done = 0;
   const DWORD error = transfer(*target, done);

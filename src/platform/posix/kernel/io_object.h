@@ -7,7 +7,7 @@
 namespace platform {
 
 /// The operations return a system error code, 0 for success. Any thread may call them; the caller
-/// holds a KernelScope and a reference to the object, so a handle that is closed meanwhile does no
+/// holds a KernelScope and keeps the object alive, so a handle that is closed meanwhile does no
 /// harm.
 class IoObject : public Object {
  public:

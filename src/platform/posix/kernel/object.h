@@ -9,6 +9,7 @@
 
 namespace platform {
 
+class HandleSlot;
 class IoObject;
 
 /// A counted object. What can be waited for derives from Waitable (wait_engine.h).
@@ -38,6 +39,24 @@ HANDLE InsertHandle(std::shared_ptr<Object> object);
 
 /// Null when the handle is not in the table.
 std::shared_ptr<Object> LookupObject(HANDLE handle);
+
+/// The object behind a handle while this lives: found without a lock and without a reference of its
+/// own. A handle that is closed meanwhile leaves the table at once, the object when this ends.
+class ObjectUse {
+ public:
+  explicit ObjectUse(HANDLE handle);
+  ~ObjectUse();
+  ObjectUse(const ObjectUse&) = delete;
+  ObjectUse& operator=(const ObjectUse&) = delete;
+
+  /// Null when the handle is not in the table.
+  Object* Get() const { return _object; }
+
+ private:
+  const HANDLE _handle;
+  HandleSlot* _slot;
+  Object* _object = nullptr;
+};
 
 /// Takes the handle out of the table and calls OnLastHandleClosed if it was the object's last one;
 /// null when the handle is not in the table.
