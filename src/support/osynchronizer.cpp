@@ -42,18 +42,3 @@ OCriticalSection::~OCriticalSection() {
   DeleteCriticalSection(_section);
   std::free(_section);
 }
-
-void OCriticalSection::Acquire() { EnterCriticalSection(_section); }
-
-void OCriticalSection::Release() { LeaveCriticalSection(_section); }
-
-OAutoLock::OAutoLock(OSynchronizer& synchronizer, InitialState initialState)
-    : _synchronizer(&synchronizer) {
-  if (initialState != kAcquire) return;
-  _synchronizer->Acquire();
-  _locked = true;
-}
-
-OAutoLock::~OAutoLock() {
-  if (_locked) _synchronizer->Release();
-}

@@ -45,12 +45,12 @@ class OMutex : public OSynchronizer {
 };
 
 /// A lock within the process, recursive for its owning thread.
-class OCriticalSection : public OSynchronizer {
+class OCriticalSection final : public OSynchronizer {
  public:
   OCriticalSection();
   ~OCriticalSection() override;
-  void Acquire() override;
-  void Release() override;
+  void Acquire() override { EnterCriticalSection(_section); }
+  void Release() override { LeaveCriticalSection(_section); }
 
  private:
   CRITICAL_SECTION* _section;
@@ -61,8 +61,15 @@ class OAutoLock {
  public:
   enum InitialState : DWORD { kAcquire = 0, kDoNotAcquire = 1 };
 
-  explicit OAutoLock(OSynchronizer& synchronizer, InitialState initialState = kAcquire);
-  ~OAutoLock();
+  explicit OAutoLock(OSynchronizer& synchronizer, InitialState initialState = kAcquire)
+      : _synchronizer(&synchronizer) {
+    if (initialState != kAcquire) return;
+    _synchronizer->Acquire();
+    _locked = true;
+  }
+  ~OAutoLock() {
+    if (_locked) _synchronizer->Release();
+  }
   OAutoLock(const OAutoLock&) = delete;
   OAutoLock& operator=(const OAutoLock&) = delete;
 

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <deque>
 #include <functional>
 #include <memory>
 
@@ -29,6 +30,30 @@ TEST(ThreadTest, ExitCodeSaysHowItEnded) {
     EXPECT_EQ(thread.ExitCode(), 7U);
   }
   CloseHandle(gate);
+}
+
+TEST(ThreadTest, ASectionExcludesOthersUntilItWasLeftAsOftenAsEntered) {
+  constexpr int kThreads = 4;
+  constexpr int kRounds = 300000;
+  CRITICAL_SECTION section;
+  InitializeCriticalSection(&section);
+  int count = 0;
+  std::deque<TestThread> threads;
+  for (int i = 0; i < kThreads; ++i) {
+    threads.emplace_back([&]() -> unsigned {
+      for (int round = 0; round < kRounds; ++round) {
+        EnterCriticalSection(&section);
+        EnterCriticalSection(&section);
+        LeaveCriticalSection(&section);
+        ++count;
+        LeaveCriticalSection(&section);
+      }
+      return 0;
+    });
+  }
+  for (TestThread& thread : threads) thread.Join();
+  EXPECT_EQ(count, kThreads * kRounds);
+  DeleteCriticalSection(&section);
 }
 
 TEST(ThreadTest, CountsWhoWantsItsApartment) {

@@ -18,10 +18,10 @@ HANDLE CreateMutexW(LPSECURITY_ATTRIBUTES attributes, BOOL initialOwner, LPCWSTR
 /// Gives one ownership of the calling thread back; ERROR_NOT_OWNER (288) when it owns none.
 BOOL ReleaseMutex(HANDLE mutex);
 
-/// Recursive for its owning thread. One opaque pointer, so that it can be allocated like the
-/// system's own record.
+/// Recursive for its owning thread. Opaque, and allocated by the caller like the system's own
+/// record.
 struct CRITICAL_SECTION {
-  void* DebugInfo;
+  void* opaque[2];
 };
 using LPCRITICAL_SECTION = CRITICAL_SECTION*;
 

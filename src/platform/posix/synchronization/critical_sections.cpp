@@ -1,33 +1,42 @@
-#include <pthread.h>
+#include <atomic>
+#include <new>
 
 #include "platform/posix/api/synchronization.h"
+#include "platform/posix/api/threads.h"
+#include "platform/posix/kernel/short_lock.h"
 
 namespace {
 
+struct Section {
+  platform::ShortLock lock;
+  LONG recursion = 0;           // Guarded by the lock.
+  std::atomic<DWORD> owner{0};  // Its own id is there for the owning thread alone.
+};
+static_assert(sizeof(Section) <= sizeof(CRITICAL_SECTION));
+
 // No KernelScope: a thread that is terminated inside a section, or while it waits for one, leaves
 // the section as it is, as on Windows.
-pthread_mutex_t* MutexOf(LPCRITICAL_SECTION section) {
-  return static_cast<pthread_mutex_t*>(section->DebugInfo);
-}
+Section& SectionOf(LPCRITICAL_SECTION section) { return reinterpret_cast<Section&>(*section); }
 
 }  // namespace
 
-void InitializeCriticalSection(LPCRITICAL_SECTION section) {
-  pthread_mutexattr_t attributes;
-  pthread_mutexattr_init(&attributes);
-  pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_RECURSIVE);
-  auto* const mutex = new pthread_mutex_t;
-  pthread_mutex_init(mutex, &attributes);
-  pthread_mutexattr_destroy(&attributes);
-  section->DebugInfo = mutex;
+void InitializeCriticalSection(LPCRITICAL_SECTION section) { new (section) Section; }
+
+void DeleteCriticalSection(LPCRITICAL_SECTION section) { SectionOf(section).~Section(); }
+
+void EnterCriticalSection(LPCRITICAL_SECTION section) {
+  Section& target = SectionOf(section);
+  const DWORD self = GetCurrentThreadId();
+  if (target.owner.load(std::memory_order_relaxed) != self) {
+    target.lock.lock();
+    target.owner.store(self, std::memory_order_relaxed);
+  }
+  ++target.recursion;
 }
 
-void DeleteCriticalSection(LPCRITICAL_SECTION section) {
-  pthread_mutex_destroy(MutexOf(section));
-  delete MutexOf(section);
-  section->DebugInfo = nullptr;
+void LeaveCriticalSection(LPCRITICAL_SECTION section) {
+  Section& target = SectionOf(section);
+  if (--target.recursion > 0) return;
+  target.owner.store(0, std::memory_order_relaxed);
+  target.lock.unlock();
 }
-
-void EnterCriticalSection(LPCRITICAL_SECTION section) { pthread_mutex_lock(MutexOf(section)); }
-
-void LeaveCriticalSection(LPCRITICAL_SECTION section) { pthread_mutex_unlock(MutexOf(section)); }
