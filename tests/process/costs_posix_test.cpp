@@ -108,7 +108,7 @@ class Costs : public ControlTest {
       for (const auto& thread : ThreadsOf(_tagwright.Id())) {
         std::ifstream call(thread.path() / "syscall");
         long number = -1;
-        if (call >> number && number == SYS_recvmsg) found = std::stoi(thread.path().filename());
+        if (call >> number && number == SYS_recvfrom) found = std::stoi(thread.path().filename());
       }
       return found != 0;
     });
@@ -118,19 +118,19 @@ class Costs : public ControlTest {
 
 TEST_F(Costs, ARequestIsReceivedAndAnswered) {
   StartTagwright();
-  EXPECT_EQ(CallsFor(0x301, "", 200002), (CallCounts{{SYS_recvmsg, 1}, {SYS_sendto, 1}}));
+  EXPECT_EQ(CallsFor(0x301, "", 200002), (CallCounts{{SYS_recvfrom, 1}, {SYS_sendto, 1}}));
   // What the client's system takes in pieces may be received in as many.
   for (const auto& [payloadBytes, pieces] : {std::pair{1024, 2}, {64 * 1024, 4}}) {
     auto calls = CallsFor(0x301, std::string(static_cast<std::size_t>(payloadBytes), 'x'), 200002);
-    EXPECT_LE(std::exchange(calls[SYS_recvmsg], 1), pieces) << payloadBytes;
-    EXPECT_EQ(calls, (CallCounts{{SYS_recvmsg, 1}, {SYS_sendto, 1}})) << payloadBytes;
+    EXPECT_LE(std::exchange(calls[SYS_recvfrom], 1), pieces) << payloadBytes;
+    EXPECT_EQ(calls, (CallCounts{{SYS_recvfrom, 1}, {SYS_sendto, 1}})) << payloadBytes;
   }
 }
 
 TEST_F(Costs, AJobLooksAtItsFilesAndHoldsTheMutex) {
   StartTagwright("instant\\tagwright");
   EXPECT_EQ(CallsFor(0x200, Example("card.xml"), 0),
-            (CallCounts{{SYS_recvmsg, 1},
+            (CallCounts{{SYS_recvfrom, 1},
                         {SYS_sendto, 1},
                         {SYS_newfstatat, 5},  // The required files.
                         {SYS_openat, 1},      // Whether a debugger listens.
@@ -144,7 +144,7 @@ TEST_F(Costs, ALineOfTheLogOpensItsFilesAndKeepsThatOfItsMutex) {
   _log.SetMask(LogLevel::kDetailInfoA | LogLevel::kCopyToFile);  // One line for each request.
   StartTagwright();
   EXPECT_EQ(CallsFor(0x301, "", 200002),
-            (CallCounts{{SYS_recvmsg, 1},
+            (CallCounts{{SYS_recvfrom, 1},
                         {SYS_sendto, 1},
                         {SYS_openat, 2},  // The event log's file and the log file.
                         {SYS_lseek, 2},   // fstat would make the next write twice as slow.

@@ -4,6 +4,7 @@
 #include <sys/syscall.h>
 
 #include <cerrno>
+#include <mutex>
 
 #include "platform/posix/api/errors.h"
 #include "platform/posix/kernel/kernel_scope.h"
@@ -57,11 +58,12 @@ DWORD PendingIo::WaitFor(int fd, short events) {
   return EndedWith();
 }
 
-ssize_t PendingIo::Receive(int socket, msghdr& message, DWORD& ended) {
+ssize_t PendingIo::Receive(int socket, void* buffer, std::size_t size, DWORD& ended) {
   for (;;) {
     ended = EndedWith();
     if (ended != 0) return -EINTR;
-    const long result = CallUntilWoken(SYS_recvmsg, socket, reinterpret_cast<long>(&message));
+    const long result = CallUntilWoken(SYS_recvfrom, socket, reinterpret_cast<long>(buffer),
+                                       static_cast<long>(size));
     if (result != -EINTR) return result;
   }
 }

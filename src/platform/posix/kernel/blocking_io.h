@@ -7,12 +7,11 @@
 #pragma once
 
 #include <pthread.h>
-#include <sys/socket.h>
 
 #include <atomic>
-#include <mutex>
 
 #include "platform/posix/api/base.h"
+#include "platform/posix/kernel/short_lock.h"
 
 namespace platform {
 
@@ -29,7 +28,7 @@ class PendingIoList {
 
  private:
   friend class PendingIo;
-  std::mutex _lock;
+  ShortLock _lock;
   PendingIo* _first = nullptr;  // Guarded by the lock, like the operations' links.
 };
 
@@ -48,9 +47,9 @@ class PendingIo {
   /// alone.
   DWORD WaitFor(int fd, short events);
 
-  /// Receives like recvmsg, sleeping until there is something. The number of bytes or a negative
+  /// Receives like recv, sleeping until there is something. The number of bytes or a negative
   /// errno value; when the operation is ended, that is in `ended`.
-  ssize_t Receive(int socket, msghdr& message, DWORD& ended);
+  ssize_t Receive(int socket, void* buffer, std::size_t size, DWORD& ended);
 
  private:
   friend class PendingIoList;

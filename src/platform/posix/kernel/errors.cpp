@@ -6,7 +6,7 @@
 
 namespace {
 
-thread_local DWORD t_lastError = ERROR_SUCCESS;
+[[gnu::tls_model("initial-exec")]] constinit thread_local DWORD t_lastError = ERROR_SUCCESS;
 
 struct SystemMessage {
   DWORD code;

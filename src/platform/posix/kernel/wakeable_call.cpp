@@ -37,6 +37,8 @@ TagwrightWakeableCall:
     movq %rcx, %rsi
     movq %r8, %rdx
     movq %r9, %r10
+    xorl %r8d, %r8d
+    xorl %r9d, %r9d
 TagwrightWakeableCallBegin:
     cmpl $0, (%r11)
     jne TagwrightWakeableCallWoken
@@ -106,7 +108,7 @@ void UnblockWakeSignal() {
 
 // Whoever started the thread may have blocked the signal.
 void BecomeWakeable() {
-  thread_local constinit bool isWakeable = false;
+  [[gnu::tls_model("initial-exec")]] static constinit thread_local bool isWakeable = false;
   if (isWakeable) return;
   static const bool isInstalled = InstallHandler();
   (void)isInstalled;

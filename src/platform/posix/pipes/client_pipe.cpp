@@ -8,7 +8,9 @@ ClientPipe::ClientPipe(UniqueFd socket, bool canRead, bool canWrite)
     : _stream(
           std::make_shared<PipeStream>(std::move(socket), PipeStream::Receives::kOnlyWhatIsRead)),
       _canRead(canRead),
-      _canWrite(canWrite) {}
+      _canWrite(canWrite) {
+  SetOpen(_stream.get());
+}
 
 DWORD ClientPipe::Read(void* buffer, DWORD size, DWORD& done) {
   return _canRead ? PipeEnd::Read(buffer, size, done) : ERROR_ACCESS_DENIED;

@@ -104,7 +104,7 @@ void ServerPipe::AdmitWaitingClient() {
   AdmitWaitingClient(guard);
 }
 
-void ServerPipe::AdmitWaitingClient(std::unique_lock<std::mutex>& guard) {
+void ServerPipe::AdmitWaitingClient(std::unique_lock<ShortLock>& guard) {
   if (_state != State::kListening || !HasEvent(_listener.socket.Get(), POLLIN)) return;
   Listener finished = std::exchange(_listener, {});
   Accept(finished.socket.Get());
@@ -123,9 +123,16 @@ void ServerPipe::Accept(int listener) {
     _connecting.EndAll(ErrorFromErrno(errno));
     return;
   }
-  _client = std::make_shared<PipeStream>(std::move(client), PipeStream::Receives::kAhead);
+  SetClient(std::make_shared<PipeStream>(std::move(client), PipeStream::Receives::kAhead));
   _state = State::kConnected;
   _connecting.EndAll(ERROR_PIPE_CONNECTED);
+}
+
+void ServerPipe::SetClient(std::shared_ptr<PipeStream> client) {
+  SetOpen(client.get());
+  if (_client) _former.push_back(std::move(_client));
+  _client = std::move(client);
+  if (!IsInUse()) _former.clear();
 }
 
 DWORD ServerPipe::Connect() {
@@ -174,7 +181,8 @@ void ServerPipe::Leave(State state, DWORD error) {
     if (_state == State::kClosed) return;
     _state = state;
     listener = std::exchange(_listener, {});
-    client = std::exchange(_client, nullptr);
+    client = _client;
+    SetClient(nullptr);
     if (state == State::kClosed) address = std::move(_address);
   }
   // Calls end before the connection does, so that they report the reason and not a broken pipe.
@@ -212,8 +220,9 @@ void ServerPipe::GiveBackDescriptors() {
 
 void ServerPipe::GiveBackDescriptor() {
   const std::lock_guard guard(_lock);
-  // A call that is in progress keeps the old connection, and its descriptor, to its end.
-  if (_client && _client->IsOver()) _client = std::make_shared<PipeStream>();
+  // While a call is in progress the old connection stays, and its descriptor.
+  if (_client && _client->IsOver()) SetClient(std::make_shared<PipeStream>());
+  if (!IsInUse()) _former.clear();
 }
 
 }  // namespace platform

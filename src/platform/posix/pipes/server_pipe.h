@@ -4,7 +4,9 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <vector>
 
+#include "platform/posix/kernel/short_lock.h"
 #include "platform/posix/kernel/unique_fd.h"
 #include "platform/posix/pipes/address.h"
 #include "platform/posix/pipes/pipe_end.h"
@@ -53,9 +55,11 @@ class ServerPipe : public PipeEnd {
   /// client that came before.
   void AdmitWaitingClient();
   /// The same with the lock held; it is given up for a moment when there is a client.
-  void AdmitWaitingClient(std::unique_lock<std::mutex>& guard);
+  void AdmitWaitingClient(std::unique_lock<ShortLock>& guard);
   /// Called with the lock held.
   void Accept(int listener);
+  /// Called with the lock held.
+  void SetClient(std::shared_ptr<PipeStream> client);
   /// Moves to `state`; blocked calls end with `error`, and so do the connection and the listener.
   void Leave(State state, DWORD error);
   /// Called without the lock, which the watch's callback takes.
@@ -67,9 +71,10 @@ class ServerPipe : public PipeEnd {
 
   PendingIoList _connecting;
 
-  std::mutex _lock;  // Guards what follows.
+  ShortLock _lock;  // Guards what follows.
   State _state = State::kDisconnected;
   std::shared_ptr<PipeStream> _client;
+  std::vector<std::shared_ptr<PipeStream>> _former;  // What transfers may still be at work on.
   Listener _listener;
   std::unique_ptr<PipeAddress> _address;
 };

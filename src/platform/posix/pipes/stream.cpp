@@ -5,6 +5,8 @@
 #include <sys/epoll.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -25,7 +27,9 @@ constexpr int kSmallestUnreadBuffer = 64;
 
 // As much as a request's payload may have to come with its header. To copy and wipe more than that
 // takes longer than another system call.
-constexpr std::size_t kReadAheadBytes = 16 * kKiB;
+constexpr std::size_t kReadAheadBytes = 4 * kKiB;
+
+constexpr int kSendFlags = MSG_DONTWAIT | MSG_NOSIGNAL;
 
 bool IsTransient(int error) { return error == EAGAIN || error == EINTR; }
 
@@ -79,17 +83,15 @@ DWORD PipeStream::ReadAlone(PendingIoList& transfers, void* buffer, DWORD size, 
 }
 
 ssize_t PipeStream::Receive(PendingIo& pending, void* buffer, DWORD size, DWORD& ended) {
-  const bool isAhead = _receives == Receives::kAhead;
-  if (isAhead && !_ahead) _ahead = std::make_unique_for_overwrite<std::byte[]>(kReadAheadBytes);
-  iovec pieces[] = {{buffer, size}, {_ahead.get(), kReadAheadBytes}};
-  msghdr message{};
-  message.msg_iov = pieces;
-  message.msg_iovlen = isAhead ? 2 : 1;
-  const ssize_t count = pending.Receive(_socket.Get(), message, ended);
-  if (count <= static_cast<ssize_t>(size)) return count;
+  if (_receives == Receives::kOnlyWhatIsRead || size >= kReadAheadBytes) {
+    return pending.Receive(_socket.Get(), buffer, size, ended);
+  }
+  if (!_ahead) _ahead = std::make_unique_for_overwrite<std::byte[]>(kReadAheadBytes);
+  const ssize_t count = pending.Receive(_socket.Get(), _ahead.get(), kReadAheadBytes, ended);
+  if (count <= 0) return count;
   _aheadStart = 0;
-  _aheadSize = static_cast<std::size_t>(count) - size;
-  return size;
+  _aheadSize = static_cast<std::size_t>(count);
+  return TakeReadAhead(buffer, size);
 }
 
 DWORD PipeStream::TakeReadAhead(void* buffer, DWORD size) {
@@ -109,7 +111,7 @@ DWORD PipeStream::Write(PendingIoList& transfers, const void* buffer, DWORD size
   DWORD sent = 0;
   while (sent < size) {
     const ssize_t count =
-        send(_socket.Get(), bytes + sent, size - sent, MSG_DONTWAIT | MSG_NOSIGNAL);
+        syscall(SYS_sendto, _socket.Get(), bytes + sent, size - sent, kSendFlags, nullptr, 0);
     if (count >= 0) {
       sent += static_cast<DWORD>(count);
       continue;

@@ -7,6 +7,7 @@
 #include <mutex>
 
 #include "platform/posix/kernel/blocking_io.h"
+#include "platform/posix/kernel/short_lock.h"
 #include "platform/posix/kernel/unique_fd.h"
 
 namespace platform {
@@ -19,7 +20,7 @@ class PipeStream {
   /// What a read takes from the socket.
   enum class Receives {
     kOnlyWhatIsRead,
-    /// What follows as well, up to 16 KiB, so that the header and payload of most requests cost
+    /// What follows as well, up to 4 KiB, so that the header and payload of most requests cost
     /// one system call. The peer that flushes then waits only until its bytes have been received.
     kAhead,
   };
@@ -68,7 +69,7 @@ class PipeStream {
   std::atomic<DWORD> _shutWith{0};
 
   /// Guards what follows. A reader holds it in its sleep; others try it and sleep elsewhere.
-  std::mutex _readLock;
+  ShortLock _readLock;
   /// What was received ahead: `_aheadSize` bytes from `_aheadStart`. Allocated at the first read.
   std::unique_ptr<std::byte[]> _ahead;
   std::size_t _aheadStart = 0;
