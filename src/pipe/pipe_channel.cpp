@@ -13,13 +13,16 @@ constexpr int kMaxCancelAttempts = 100;
 
 class Announcement {
  public:
-  explicit Announcement(std::atomic<int>& calls) : _calls(calls) { ++_calls; }
-  ~Announcement() { --_calls; }
+  // The look at the shutdown flag comes after it in every thread's eyes.
+  explicit Announcement(std::atomic<bool>& isAnnounced) : _isAnnounced(isAnnounced) {
+    _isAnnounced.exchange(true);
+  }
+  ~Announcement() { _isAnnounced.store(false, std::memory_order_release); }
   Announcement(const Announcement&) = delete;
   Announcement& operator=(const Announcement&) = delete;
 
  private:
-  std::atomic<int>& _calls;
+  std::atomic<bool>& _isAnnounced;
 };
 
 }  // namespace
@@ -35,7 +38,7 @@ bool PipeChannel::Create(const OString& path, SECURITY_ATTRIBUTES* security) {
 
 template <class Call>
 DWORD PipeChannel::RunBlocking(Call&& call) {
-  const Announcement announcement(_announcedCalls);
+  const Announcement announcement(_isCallAnnounced);
   if (IsShutdown()) return ERROR_OPERATION_ABORTED;
   return call() ? ERROR_SUCCESS : GetLastError();
 }
@@ -88,7 +91,7 @@ void PipeChannel::Shutdown() {
   _shutdown.exchange(1);
   if (_shutdownEvent.IsValid()) SetEvent(_shutdownEvent.Get());
   CancelAll();
-  for (int attempt = 0; _announcedCalls > 0 && attempt < kMaxCancelAttempts; ++attempt) {
+  for (int attempt = 0; _isCallAnnounced && attempt < kMaxCancelAttempts; ++attempt) {
     Sleep(1);
     CancelAll();
   }

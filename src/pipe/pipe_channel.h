@@ -49,9 +49,9 @@ class PipeChannel {
 
   /// Cancels the pipe's pending calls, whichever thread made them. True as well without a pipe.
   bool CancelAll() const;
-  /// For who has terminated the threads that use the channel: they cannot take back the calls that
-  /// they had announced.
-  void ForgetAnnouncedCalls() { _announcedCalls = 0; }
+  /// For who has terminated the thread that uses the channel: it cannot take back the call that it
+  /// had announced.
+  void ForgetAnnouncedCall() { _isCallAnnounced = false; }
 
  private:
   template <class Call>
@@ -62,5 +62,5 @@ class PipeChannel {
   ScopedHandle _shutdownEvent;
   ScopedHandle _pipe;
   std::atomic<std::uint32_t> _shutdown{0};  // 0 or 1.
-  std::atomic<int> _announcedCalls{0};
+  std::atomic<bool> _isCallAnnounced{false};
 };

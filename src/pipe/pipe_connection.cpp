@@ -49,7 +49,7 @@ void PipeServer::EndConnectionThread(DWORD endTimeMs) {
   if (endTimeMs != 0) WaitForSingleObject(thread, endTimeMs);
   if (IsActive(thread)) {
     TerminateBetweenLogLines(thread, kTerminatedThreadExitCode);
-    _channel.ForgetAnnouncedCalls();  // Nobody else makes a call while this thread is there.
+    _channel.ForgetAnnouncedCall();  // Nobody else makes a call while this thread is there.
   }
   // Whoever ends it first closes the handle.
   if (_hConnectThread.exchange(INVALID_HANDLE_VALUE) != INVALID_HANDLE_VALUE) CloseHandle(thread);

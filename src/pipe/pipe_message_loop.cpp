@@ -79,7 +79,7 @@ DWORD PipeServer::ProcessMessages() {
   LogExceptionsOf(kMessageLoop, [&] {
     Trace(kMessageLoop.Name(), "Enter");
     CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
-    while (!IsShutdown()) ServeRequest();
+    while (!_channel.IsShutdown()) ServeRequest();
   });
   Trace(kMessageLoop.Name(), "Calling CoUninitialize in preperation to exit");
   CoUninitialize();
@@ -106,9 +106,9 @@ void PipeServer::ServeRequest() {
   if (!ReadPayload(request.payloadLength, payload.Data())) return;
   Tagwright::MessageHeader reply;
   bool keepServing = true;
-  if (!IsShutdown()) keepServing = ParseIncomingMessage(request, payload.Data(), reply);
+  if (!_channel.IsShutdown()) keepServing = ParseIncomingMessage(request, payload.Data(), reply);
   payload.Clear();  // Before the reply: its client may take any time to read it.
-  if (!IsShutdown()) Reply(reply);
+  if (!_channel.IsShutdown()) Reply(reply);
   if (!keepServing) FinishServing();
 }
 

@@ -120,7 +120,7 @@ void PipeServer::TerminateMessageThread() {
     TerminateBetweenLogLines(_hMessageThread, kTerminatedThreadExitCode);
   }
   EndConnectionThread(kCancelledConnectionEndMs);
-  _channel.ForgetAnnouncedCalls();
+  _channel.ForgetAnnouncedCall();
 }
 
 bool PipeServer::IsActive(HANDLE thread) {
