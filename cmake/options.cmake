@@ -28,6 +28,8 @@ endif()
 if(NOT WIN32)
   # Nothing is bound lazily: a crash must not interrupt the loader, which has a lock to give back.
   target_link_options(tagwright_options INTERFACE LINKER:-z,now)
+  # So calls of other libraries need no step in between that would bind them.
+  target_compile_options(tagwright_options INTERFACE -fno-plt)
 endif()
 option(TAGWRIGHT_HARDENED "Build as it is shipped: hardened, with debug information" ON)
 if(TAGWRIGHT_HARDENED)
