@@ -63,8 +63,7 @@ OStringBuffer* OStringBuffer::WithRoom(std::uint64_t lengthChars, DWORD codePage
   // One block of memory for both takes half the time of two.
   const std::uint64_t capacityChars = CapacityFor(lengthChars);
   const std::uint64_t roomBytes = lengthChars == 0 ? 0 : capacityChars * sizeof(WCHAR);
-  auto* const buffer =
-      new (::operator new(sizeof(OStringBuffer) + roomBytes)) OStringBuffer(codePage);
+  auto* const buffer = new (roomBytes) OStringBuffer(codePage);
   buffer->_capacityChars = capacityChars;
   if (roomBytes != 0) buffer->Form<Char>() = static_cast<Char*>(buffer->Appendix());
   return buffer;

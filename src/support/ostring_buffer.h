@@ -2,8 +2,10 @@
 #pragma once
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <new>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -23,7 +25,10 @@ class OStringBuffer {
   explicit OStringBuffer(DWORD codePage = CP_ACP) : _codePage(codePage) {}
   OStringBuffer(const OStringBuffer&) = delete;
   OStringBuffer& operator=(const OStringBuffer&) = delete;
-  /// Not by size: the form that Make puts behind the object is part of its block.
+  /// The block may be longer than the object: by the form that Make puts behind it.
+  static void* operator new(std::size_t sizeBytes, std::uint64_t roomBytes = 0) {
+    return ::operator new(sizeBytes + roomBytes);
+  }
   static void operator delete(void* block) { ::operator delete(block); }
 
   /// A buffer with one reference that holds the first `count` characters of `text`.
