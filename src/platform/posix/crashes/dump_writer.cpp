@@ -167,11 +167,8 @@ const MemoryRange* DumpWriter::CrashedStack() {
     return _memory.AddCopy(thrown->copyStart, thrown->copyBytes, thrown->stackCopy);
   }
   ULONG_PTR start = pointers->ContextRecord->Rsp - kRedZoneBytes;
-  const CrashSite* const site = CurrentCrashSite();
-  if (site != nullptr && start < site->stackLow &&
-      start + CrashSite::kStackCopyBytes > site->stackLow) {
-    start = site->stackLow;
-  }
+  const ULONG_PTR low = CurrentStack().low;
+  if (start < low && start + CrashSite::kStackCopyBytes > low) start = low;
   return _memory.Add(start, CrashSite::kStackCopyBytes);
 }
 

@@ -40,10 +40,10 @@ struct sigaction g_previous[std::size(kSignals)];
 /// pointer it may touch memory: more than a frame of ordinary size.
 constexpr ULONG_PTR kStackEndBytes = 256 * platform::kKiB;
 
-bool HasStackOverflown(const CrashSite& site, ULONG_PTR stackPointer, ULONG_PTR address) {
-  return site.stackLow != 0 && stackPointer < site.stackLow + kStackEndBytes &&
-         stackPointer + kStackEndBytes > site.stackLow && address < site.stackLow &&
-         address + kStackEndBytes > stackPointer;
+bool HasStackOverflown(ULONG_PTR stackPointer, ULONG_PTR address) {
+  const ULONG_PTR low = platform::CurrentStack().low;
+  return low != 0 && stackPointer < low + kStackEndBytes && stackPointer + kStackEndBytes > low &&
+         address < low && address + kStackEndBytes > stackPointer;
 }
 
 DWORD CodeOfFailedArithmetic(int reason, const CONTEXT& context) {
@@ -78,11 +78,9 @@ DWORD CodeOfFailedAccess(const siginfo_t& info, const CONTEXT& context) {
     const bool isPrivileged = platform::IsPrivileged(reinterpret_cast<const BYTE*>(context.Rip));
     return isPrivileged ? EXCEPTION_PRIV_INSTRUCTION : EXCEPTION_ACCESS_VIOLATION;
   }
-  const CrashSite* const site = platform::CurrentCrashSite();
   const auto address = reinterpret_cast<ULONG_PTR>(info.si_addr);
-  return site != nullptr && HasStackOverflown(*site, context.Rsp, address)
-             ? EXCEPTION_STACK_OVERFLOW
-             : EXCEPTION_ACCESS_VIOLATION;
+  return HasStackOverflown(context.Rsp, address) ? EXCEPTION_STACK_OVERFLOW
+                                                 : EXCEPTION_ACCESS_VIOLATION;
 }
 
 DWORD CodeOf(int signal, const siginfo_t& info, const CONTEXT& context) {
@@ -123,11 +121,12 @@ void CopyBytes(BYTE* to, const void* from, std::size_t count) {
 }
 
 void CopyStack(CrashSite& site) {
-  const ULONG_PTR start = std::max(site.context.Rsp - platform::kRedZoneBytes, site.stackLow);
+  const platform::ThreadStack& stack = platform::CurrentStack();
+  const ULONG_PTR start = std::max(site.context.Rsp - platform::kRedZoneBytes, stack.low);
   site.copyBytes = 0;
-  if (start >= site.stackHigh) return;
+  if (start >= stack.high) return;
   site.copyStart = start;
-  site.copyBytes = std::min(site.stackHigh - start, CrashSite::kStackCopyBytes);
+  site.copyBytes = std::min(stack.high - start, CrashSite::kStackCopyBytes);
   CopyBytes(site.stackCopy, reinterpret_cast<const void*>(start), site.copyBytes);
 }
 
@@ -141,9 +140,10 @@ void LeaveToPreviousHandler(int signal, const siginfo_t& info) {
 /// Returns, with the registers as they were, when the translator does.
 void Translate(int signal, const siginfo_t& info, ucontext_t& registers, CrashSite& site) {
   t_isPreparing = true;
+  site.pointers = {&site.record, &site.context};
   DescribeCrash(signal, info, registers, site.pointers);
   CopyStack(site);
-  if (site.record.ExceptionCode == EXCEPTION_STACK_OVERFLOW) OpenStackReserve(site);
+  if (site.record.ExceptionCode == EXCEPTION_STACK_OVERFLOW) platform::OpenStackReserve();
   gregset_t original;
   std::memcpy(original, registers.uc_mcontext.gregs, sizeof original);
   platform::LeaveFailedFunction(registers);
@@ -190,7 +190,7 @@ void InstallSignalHandlers() {
 }  // namespace
 
 int _resetstkoflw() {
-  if (const CrashSite* const site = platform::CurrentCrashSite()) CloseStackReserve(*site);
+  if (platform::CurrentCrashSite() != nullptr) platform::CloseStackReserve();
   return 1;
 }
 

@@ -14,8 +14,9 @@
 namespace platform {
 namespace {
 
-// Signal handlers read this: no lazy allocation of thread-local storage may stand behind it.
+// Signal handlers read these: no lazy allocation of thread-local storage may stand behind them.
 [[gnu::tls_model("initial-exec")]] constinit thread_local CrashSite* t_site = nullptr;
+[[gnu::tls_model("initial-exec")]] constinit thread_local ThreadStack t_stack;
 
 constexpr std::size_t kPageBytes = 4096;
 
@@ -25,18 +26,20 @@ constexpr std::size_t SiteBytes() {
 constexpr std::size_t kMappedBytes = SiteBytes() + 2 * kPageBytes;
 
 /// For a main thread this reads the system's list of mappings, which no signal handler may do.
-void FindStack(CrashSite& site) {
+ThreadStack FindStack() {
+  ThreadStack stack;
   pthread_attr_t attributes;
-  if (pthread_getattr_np(pthread_self(), &attributes) != 0) return;
+  if (pthread_getattr_np(pthread_self(), &attributes) != 0) return stack;
   void* low = nullptr;
   std::size_t sizeBytes = 0;
   pthread_attr_getstack(&attributes, &low, &sizeBytes);
   std::size_t guardBytes = 0;
   pthread_attr_getguardsize(&attributes, &guardBytes);
   pthread_attr_destroy(&attributes);
-  site.stackLow = reinterpret_cast<ULONG_PTR>(low);
-  site.stackHigh = site.stackLow + sizeBytes;
-  site.reserveBytes = guardBytes > kPageBytes ? guardBytes - kPageBytes : 0;
+  stack.low = reinterpret_cast<ULONG_PTR>(low);
+  stack.high = stack.low + sizeBytes;
+  stack.reserveBytes = guardBytes > kPageBytes ? guardBytes - kPageBytes : 0;
+  return stack;
 }
 
 bool UseAlternateStack(CrashSite& site) {
@@ -60,8 +63,8 @@ void SetGrowthLimit(rlim_t bytes) {
   setrlimit(RLIMIT_STACK, &limit);
 }
 
-void ProtectStackReserve(const CrashSite& site, int protection) {
-  mprotect(reinterpret_cast<void*>(site.stackLow - site.reserveBytes), site.reserveBytes,
+void ProtectStackReserve(int protection) {
+  mprotect(reinterpret_cast<void*>(t_stack.low - t_stack.reserveBytes), t_stack.reserveBytes,
            protection);
 }
 
@@ -76,11 +79,11 @@ OwnedCrashSite PrepareCrashSite() {
     munmap(mapped, kMappedBytes);
     return nullptr;
   }
-  // Not value-initialized: that would touch, and so take, all of the memory.
+  // Not value-initialized: that would write to it.
   OwnedCrashSite site(new (memory) CrashSite);
-  site->growthLimitBytes = GrowthLimit();
-  FindStack(*site);
-  CloseStackReserve(*site);  // The stack may be that of a thread which has ended with it open.
+  t_stack = FindStack();
+  t_stack.growthLimitBytes = GrowthLimit();
+  CloseStackReserve();  // The stack may be that of a thread which has ended with it open.
   if (!UseAlternateStack(*site)) return nullptr;
   t_site = site.get();
   return site;
@@ -92,7 +95,10 @@ void CrashSiteDeleter::operator()(CrashSite* site) const {
 }
 
 bool LeaveAlternateStack(const CrashSite& site) {
-  if (t_site == &site) t_site = nullptr;
+  if (t_site == &site) {
+    t_site = nullptr;
+    t_stack = {};
+  }
   stack_t stack{};
   sigaltstack(nullptr, &stack);
   if (stack.ss_sp != site.alternateStack) return true;
@@ -100,17 +106,19 @@ bool LeaveAlternateStack(const CrashSite& site) {
   return sigaltstack(&stack, nullptr) == 0;
 }
 
-void OpenStackReserve(const CrashSite& site) {
-  if (site.growthLimitBytes != 0) SetGrowthLimit(site.growthLimitBytes + kStackGuardBytes);
-  ProtectStackReserve(site, PROT_READ | PROT_WRITE);
+void OpenStackReserve() {
+  if (t_stack.growthLimitBytes != 0) SetGrowthLimit(t_stack.growthLimitBytes + kStackGuardBytes);
+  ProtectStackReserve(PROT_READ | PROT_WRITE);
 }
 
-void CloseStackReserve(const CrashSite& site) {
-  if (site.growthLimitBytes != 0) SetGrowthLimit(site.growthLimitBytes);
-  ProtectStackReserve(site, PROT_NONE);
+void CloseStackReserve() {
+  if (t_stack.growthLimitBytes != 0) SetGrowthLimit(t_stack.growthLimitBytes);
+  ProtectStackReserve(PROT_NONE);
 }
 
 CrashSite* CurrentCrashSite() { return t_site; }
+
+const ThreadStack& CurrentStack() { return t_stack; }
 
 const CrashSite* FindCrashSite(const EXCEPTION_POINTERS* pointers) {
   return t_site != nullptr && pointers == &t_site->pointers ? t_site : nullptr;

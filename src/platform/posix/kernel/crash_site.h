@@ -23,25 +23,31 @@ constexpr ULONG_PTR kRedZoneBytes = 128;
 /// which the exception of a stack overflow finds its way.
 constexpr std::size_t kStackGuardBytes = 132 * kKiB;
 
+/// The stack of a thread, as it was found when its crash site was made.
+struct ThreadStack {
+  /// Lowest and one past the highest address; 0 when they are not known.
+  ULONG_PTR low = 0;
+  ULONG_PTR high = 0;
+  /// The size of what lies below the lowest address for the handling of a stack overflow; 0 without
+  /// one.
+  std::size_t reserveBytes = 0;
+  /// How far the stack of the main thread may grow; 0 for any other.
+  rlim_t growthLimitBytes = 0;
+};
+
+/// Nothing writes to it before the thread's first crash, and until then it takes no memory.
 struct CrashSite {
   /// Enough for all the frames that matter; of an overflowing stack only the innermost frames fit.
   static constexpr std::size_t kStackCopyBytes = 512 * kKiB;
   /// The handler runs on it, and the unwinder, and what the translator calls.
   static constexpr std::size_t kAlternateStackBytes = 128 * kKiB;
 
-  EXCEPTION_POINTERS pointers{&record, &context};
+  EXCEPTION_POINTERS pointers;
   EXCEPTION_RECORD record;
   CONTEXT context;
-  /// Lowest and one past the highest address of the thread's own stack.
-  ULONG_PTR stackLow = 0;
-  ULONG_PTR stackHigh = 0;
-  /// The size of what lies below stackLow for the handling of a stack overflow; 0 without one.
-  std::size_t reserveBytes = 0;
-  /// How far the stack of the main thread may grow; 0 for any other.
-  rlim_t growthLimitBytes = 0;
-  /// Where the copied part of the stack begins and how long it is; 0 bytes before the first crash.
-  ULONG_PTR copyStart = 0;
-  std::size_t copyBytes = 0;
+  /// Where the copied part of the stack begins and how long it is.
+  ULONG_PTR copyStart;
+  std::size_t copyBytes;
   alignas(16) BYTE stackCopy[kStackCopyBytes];
   alignas(16) BYTE alternateStack[kAlternateStackBytes];
 };
@@ -61,13 +67,15 @@ bool LeaveAlternateStack(const CrashSite& site);
 
 /// Makes the reserve below the calling thread's stack usable, or unusable again. May be called in
 /// signal handlers.
-void OpenStackReserve(const CrashSite& site);
-void CloseStackReserve(const CrashSite& site);
+void OpenStackReserve();
+void CloseStackReserve();
 
 /// The site of the calling thread; null while it has none. May be called in signal handlers.
 CrashSite* CurrentCrashSite();
+/// Its stack; all 0 without a site. May be called in signal handlers.
+const ThreadStack& CurrentStack();
 
-/// The site of the calling thread if the pointers are those of its crash, else null.
+/// The site of the calling thread if the pointers are those of its last crash, else null.
 const CrashSite* FindCrashSite(const EXCEPTION_POINTERS* pointers);
 
 /// What an instruction failed to do with an address, as the records of access violations have it.
