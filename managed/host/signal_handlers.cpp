@@ -39,10 +39,10 @@ Handlers& HandlersOf(int signal) {
 constexpr ULONG_PTR kStackEndBytes = 256 * 1024;
 
 /// Whether native code has run beyond the end of its stack. The runtime would end the process.
-bool HasNativeStackOverflown(const platform::CrashSite& site, const siginfo_t& info,
-                             void* context) {
+bool HasNativeStackOverflown(const siginfo_t& info, void* context) {
+  const ULONG_PTR low = platform::CurrentStack().low;
   const auto address = reinterpret_cast<ULONG_PTR>(info.si_addr);
-  if (address >= site.stackLow || address + kStackEndBytes < site.stackLow) return false;
+  if (address >= low || address + kStackEndBytes < low) return false;
   auto* const code =
       reinterpret_cast<char*>(static_cast<const ucontext_t*>(context)->uc_mcontext.gregs[REG_RIP]);
   return mono_jit_info_table_find(mono_get_root_domain(), code) == nullptr;
@@ -50,10 +50,9 @@ bool HasNativeStackOverflown(const platform::CrashSite& site, const siginfo_t& i
 
 /// The program's threads have a site each, and so have workers; the runtime's own have none.
 bool IsForProgram(int signal, const siginfo_t& info, void* context) {
-  const platform::CrashSite* const site = platform::CurrentCrashSite();
-  if (site == nullptr) return false;
+  if (platform::CurrentCrashSite() == nullptr) return false;
   return !Worker::IsCurrentThread() ||
-         (signal == SIGSEGV && info.si_code > 0 && HasNativeStackOverflown(*site, info, context));
+         (signal == SIGSEGV && info.si_code > 0 && HasNativeStackOverflown(info, context));
 }
 
 /// Installed as the program's was, whose handler is left by an exception: no signal is blocked.
